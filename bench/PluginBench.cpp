@@ -1,0 +1,247 @@
+// What a topology and a scan cost for many drives, each beside its floor.
+#include "contracts/PluginInterface.h"
+#include "contracts/zelKitEx.h"
+#include "contracts/zelPlug.h"
+#include "platform/Handles.h"
+#include "platform/WindowsApi.h"
+#include "platform/simulated/SimulatedMachine.h"
+#include "tests/support/MachineBuilder.h"
+
+#include <benchmark/benchmark.h>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+CreateIfFunction createIf;
+ReleaseIfFunction releaseIf;
+
+[[noreturn]] void Fail(const std::string& what)
+{
+    std::fprintf(stderr, "plugin_bench: %s\n", what.c_str());
+    std::exit(1);
+}
+
+void LoadPlugin()
+{
+    void* library = dlopen(TARNIS_BIN_DIR "/tarnis.so", RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr)
+        Fail(dlerror());
+    createIf = reinterpret_cast<CreateIfFunction>(dlsym(library, "createIf"));
+    releaseIf = reinterpret_cast<ReleaseIfFunction>(dlsym(library, "releaseIf"));
+    // The line that each start prints would only be noise here.
+    if (std::freopen("/dev/null", "w", stdout) == nullptr)
+        Fail("cannot open /dev/null");
+}
+
+void UseMachine(std::int64_t drives)
+{
+    std::string message;
+    const auto machine = Platform::SimulatedMachine::FromText(
+        Support::MachineOf(static_cast<std::uint32_t>(drives)).dump(), ".", message);
+    if (!machine)
+        Fail(message);
+    Platform::SetCurrentMachine(machine);
+}
+
+IPLUGINAPI* Start()
+{
+    IPLUGINAPI* plugin = nullptr;
+    std::vector<PI::CAdapterID> ids;
+    if (createIf(&plugin) != 0 || plugin->Command(COMMAND_INITIALIZE, 0, &ids) != 0)
+        Fail("the plug-in does not start");
+    return plugin;
+}
+
+void Topology(benchmark::State& state)
+{
+    UseMachine(state.range(0));
+    IPLUGINAPI* plugin = Start();
+    std::vector<PI::CObject> objects;
+    for (auto _ : state)
+        if (plugin->Command(COMMAND_GET_TOPOLOGY, 0, &objects) != 0)
+            Fail("no topology");
+    if (static_cast<std::int64_t>(objects.size()) != state.range(0) + 2)
+        Fail("wrong topology");
+    releaseIf(&plugin);
+}
+
+/// Floor of a topology: the finished tree copied into a vector that held one before.
+void TopologyFloor(benchmark::State& state)
+{
+    UseMachine(state.range(0));
+    IPLUGINAPI* plugin = Start();
+    std::vector<PI::CObject> objects;
+    std::vector<PI::CObject> copy;
+    plugin->Command(COMMAND_GET_TOPOLOGY, 0, &objects);
+    for (auto _ : state)
+    {
+        copy.clear();
+        copy.insert(copy.end(), objects.begin(), objects.end());
+        benchmark::DoNotOptimize(copy.data());
+    }
+    releaseIf(&plugin);
+}
+
+/// A start: the driver check and the first scan. SMART pages are kept from an earlier start.
+void Scan(benchmark::State& state)
+{
+    UseMachine(state.range(0));
+    IPLUGINAPI* plugin = Start();
+    releaseIf(&plugin);
+    for (auto _ : state)
+    {
+        plugin = Start();
+        releaseIf(&plugin);
+    }
+}
+
+void Walk(std::vector<DWORD>& numbers)
+{
+    using namespace Platform;
+    numbers.clear();
+    DEVINST root = 0;
+    DEVINST node = 0;
+    char text[2048];
+    CM_Locate_DevNodeA(&root, nullptr, 0);
+    const auto service = [&](DEVINST of)
+    {
+        ULONG length = 200;
+        text[0] = '\0';
+        return CM_Get_DevNode_Registry_PropertyA(of, CM_DRP_SERVICE, nullptr, text, &length, 0) ==
+               CR_SUCCESS;
+    };
+    service(root);
+    CM_Get_Child(&node, root, 0);
+    service(node);
+    bool more = CM_Get_Child(&node, node, 0) == CR_SUCCESS;
+    while (more)
+    {
+        service(node);
+        CM_Get_Device_IDA(node, text, sizeof text, 0);
+        const DeviceInfoList list(SetupDiGetClassDevsA(&DiskInterfaceClass, text, nullptr,
+                                                       DIGCF_PRESENT | DIGCF_DEVICEINTERFACE));
+        SP_DEVICE_INTERFACE_DATA data = {};
+        data.cbSize = sizeof data;
+        for (DWORD index = 0;
+             SetupDiEnumDeviceInterfaces(list.Get(), nullptr, &DiskInterfaceClass, index, &data);
+             ++index)
+        {
+            alignas(DWORD) char block[1024] = {};
+            auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*>(block);
+            detail->cbSize = sizeof *detail;
+            DWORD size = 0;
+            SetupDiGetDeviceInterfaceDetailA(list.Get(), &data, nullptr, 0, &size, nullptr);
+            SetupDiGetDeviceInterfaceDetailA(list.Get(), &data, detail, sizeof block, &size,
+                                             nullptr);
+            const DeviceHandle device(CreateFileA(detail->DevicePath, GENERIC_READ, 3, nullptr,
+                                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+            STORAGE_DEVICE_NUMBER number = {};
+            if (DeviceIoControl(device.Get(), IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0, &number,
+                                sizeof number, &size, nullptr))
+                numbers.push_back(number.DeviceNumber);
+        }
+        // The plug-in's walk meets each disk a second time, as a node like any other.
+        service(node);
+        DEVINST child = 0;
+        CM_Get_Child(&child, node, 0);
+        CM_Get_Child(&child, node, 0);
+        CM_Get_Sibling(&child, node, 0);
+        more = CM_Get_Sibling(&node, node, 0) == CR_SUCCESS;
+    }
+}
+
+/// Floor of a start: the same answers of the simulated machine, asked for by bare calls.
+void ScanFloor(benchmark::State& state)
+{
+    using namespace Platform;
+    UseMachine(state.range(0));
+    std::vector<DWORD> numbers;
+    for (auto _ : state)
+    {
+        Walk(numbers);
+        Walk(numbers);
+        for (const DWORD number : numbers)
+        {
+            char path[64];
+            std::snprintf(path, sizeof path, "\\\\.\\PhysicalDrive%u", number);
+            const DeviceHandle drive(CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 7, nullptr,
+                                                 OPEN_EXISTING, 0, nullptr));
+            std::uint8_t block[545] = {};
+            DWORD returned = 0;
+            GETVERSIONINPARAMS version = {};
+            DeviceIoControl(drive.Get(), SMART_GET_VERSION, nullptr, 0, &version, sizeof version,
+                            &returned, nullptr);
+            SENDCMDINPARAMS command = {};
+            command.cBufferSize = SectorBytes;
+            command.irDriveRegs = {0, 1, 1, 0, 0, 0xA0, ID_CMD, 0};
+            std::memcpy(block, &command, sizeof command);
+            DeviceIoControl(drive.Get(), SMART_RCV_DRIVE_DATA, block, 33, block, 545, &returned,
+                            nullptr);
+            GET_LENGTH_INFORMATION length = {};
+            if (!DeviceIoControl(drive.Get(), IOCTL_DISK_GET_LENGTH_INFO, nullptr, 0, &length,
+                                 sizeof length, &returned, nullptr))
+                Fail("a disk does not answer");
+            std::vector<ZKTX::CSystemPartition> partitions;
+            ZKTX::CSystemPartitionTable("Disk " + std::to_string(number)).GetPartitions(partitions);
+        }
+    }
+    if (static_cast<std::int64_t>(numbers.size()) != state.range(0))
+        Fail("the floor misses disks");
+}
+
+/// Keeps the times and passes everything on.
+class Keeper : public benchmark::ConsoleReporter
+{
+  public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& run : runs)
+            times[run.benchmark_name()] = run.GetAdjustedCPUTime();
+        ConsoleReporter::ReportRuns(runs);
+    }
+
+    std::map<std::string, double> times; ///< microseconds of processor time
+};
+
+} // namespace
+
+BENCHMARK(Topology)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(TopologyFloor)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Scan)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ScanFloor)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    LoadPlugin();
+    Keeper keeper;
+    keeper.SetOutputStream(&std::cerr);
+    keeper.SetErrorStream(&std::cerr);
+    benchmark::RunSpecifiedBenchmarks(&keeper);
+
+    auto& t = keeper.times;
+    if (t.count("Topology/100") + t.count("Topology/1000") == 2)
+        std::fprintf(stderr,
+                     "topology of 1000 drives: %.2f us a drive, %.2f times that of 100 drives, "
+                     "%.2f times a copy of the tree\n",
+                     t["Topology/1000"] / 1000, t["Topology/1000"] / t["Topology/100"],
+                     t["Topology/1000"] / t["TopologyFloor/1000"]);
+    if (t.count("Scan/1000") + t.count("ScanFloor/1000") == 2)
+        std::fprintf(stderr,
+                     "scan of 1000 drives: %.2f us a drive over the %.2f us of the answers alone\n",
+                     (t["Scan/1000"] - t["ScanFloor/1000"]) / 1000, t["ScanFloor/1000"] / 1000);
+    return 0;
+}

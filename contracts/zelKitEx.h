@@ -1,0 +1,6 @@
+// zelKitEx: dates, and what the operating system knows of drivers and partitions. Namespace ZKTX.
+#pragma once
+
+#include "contracts/zelKitEx/PartitionTable.h"
+#include "contracts/zelKitEx/System.h"
+#include "contracts/zelKitEx/SystemTime.h"

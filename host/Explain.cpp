@@ -1,0 +1,93 @@
+#include "host/Failure.h"
+#include "host/Json.h"
+#include "host/Names.h"
+#include "host/Text.h"
+#include "host/Verbs.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace
+{
+
+using Host::Json;
+using Host::NameTable;
+
+// What was typed, as it is compared with the rows of one table.
+struct Query
+{
+    std::optional<std::uint64_t> number;
+    std::string name;
+
+    bool Matches(const NameTable& table, int rowNumber, const std::string& rowName) const
+    {
+        if (number)
+            return *number == static_cast<std::uint64_t>(rowNumber);
+        // Programs know a name by its prefix: ERR_GENERAL is the error, not the rest.
+        return name == rowName || name == table.prefix + rowName;
+    }
+};
+
+Json Select(const std::string& query)
+{
+    const Query wanted{Host::ParseNumber(query), Host::NormalName(query)};
+    Json found;
+    for (const NameTable& table : Host::NameTables())
+    {
+        Json rows = Json::object();
+        for (const auto& [number, name] : table.rows())
+            if (query.empty() || wanted.Matches(table, number, name))
+                rows[std::to_string(number)] = name;
+        found[table.name] = rows;
+    }
+    return found;
+}
+
+bool IsEmpty(const Json& found)
+{
+    for (const Json& rows : found)
+        if (!rows.empty())
+            return false;
+    return true;
+}
+
+[[noreturn]] void FailUnknown(const std::string& query)
+{
+    if (Host::ParseNumber(query))
+        throw Host::Failure(Host::EXIT_USAGE, "no table of the vocabulary has number " + query);
+    Vocabulary::NameMap all; // the tables have numbers in common, so they are counted anew
+    for (const NameTable& table : Host::NameTables())
+        for (const auto& row : table.rows())
+            all.emplace_hint(all.end(), static_cast<int>(all.size()), row.second);
+    throw Host::Failure(Host::EXIT_USAGE,
+                        "no table of the vocabulary has '" + query + "'" +
+                            Host::DidYouMean(Host::SimilarNames(Host::NormalName(query), all)));
+}
+
+std::string Lines(const Json& found)
+{
+    constexpr std::size_t tableColumns = 12;
+    constexpr std::size_t numberColumns = 7;
+    std::string text;
+    for (const auto& [table, rows] : found.items())
+        for (const auto& [number, name] : rows.items())
+            text += Host::PadRight(table, tableColumns) + Host::PadRight(number, numberColumns) +
+                    name.get<std::string>() + "\n";
+    return text;
+}
+
+} // namespace
+
+namespace Host
+{
+
+void Explain(const Options& options, Output& output)
+{
+    const Json found = Select(options.query);
+    if (IsEmpty(found))
+        FailUnknown(options.query);
+    output.Write(options.json ? JsonText(found) : Lines(found));
+}
+
+} // namespace Host

@@ -1,0 +1,46 @@
+// The command line.
+#pragma once
+
+#include <string>
+
+namespace Host
+{
+
+enum class Verb
+{
+    Show,
+    Get,
+    Explain,
+    Help,
+    Version,
+};
+
+struct Options
+{
+    Verb verb = Verb::Show;
+    bool json = false;
+    std::string plugin; ///< empty: the default one
+
+    // Each is handed on by an environment variable; empty: the variable stays as it is.
+    std::string machine;
+    std::string configDir;
+    std::string database;
+    std::string traceMask;
+    std::string traceFile;
+
+    std::string object;   ///< get
+    std::string property; ///< get
+    std::string query;    ///< explain: a number or a name
+    bool all = false;     ///< explain
+};
+
+extern const char* const helpText;
+extern const char* const versionText;
+
+/// @throws UsageFailure
+Options ParseOptions(int argc, char** argv);
+
+/// Sets the environment variables that the plug-in and its libraries read when they are loaded.
+void ApplyEnvironment(const Options& options);
+
+} // namespace Host

@@ -1,0 +1,153 @@
+#include "host/PluginSession.h"
+
+#include "contracts/zelKitEx/System.h"
+#include "host/Failure.h"
+#include "host/Names.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include <dlfcn.h>
+
+namespace
+{
+
+constexpr const char* libraryName = "tarnis.so";
+
+std::string LibraryPath(const std::string& plugin)
+{
+    if (!plugin.empty()) // a plain name means a file here, not one that the loader looks for
+        return plugin.find('/') == std::string::npos ? "./" + plugin : plugin;
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (!error)
+    {
+        const auto beside = program.parent_path() / libraryName;
+        if (std::filesystem::exists(beside, error))
+            return beside.string();
+    }
+    return libraryName;
+}
+
+[[noreturn]] void FailLoading()
+{
+    const char* reason = ::dlerror();
+    throw Host::Failure(Host::EXIT_PLUGIN, std::string("the plug-in could not be loaded: ") +
+                                               (reason != nullptr ? reason : "unknown reason"));
+}
+
+// The machine comes first: a wrong machine file is told as such, whatever becomes of the plug-in.
+const std::string& WithMachineOpen(const std::string& plugin)
+{
+    std::string message;
+    if (!ZKTX::CSystem::OpenMachine(message))
+        throw Host::Failure(Host::EXIT_USAGE, message);
+    return plugin;
+}
+
+[[noreturn]] void FailWithoutHardware()
+{
+    std::string line =
+        "no supported AHCI controller was found: " + Host::CodeText(PI::ERR_NO_SUPPORTED_HARDWARE);
+    const char* machine = std::getenv("TARNIS_MACHINE");
+    if (machine == nullptr || *machine == '\0')
+        line += "; reading the real hardware is not part of this build yet, "
+                "give a machine file with --machine FILE";
+    else
+        line += std::string(" in the machine file ") + machine;
+    throw Host::Failure(Host::EXIT_NO_HARDWARE, line);
+}
+
+} // namespace
+
+namespace Host
+{
+
+PluginSession::Library::Library(const std::string& plugin)
+    : m_Handle(::dlopen(LibraryPath(plugin).c_str(), RTLD_NOW | RTLD_LOCAL))
+{
+    if (m_Handle == nullptr)
+        FailLoading();
+}
+
+PluginSession::Library::~Library()
+{
+    ::dlclose(m_Handle);
+}
+
+void* PluginSession::Library::Symbol(const char* name) const
+{
+    void* symbol = ::dlsym(m_Handle, name);
+    if (symbol == nullptr)
+        FailLoading();
+    return symbol;
+}
+
+PluginSession::Instance::Instance(const Library& library)
+    : m_Release(reinterpret_cast<ReleaseIfFunction>(library.Symbol("releaseIf")))
+{
+    const auto create = reinterpret_cast<CreateIfFunction>(library.Symbol("createIf"));
+    const std::int32_t code = create(&m_Plugin);
+    if (code != PI::ERR_SUCCESS || m_Plugin == nullptr)
+    {
+        m_Release(&m_Plugin);
+        throw Failure(EXIT_PLUGIN, "the plug-in gave no interface: " + CodeText(code));
+    }
+    constexpr std::uint32_t spoken = 2;
+    if (const std::uint32_t version = m_Plugin->m_Version; version != spoken)
+    {
+        m_Release(&m_Plugin);
+        throw Failure(EXIT_PLUGIN, "the plug-in has version " + std::to_string(version) +
+                                       " of the interface, this program speaks " +
+                                       std::to_string(spoken));
+    }
+    // Nobody calls back without a worker; a plug-in that does so all the same finds somebody there.
+    m_Plugin->m_HostContext = nullptr;
+    m_Plugin->m_HostCallback = [](void*, IPLUGINAPI*) {};
+}
+
+PluginSession::Instance::~Instance()
+{
+    m_Release(&m_Plugin);
+}
+
+PluginSession::Started::Started(Instance& instance) : m_Instance(instance)
+{
+    std::vector<PI::CAdapterID> adapters;
+    const std::int32_t code = m_Instance->Command(COMMAND_INITIALIZE, 0, &adapters);
+    if (code == PI::ERR_SUCCESS)
+        return;
+    // Without its locks a plug-in cannot be stopped either.
+    if (code != PI::ERR_LOCK_INITIALIZATION_FAILED)
+        m_Instance->Command(COMMAND_DEINITIALIZE, 0, nullptr);
+    if (code == PI::ERR_NO_SUPPORTED_HARDWARE)
+        FailWithoutHardware();
+    throw Failure(EXIT_PLUGIN, "the plug-in could not be started: " + CodeText(code));
+}
+
+PluginSession::Started::~Started()
+{
+    m_Instance->Command(COMMAND_DEINITIALIZE, 0, nullptr);
+}
+
+PluginSession::PluginSession(const std::string& plugin)
+    : m_Library(WithMachineOpen(plugin)), m_Instance(m_Library), m_Started(m_Instance)
+{
+}
+
+std::vector<PI::CObject> PluginSession::Topology()
+{
+    std::vector<PI::CObject> objects;
+    const std::int32_t code = m_Instance->Command(COMMAND_GET_TOPOLOGY, 0, &objects);
+    if (code != PI::ERR_SUCCESS)
+        throw Failure(EXIT_PLUGIN, "the plug-in does not tell its objects: " + CodeText(code));
+    return objects;
+}
+
+std::int32_t PluginSession::GetProperty(std::uint64_t objectId, PI::CProperty& property)
+{
+    return m_Instance->Command(COMMAND_GET_PROPERTY, objectId, &property);
+}
+
+} // namespace Host

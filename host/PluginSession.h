@@ -1,0 +1,77 @@
+// One plug-in from loading to unloading, with the order of calls that its contract asks for.
+#pragma once
+
+#include "contracts/PluginInterface.h"
+#include "contracts/zelPlug.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Host
+{
+
+/// Loads and initialises in the constructor, stops and unloads in the destructor, however far it
+/// came. Starts no worker: what the plug-in found at its start is what it tells.
+class PluginSession
+{
+  public:
+    /// Opens the machine, then the plug-in. The environment is set before.
+    /// @param plugin  file of the library; empty: tarnis.so beside this program, else wherever the
+    ///                loader finds it
+    /// @throws Failure
+    explicit PluginSession(const std::string& plugin);
+
+    /// Command 4. @throws Failure
+    std::vector<PI::CObject> Topology();
+
+    /// Command 6. @return the plug-in's code; the property is untouched when it is not 0
+    std::int32_t GetProperty(std::uint64_t objectId, PI::CProperty& property);
+
+  private:
+    class Library
+    {
+      public:
+        explicit Library(const std::string& plugin);
+        ~Library();
+        Library(const Library&) = delete;
+        Library& operator=(const Library&) = delete;
+        void* Symbol(const char* name) const;
+
+      private:
+        void* m_Handle;
+    };
+
+    class Instance
+    {
+      public:
+        explicit Instance(const Library& library);
+        ~Instance();
+        Instance(const Instance&) = delete;
+        Instance& operator=(const Instance&) = delete;
+        IPLUGINAPI* operator->() const { return m_Plugin; }
+
+      private:
+        ReleaseIfFunction m_Release;
+        IPLUGINAPI* m_Plugin = nullptr;
+    };
+
+    class Started
+    {
+      public:
+        explicit Started(Instance& instance);
+        ~Started();
+        Started(const Started&) = delete;
+        Started& operator=(const Started&) = delete;
+
+      private:
+        Instance& m_Instance;
+    };
+
+    // Destroyed from the last to the first: command 3, releaseIf, unloading.
+    Library m_Library;
+    Instance m_Instance;
+    Started m_Started;
+};
+
+} // namespace Host

@@ -1,0 +1,152 @@
+#include "host/Text.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <iterator>
+
+namespace
+{
+
+struct Character
+{
+    char32_t code;
+    std::size_t length; // 0: the byte at this place is not UTF-8
+};
+
+struct Span
+{
+    char32_t first;
+    char32_t last;
+};
+
+// Sorted. They take no column of their own.
+constexpr Span combining[] = {
+    {0x0300, 0x036F},   {0x0483, 0x0489}, {0x0591, 0x05BD}, {0x0610, 0x061A}, {0x064B, 0x065F},
+    {0x06D6, 0x06DC},   {0x0900, 0x0902}, {0x093C, 0x093C}, {0x0941, 0x0948}, {0x0E31, 0x0E31},
+    {0x0E34, 0x0E3A},   {0x0E47, 0x0E4E}, {0x1AB0, 0x1AFF}, {0x1DC0, 0x1DFF}, {0x20D0, 0x20FF},
+    {0x302A, 0x302D},   {0x3099, 0x309A}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}, {0x1F3FB, 0x1F3FF},
+    {0xE0100, 0xE01EF},
+};
+
+// Sorted. They take two columns.
+constexpr Span wide[] = {
+    {0x1100, 0x115F},   {0x231A, 0x231B},   {0x2329, 0x232A},   {0x2E80, 0x303E},
+    {0x3041, 0xA4CF},   {0xA960, 0xA97F},   {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},
+    {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},   {0xFFE0, 0xFFE6},   {0x1F300, 0x1F64F},
+    {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD},
+};
+
+// Sorted. Controls, and format characters that turn the direction of text or hide it.
+constexpr Span unprintable[] = {
+    {0x0000, 0x001F},    {0x007F, 0x009F},   {0x00AD, 0x00AD},   {0x061C, 0x061C},
+    {0x180E, 0x180E},    {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F},
+    {0xE000, 0xF8FF},    {0xFDD0, 0xFDEF},   {0xFEFF, 0xFEFF},   {0xFFF0, 0xFFFB},
+    {0xFFFE, 0xFFFF},    {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE007F},
+    {0xF0000, 0x10FFFF},
+};
+
+template <std::size_t N> bool Contains(const Span (&spans)[N], char32_t code)
+{
+    const Span* after = std::upper_bound(std::begin(spans), std::end(spans), code,
+                                         [](char32_t c, const Span& s) { return c < s.first; });
+    return after != std::begin(spans) && code <= std::prev(after)->last;
+}
+
+Character Decode(std::string_view text, std::size_t position)
+{
+    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000}; // by length: no overlong forms
+    const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(text[position + i]); };
+    const std::uint8_t lead = byte(0);
+    if (lead < 0x80)
+        return {lead, 1};
+    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead < 0xC2 || lead > 0xF4 || position + length > text.size())
+        return {lead, 0};
+    char32_t code = static_cast<char32_t>(lead & (0xFF >> (length + 1)));
+    for (std::size_t i = 1; i < length; ++i)
+    {
+        if ((byte(i) & 0xC0) != 0x80)
+            return {lead, 0};
+        code = (code << 6) | (byte(i) & 0x3F);
+    }
+    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (code < smallest[length] || code > 0x10FFFF || surrogate)
+        return {lead, 0};
+    return {code, length};
+}
+
+std::size_t Columns(char32_t code)
+{
+    if (Contains(combining, code))
+        return 0;
+    return Contains(wide, code) ? 2 : 1;
+}
+
+} // namespace
+
+namespace Host
+{
+
+std::string Printable(std::string_view bytes)
+{
+    std::string result;
+    for (std::size_t i = 0; i < bytes.size();)
+    {
+        const Character c = Decode(bytes, i);
+        if (c.length != 0 && !Contains(unprintable, c.code))
+            result.append(bytes, i, c.length);
+        else
+        {
+            char escape[16];
+            std::snprintf(escape, sizeof escape, c.length > 1 ? "\\u%04x" : "\\x%02x",
+                          static_cast<unsigned>(c.code));
+            result += escape;
+        }
+        i += std::max<std::size_t>(c.length, 1);
+    }
+    return result;
+}
+
+std::size_t DisplayWidth(std::string_view printable)
+{
+    std::size_t columns = 0;
+    for (std::size_t i = 0; i < printable.size();)
+    {
+        const Character c = Decode(printable, i);
+        columns += Columns(c.code);
+        i += std::max<std::size_t>(c.length, 1);
+    }
+    return columns;
+}
+
+std::string Shorten(const std::string& printable, std::size_t columns)
+{
+    if (DisplayWidth(printable) <= columns)
+        return printable;
+    std::size_t used = 1; // the ellipsis
+    std::size_t end = 0;
+    while (end < printable.size())
+    {
+        const Character c = Decode(printable, end);
+        used += Columns(c.code);
+        if (used > columns)
+            break;
+        end += std::max<std::size_t>(c.length, 1);
+    }
+    return printable.substr(0, end) + "…";
+}
+
+std::string PadRight(const std::string& printable, std::size_t columns)
+{
+    const std::size_t width = DisplayWidth(printable);
+    return printable + std::string(columns > width ? columns - width : 0, ' ');
+}
+
+std::string PadLeft(const std::string& printable, std::size_t columns)
+{
+    const std::size_t width = DisplayWidth(printable);
+    return std::string(columns > width ? columns - width : 0, ' ') + printable;
+}
+
+} // namespace Host

@@ -1,0 +1,25 @@
+// Texts on their way to a terminal. What a drive calls itself may hold any bytes; nothing of it may
+// reach a terminal as a command, and columns stay aligned by what the eye sees.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace Host
+{
+
+/// Replaces what is no text: control characters, characters that turn or hide text, and bytes that
+/// are not UTF-8 are written as "\xNN" or "\uNNNN". The rest is valid UTF-8 of one line.
+std::string Printable(std::string_view bytes);
+
+/// Columns that a printable text takes on a terminal.
+std::size_t DisplayWidth(std::string_view printable);
+
+/// Cuts a printable text to a number of columns; a cut text ends in an ellipsis.
+std::string Shorten(const std::string& printable, std::size_t columns);
+
+std::string PadRight(const std::string& printable, std::size_t columns);
+std::string PadLeft(const std::string& printable, std::size_t columns);
+
+} // namespace Host

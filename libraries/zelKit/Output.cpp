@@ -1,0 +1,39 @@
+#include "libraries/zelKit/Output.h"
+
+#include "libraries/CancellationOff.h"
+
+#include <cerrno>
+#include <exception>
+#include <string>
+#include <unistd.h>
+
+namespace ZKT
+{
+
+void Internals::WriteText(int file, std::string_view text)
+{
+    const Libraries::CancellationOff shield;
+    while (!text.empty())
+    {
+        const ssize_t written = write(file, text.data(), text.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+}
+
+void Internals::Complain(std::string_view trouble)
+{
+    try
+    {
+        WriteText(STDERR_FILENO, "zelKit: " + std::string(trouble) + "\n");
+    }
+    catch (const std::exception&)
+    {
+        WriteText(STDERR_FILENO, "zelKit: out of memory\n");
+    }
+}
+
+} // namespace ZKT

@@ -1,0 +1,179 @@
+#include "contracts/zelKit/Trace.h"
+
+#include "contracts/zelKit/Time.h"
+#include "libraries/CancellationOff.h"
+#include "libraries/zelKit/Output.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <exception>
+#include <fcntl.h>
+#include <string_view>
+#include <system_error>
+#include <unistd.h>
+
+namespace ZKT
+{
+namespace
+{
+
+int OpenTraceTarget()
+{
+    const char* path = std::getenv("TARNIS_TRACE_FILE");
+    if (path == nullptr || *path == '\0')
+        return STDERR_FILENO;
+    // Without O_NONBLOCK a pipe that nobody reads would hold the first line, and its thread, here.
+    const int file =
+        open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0644);
+    if (file >= 0)
+        return file;
+    const std::string reason = std::generic_category().message(errno);
+    Internals::Complain("the trace file \"" + std::string(path) + "\" cannot be opened (" + reason +
+                        "); trace lines go to standard error");
+    return STDERR_FILENO;
+}
+
+/// Opened at the first line and never closed: lines come until the very end of the process.
+int TraceTarget()
+{
+    static const int target = OpenTraceTarget();
+    return target;
+}
+
+std::string TimeText(std::uint64_t milliseconds)
+{
+    const std::time_t seconds = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm date{};
+    localtime_r(&seconds, &date);
+    std::array<char, 64> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &date);
+    std::snprintf(text.data() + length, text.size() - length, ".%03u",
+                  static_cast<unsigned>(milliseconds % 1000));
+    return text.data();
+}
+
+void AppendOnOneLine(std::string& line, std::string_view text)
+{
+    constexpr char digits[] = "0123456789abcdef";
+    for (const char character : text)
+    {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte < 0x20 || byte == 0x7F)
+            line.append({'\\', 'x', digits[byte >> 4], digits[byte & 15]});
+        else
+            line += character;
+    }
+}
+
+template <class Number> std::string TextOf(Number number, int base)
+{
+    std::array<char, 24> text{};
+    const auto result = std::to_chars(text.data(), text.data() + text.size(), number, base);
+    return std::string(text.data(), result.ptr);
+}
+
+} // namespace
+
+namespace Internals
+{
+
+CTraceStreamBuffer::CTraceStreamBuffer(std::uint32_t level, const Misc::CModuleInfo& module,
+                                       const char* sourcePath, const char* functionName,
+                                       std::uint32_t line)
+    : m_Level(level), m_Module(module), m_SourcePath(sourcePath), m_FunctionName(functionName),
+      m_Line(line)
+{
+}
+
+CTraceStreamBuffer::~CTraceStreamBuffer()
+{
+    const Libraries::CancellationOff shield;
+    try
+    {
+        std::string line = TimeText(Misc::now());
+        line += ' ' + m_Module.GetName() + ' ' + TextOf(m_Level, 10) + ' ' + m_SourcePath + ' ' +
+                m_FunctionName + ':' + TextOf(m_Line, 10) + " [" + TextOf(gettid(), 10) + "] ";
+        AppendOnOneLine(line, m_Text);
+        line += '\n';
+        WriteText(TraceTarget(), line);
+    }
+    catch (const std::exception&)
+    {
+        // No memory for a trace line: it is left out.
+    }
+}
+
+Output_Streams::CFormatStream CTraceStreamBuffer::Open(const char* format)
+{
+    return Output_Streams::CFormatStream(*this, format);
+}
+
+} // namespace Internals
+
+namespace Output_Streams
+{
+
+CFormatStream::CFormatStream(Internals::CTraceStreamBuffer& buffer, const char* format)
+    : m_Buffer(buffer), m_Rest(format != nullptr ? format : "")
+{
+}
+
+CFormatStream::~CFormatStream()
+{
+    try
+    {
+        m_Buffer.m_Text += m_Text;
+        m_Buffer.m_Text += m_Rest;
+    }
+    catch (const std::exception&)
+    {
+        // As in the buffer's destructor.
+    }
+}
+
+char CFormatStream::NextPlace()
+{
+    for (const char* at = m_Rest; *at != '\0'; ++at)
+    {
+        const char letter = at[1];
+        if (*at == '%' && (letter == 'd' || letter == 's' || letter == 'x'))
+        {
+            m_Text.append(m_Rest, at);
+            m_Rest = at + 2;
+            return letter;
+        }
+    }
+    return '\0';
+}
+
+CFormatStream& CFormatStream::operator<<(const char* text)
+{
+    if (NextPlace() != '\0')
+        m_Text += text != nullptr ? text : "(null)";
+    return *this;
+}
+
+CFormatStream& CFormatStream::operator<<(const std::string& text)
+{
+    if (NextPlace() != '\0')
+        m_Text += text;
+    return *this;
+}
+
+CFormatStream& CFormatStream::operator<<(FormatInt number)
+{
+    const char place = NextPlace();
+    if (place == 'x')
+        m_Text += TextOf(number.GetBits(), 16);
+    else if (place != '\0' && number.IsSigned())
+        m_Text += TextOf(static_cast<std::int64_t>(number.GetValue()), 10);
+    else if (place != '\0')
+        m_Text += TextOf(number.GetValue(), 10);
+    return *this;
+}
+
+} // namespace Output_Streams
+} // namespace ZKT

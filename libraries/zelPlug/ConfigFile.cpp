@@ -1,0 +1,214 @@
+#include "contracts/zelPlug/ConfigFile.h"
+
+#include "libraries/CancellationOff.h"
+#include "libraries/zelPlug/FileReplacement.h"
+
+#include <boost/filesystem/operations.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <string_view>
+
+namespace PI
+{
+namespace
+{
+
+using boost::filesystem::path;
+
+constexpr std::size_t largestFile = 64 * 1024 * 1024;
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view blanks = " \t";
+
+path ConfigFolder()
+{
+    const auto set = [](const char* name) -> const char*
+    {
+        const char* text = std::getenv(name);
+        return text != nullptr && *text != '\0' ? text : nullptr;
+    };
+    boost::system::error_code error;
+    if (const char* folder = set("TARNIS_CONFIG_DIR"))
+        return folder;
+    if (boost::filesystem::is_directory("/etc/tarnis", error))
+        return "/etc/tarnis";
+    if (const char* folder = set("XDG_CONFIG_HOME"))
+        return path(folder) / "tarnis";
+    if (const char* folder = set("HOME"))
+        return path(folder) / ".config" / "tarnis";
+    return {};
+}
+
+/// Where a settings file lies; empty when there is no place for it.
+path Locate(const path& name)
+{
+    if (name.empty() || name.has_parent_path())
+        return name;
+    const path folder = ConfigFolder();
+    return folder.empty() ? path() : folder / name;
+}
+
+std::string_view Trimmed(std::string_view text)
+{
+    const std::size_t begin = text.find_first_not_of(blanks);
+    if (begin == std::string_view::npos)
+        return {};
+    return text.substr(begin, text.find_last_not_of(blanks) + 1 - begin);
+}
+
+char ToLower(char letter)
+{
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+bool IsSameKey(std::string_view left, std::string_view right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](char a, char b) { return ToLower(a) == ToLower(b); });
+}
+
+/// Whether a line can hold the key so that it is found again.
+bool IsKey(std::string_view key)
+{
+    return !key.empty() && key.find_first_of(std::string_view("=\r\n\0", 4)) == key.npos &&
+           std::string_view("#;[").find(key.front()) == std::string_view::npos &&
+           !key.starts_with(byteOrderMark);
+}
+
+bool IsValue(std::string_view value)
+{
+    return value.find_first_of(std::string_view("\r\n\0", 3)) == value.npos;
+}
+
+/// Place of a value in the text of a file.
+struct ValuePlace
+{
+    std::size_t begin;
+    std::size_t length;
+};
+
+// Comments and section heads need no look of their own: what stands before their "=" is no key.
+bool FindValue(std::string_view text, std::string_view key, ValuePlace& place)
+{
+    std::size_t begin = text.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
+    while (begin < text.size())
+    {
+        const std::size_t lineFeed = text.find('\n', begin);
+        const bool lastLine = lineFeed == std::string_view::npos;
+        std::string_view line = text.substr(begin, lastLine ? lineFeed : lineFeed - begin);
+        if (!lastLine && line.ends_with('\r'))
+            line.remove_suffix(1);
+        const std::size_t equals = line.find('=');
+        if (equals != std::string_view::npos && IsSameKey(Trimmed(line.substr(0, equals)), key))
+        {
+            place = {begin + equals + 1, line.size() - equals - 1};
+            return true;
+        }
+        if (lastLine)
+            return false;
+        begin = lineFeed + 1;
+    }
+    return false;
+}
+
+std::string_view LineEndOf(std::string_view text)
+{
+    const std::size_t lineFeed = text.find('\n');
+    const bool withReturn =
+        lineFeed != std::string_view::npos && lineFeed != 0 && text[lineFeed - 1] == '\r';
+    return withReturn ? "\r\n" : "\n";
+}
+
+void SetValue(std::string& text, std::string_view key, std::string_view value)
+{
+    ValuePlace place{};
+    if (FindValue(text, key, place))
+    {
+        text.replace(place.begin, place.length, value);
+        return;
+    }
+    const std::string_view lineEnd = LineEndOf(text);
+    // A CR at the very end belongs to its value, and must not become half a line end.
+    if (text.ends_with('\r'))
+        text += "\r\n";
+    else if (!text.empty() && !text.ends_with('\n') && text != byteOrderMark)
+        text += lineEnd;
+    text.append(key).append("=").append(value).append(lineEnd);
+}
+
+_ERROR_CODE Write(const path& name, std::string_view key, std::string_view value)
+{
+    path target = Locate(name);
+    if (target.empty() || !Internals::FollowLinks(target))
+        return ERR_WRITE_ACCESS_DENIED;
+    std::string text;
+    std::optional<Internals::FileAttributes> attributes = Internals::FileAttributes{};
+    switch (
+        Internals::ReadWhole(target, Internals::Purpose::Replace, largestFile, text, *attributes))
+    {
+    case Internals::ReadResult::Read:
+        break;
+    case Internals::ReadResult::Missing:
+    {
+        attributes.reset();
+        boost::system::error_code error;
+        boost::filesystem::create_directories(target.parent_path(), error);
+        break; // without a folder, what follows fails
+    }
+    case Internals::ReadResult::Unreadable:
+        return ERR_WRITE_ACCESS_DENIED;
+    }
+    SetValue(text, key, value);
+    // A file that could not be read back is no way to keep a setting.
+    if (text.size() > largestFile || !Internals::ReplaceFile(target, text, attributes))
+        return ERR_WRITE_ACCESS_DENIED;
+    return ERR_SUCCESS;
+}
+
+} // namespace
+
+CConfigFile::CConfigFile() = default;
+
+_ERROR_CODE CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int section,
+                                      int index) const
+{
+    const Libraries::CancellationOff shield;
+    try
+    {
+        const std::string_view wanted = Trimmed(key);
+        std::string text;
+        Internals::FileAttributes attributes{};
+        ValuePlace place{};
+        if (section != -1 || index != -1 || !IsKey(wanted) ||
+            Internals::ReadWhole(Locate(m_FileName), Internals::Purpose::Read, largestFile, text,
+                                 attributes) != Internals::ReadResult::Read ||
+            !FindValue(text, wanted, place))
+            return ERR_CONFIG_VALUE_NOT_FOUND;
+        value = text.substr(place.begin, place.length);
+        return ERR_SUCCESS;
+    }
+    catch (const std::exception&)
+    {
+        return ERR_CONFIG_VALUE_NOT_FOUND;
+    }
+}
+
+_ERROR_CODE CConfigFile::WriteKeyValue(const std::string& key, const std::string& value,
+                                       int section, int index)
+{
+    const Libraries::CancellationOff shield;
+    try
+    {
+        const std::string_view wanted = Trimmed(key);
+        if (section != -1 || index != -1 || !IsKey(wanted) || !IsValue(value))
+            return ERR_INVALID_PARAMETER;
+        return Write(m_FileName, wanted, value);
+    }
+    catch (const std::exception&)
+    {
+        return ERR_WRITE_ACCESS_DENIED;
+    }
+}
+
+} // namespace PI

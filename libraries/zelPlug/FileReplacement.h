@@ -1,0 +1,50 @@
+// Reading a small file whole, and putting a new one in its place in one step.
+#pragma once
+
+#include <boost/filesystem/path.hpp>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+
+namespace PI::Internals
+{
+
+/// What a new file takes over from the one that it replaces.
+struct FileAttributes
+{
+    mode_t permissions;
+    uid_t owner;
+    gid_t group;
+};
+
+enum class ReadResult
+{
+    Read,
+    Missing,
+    Unreadable,
+};
+
+enum class Purpose
+{
+    Read,
+    Replace, ///< a file that this process may not write counts as unreadable
+};
+
+/// Where a chain of symbolic links ends, whether anything is there or not.
+/// @return false for a chain without end
+bool FollowLinks(boost::filesystem::path& path);
+
+/// Reads a regular file. Never waits for a pipe or a device.
+/// @param limit  size in bytes from which on a file counts as unreadable
+ReadResult ReadWhole(const boost::filesystem::path& path, Purpose purpose, std::size_t limit,
+                     std::string& content, FileAttributes& attributes);
+
+/// Writes the content to disk under another name in the same folder, then renames it. Whatever
+/// happens, the path names the whole old file or the whole new one.
+/// @param attributes  of the old file, none when there is no old one
+bool ReplaceFile(const boost::filesystem::path& path, const std::string& content,
+                 const std::optional<FileAttributes>& attributes);
+
+} // namespace PI::Internals

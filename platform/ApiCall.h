@@ -1,0 +1,52 @@
+// What the calls of WindowsApi.h have in common: the gate, the cause of a failure, exceptions.
+#pragma once
+
+#include "platform/WindowsTypes.h"
+
+#include <cstddef>
+#include <exception>
+#include <new>
+
+namespace Platform
+{
+
+// Error codes that only the implementation of the calls gives.
+inline constexpr DWORD ErrorInvalidData = 13;
+inline constexpr DWORD ErrorInvalidFlags = 1004;
+
+/// Whether the gate lets this call pass.
+bool GatePasses(const char* name);
+
+void SetCallError(DWORD error);
+
+/// Leaves the cause and gives the result of a failed call.
+template <class Result> Result FailCall(DWORD error, Result failure)
+{
+    SetCallError(error);
+    return failure;
+}
+
+/// Runs the body of a call: the gate first, and no exception leaves. Not `catch (...)`: a thread
+/// that is cancelled in a call unwinds through here.
+template <class Result, class Body> Result RunCall(const char* name, Result failure, Body body)
+{
+    try
+    {
+        if (!GatePasses(name))
+            return FailCall(ERROR_GEN_FAILURE, failure);
+        return body();
+    }
+    catch (const std::bad_alloc&)
+    {
+        return FailCall(ERROR_NOT_ENOUGH_MEMORY, failure);
+    }
+    catch (const std::exception&)
+    {
+        return FailCall(ERROR_GEN_FAILURE, failure);
+    }
+}
+
+std::size_t OpenDeviceCount();
+std::size_t OpenListCount();
+
+} // namespace Platform

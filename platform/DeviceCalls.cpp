@@ -1,0 +1,173 @@
+#include "platform/ApiCall.h"
+#include "platform/DriveControl.h"
+#include "platform/HandleTable.h"
+#include "platform/Machine.h"
+#include "platform/WindowsApi.h"
+
+#include <cstring>
+#include <string>
+#include <utility>
+
+namespace Platform
+{
+
+namespace
+{
+
+constexpr DWORD ReadAccess = 1;
+constexpr DWORD WriteAccess = 2;
+
+struct OpenDevice
+{
+    std::unique_ptr<Device> device;
+    DWORD access;
+};
+
+HandleTable<const OpenDevice>& Devices()
+{
+    static HandleTable<const OpenDevice>& devices = *new HandleTable<const OpenDevice>;
+    return devices;
+}
+
+/// A control code carries in bits 14 and 15 the access that its handle must have.
+DWORD NeededAccess(DWORD code)
+{
+    return code >> 14 & (ReadAccess | WriteAccess);
+}
+
+/// Writes an answer of a fixed size, if the device gave one.
+template <class Answer, class Ask>
+DWORD Reply(PVOID output, DWORD outputSize, DWORD& written, Ask ask)
+{
+    if (output == nullptr || outputSize < sizeof(Answer))
+        return ERROR_INSUFFICIENT_BUFFER;
+    Answer answer = {};
+    const DWORD error = ask(answer);
+    if (error != ERROR_SUCCESS)
+        return error;
+    std::memcpy(output, &answer, sizeof(Answer));
+    written = sizeof(Answer);
+    return ERROR_SUCCESS;
+}
+
+DWORD ReplyDriveData(Device& device, PVOID input, DWORD inputSize, PVOID output, DWORD outputSize,
+                     DWORD& written)
+{
+    DriveRequest request = {};
+    DWORD error = DecodeDriveRequest(input, inputSize, output, outputSize, request);
+    if (error != ERROR_SUCCESS)
+        return error;
+    Sector page = {};
+    error = request == DriveRequest::Identify ? device.Identify(page) : device.SmartData(page);
+    if (error != ERROR_SUCCESS)
+        return error;
+    EncodeDriveReply(page, output);
+    written = ReplyBytes;
+    return ERROR_SUCCESS;
+}
+
+DWORD Control(Device& device, DWORD code, PVOID input, DWORD inputSize, PVOID output,
+              DWORD outputSize, DWORD& written)
+{
+    switch (code)
+    {
+    case IOCTL_STORAGE_GET_DEVICE_NUMBER:
+        return Reply<STORAGE_DEVICE_NUMBER>(output, outputSize, written,
+                                            [&](STORAGE_DEVICE_NUMBER& answer)
+                                            {
+                                                answer.DeviceType = 7; // FILE_DEVICE_DISK
+                                                DWORD number = 0;
+                                                const DWORD error = device.DiskNumber(number);
+                                                answer.DeviceNumber = number;
+                                                return error;
+                                            });
+    case IOCTL_DISK_GET_LENGTH_INFO:
+        return Reply<GET_LENGTH_INFORMATION>(output, outputSize, written,
+                                             [&](GET_LENGTH_INFORMATION& answer)
+                                             {
+                                                 std::uint64_t bytes = 0;
+                                                 const DWORD error = device.Length(bytes);
+                                                 answer.Length.QuadPart =
+                                                     static_cast<LONGLONG>(bytes);
+                                                 return error;
+                                             });
+    case SMART_GET_VERSION:
+        return Reply<GETVERSIONINPARAMS>(output, outputSize, written,
+                                         [&](GETVERSIONINPARAMS& answer)
+                                         {
+                                             answer.bVersion = 1;
+                                             answer.bRevision = 1;
+                                             answer.bIDEDeviceMap = 1;
+                                             answer.fCapabilities = 5; // IDENTIFY and SMART
+                                             return device.SmartVersion();
+                                         });
+    case SMART_RCV_DRIVE_DATA:
+        return ReplyDriveData(device, input, inputSize, output, outputSize, written);
+    default:
+        return ERROR_INVALID_FUNCTION;
+    }
+}
+
+} // namespace
+
+std::size_t OpenDeviceCount()
+{
+    return Devices().Count();
+}
+
+HANDLE CreateFileA(const CHAR* path, DWORD access, DWORD /*shareMode*/,
+                   SECURITY_ATTRIBUTES* /*security*/, DWORD disposition, DWORD /*attributes*/,
+                   HANDLE /*templateFile*/)
+{
+    const auto call = [&]() -> HANDLE
+    {
+        // Any other disposition could create or empty something.
+        if (path == nullptr || disposition != OPEN_EXISTING)
+            return FailCall(ERROR_INVALID_PARAMETER, INVALID_HANDLE_VALUE);
+        auto opened = std::make_shared<OpenDevice>();
+        opened->access = ((access & GENERIC_READ) != 0 ? ReadAccess : 0) |
+                         ((access & GENERIC_WRITE) != 0 ? WriteAccess : 0);
+        const DWORD error =
+            CurrentMachine().OpenDevice(path, (access & GENERIC_WRITE) != 0, opened->device);
+        if (error != ERROR_SUCCESS)
+            return FailCall(error, INVALID_HANDLE_VALUE);
+        return Devices().Add(std::move(opened));
+    };
+    return RunCall<HANDLE>("CreateFileA", INVALID_HANDLE_VALUE, call);
+}
+
+BOOL DeviceIoControl(HANDLE handle, DWORD code, PVOID input, DWORD inputSize, PVOID output,
+                     DWORD outputSize, DWORD* returned, OVERLAPPED* overlapped)
+{
+    const auto call = [&]() -> BOOL
+    {
+        // Windows would fault on a missing count; overlapped handles are never opened here.
+        if (returned == nullptr || overlapped != nullptr)
+            return FailCall<BOOL>(ERROR_INVALID_PARAMETER, 0);
+        *returned = 0;
+        // Held over the call: another thread may close the handle meanwhile.
+        const std::shared_ptr<const OpenDevice> opened = Devices().Find(handle);
+        if (!opened)
+            return FailCall<BOOL>(ERROR_INVALID_HANDLE, 0);
+        if ((NeededAccess(code) & ~opened->access) != 0)
+            return FailCall<BOOL>(ERROR_ACCESS_DENIED, 0);
+        DWORD written = 0;
+        const DWORD error =
+            Control(*opened->device, code, input, inputSize, output, outputSize, written);
+        if (error != ERROR_SUCCESS)
+            return FailCall<BOOL>(error, 0);
+        *returned = written;
+        return 1;
+    };
+    return RunCall<BOOL>("DeviceIoControl", 0, call);
+}
+
+BOOL CloseHandle(HANDLE handle)
+{
+    const bool wasOpen = Devices().Remove(handle) != nullptr;
+    return RunCall<BOOL>("CloseHandle", 0,
+                         [&]() -> BOOL
+                         { return wasOpen ? 1 : FailCall<BOOL>(ERROR_INVALID_HANDLE, 0); });
+}
+
+} // namespace Platform

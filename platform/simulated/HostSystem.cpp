@@ -1,0 +1,208 @@
+#include "platform/simulated/HostSystem.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <system_error>
+
+#if defined(_WIN32)
+#include <filesystem>
+#include <fstream>
+#include <thread>
+#else
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+#endif
+
+namespace Platform
+{
+
+namespace
+{
+
+std::string TooLarge(std::size_t limit)
+{
+    return limit % (1024 * 1024) == 0
+               ? "is larger than " + std::to_string(limit / (1024 * 1024)) + " MiB"
+               : "is longer than " + std::to_string(limit) + " bytes";
+}
+
+} // namespace
+
+#if defined(_WIN32)
+
+CancellationPause::CancellationPause() = default;
+CancellationPause::~CancellationPause() = default;
+
+FileStamp StampOf(const std::string& path)
+{
+    std::error_code error;
+    FileStamp stamp;
+    const auto time = std::filesystem::last_write_time(path, error);
+    if (error)
+        return stamp;
+    stamp.changed = time.time_since_epoch().count();
+    stamp.size = std::filesystem::file_size(path, error);
+    stamp.inode = 1;
+    return stamp;
+}
+
+std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content)
+{
+    const std::string& path = file.path;
+    file.stamp = StampOf(path);
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+        return "is missing or not a regular file";
+    if (file.stamp.size > limit)
+        return TooLarge(limit);
+    content.assign(static_cast<std::size_t>(file.stamp.size), '\0');
+    std::ifstream stream(path, std::ios::binary);
+    stream.read(content.data(), static_cast<std::streamsize>(content.size()));
+    content.resize(static_cast<std::size_t>(stream.gcount()));
+    return stream.bad() ? "cannot be read" : "";
+}
+
+void SleepFor(std::uint32_t milliseconds)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+#else
+
+namespace
+{
+
+constexpr std::int64_t NanosecondsPerSecond = 1'000'000'000;
+
+std::int64_t Nanoseconds(const timespec& time)
+{
+    return time.tv_sec * NanosecondsPerSecond + time.tv_nsec;
+}
+
+FileStamp MakeStamp(const struct stat& status)
+{
+    return {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
+            Nanoseconds(status.st_mtim)};
+}
+
+bool IsFresh(const FileStamp& stamp)
+{
+    constexpr std::int64_t ClockStep = NanosecondsPerSecond / 20;
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const std::int64_t age = Nanoseconds(now) - stamp.changed;
+    return age > -ClockStep && age < ClockStep;
+}
+
+std::string Reason(int error)
+{
+    return std::generic_category().message(error);
+}
+
+class FileDescriptor
+{
+  public:
+    explicit FileDescriptor(int descriptor) : m_Descriptor(descriptor) {}
+    ~FileDescriptor()
+    {
+        if (m_Descriptor >= 0)
+            close(m_Descriptor);
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+    int Get() const { return m_Descriptor; }
+
+  private:
+    int m_Descriptor;
+};
+
+} // namespace
+
+CancellationPause::CancellationPause()
+{
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_Before);
+}
+CancellationPause::~CancellationPause()
+{
+    pthread_setcancelstate(m_Before, nullptr);
+}
+
+FileStamp StampOf(const std::string& path)
+{
+    const CancellationPause pause;
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 ? MakeStamp(status) : FileStamp{};
+}
+
+std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content)
+{
+    const CancellationPause pause;
+    // Of a file that cannot be opened, too: it is not read again until it changes.
+    file.stamp = StampOf(file.path);
+    // Without O_NONBLOCK, a FIFO would hold us until somebody writes.
+    const FileDescriptor descriptor(
+        open(file.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (descriptor.Get() < 0)
+        return "cannot be opened (" + Reason(errno) + ")";
+    struct stat status = {};
+    if (fstat(descriptor.Get(), &status) != 0)
+        return "cannot be read (" + Reason(errno) + ")";
+    if (S_ISDIR(status.st_mode))
+        return "is a directory";
+    if (!S_ISREG(status.st_mode))
+        return "is not a regular file";
+    file.stamp = MakeStamp(status);
+    file.isFresh = IsFresh(file.stamp);
+
+    content.clear();
+    if (file.stamp.size <= limit)
+        content.reserve(file.stamp.size);
+    std::string block(std::min<std::size_t>(limit, 1 << 16) + 1, '\0');
+    for (;;)
+    {
+        const ssize_t count = read(descriptor.Get(), block.data(), block.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return "cannot be read (" + Reason(errno) + ")";
+        if (count == 0)
+            return "";
+        content.append(block, 0, static_cast<std::size_t>(count));
+        if (content.size() > limit)
+            return TooLarge(limit);
+    }
+}
+
+void SleepFor(std::uint32_t milliseconds)
+{
+    timespec end = {};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += static_cast<time_t>(milliseconds / 1000);
+    end.tv_nsec += static_cast<long>(milliseconds % 1000) * 1'000'000;
+    if (end.tv_nsec >= NanosecondsPerSecond)
+    {
+        ++end.tv_sec;
+        end.tv_nsec -= NanosecondsPerSecond;
+    }
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR)
+    {
+    }
+}
+
+#endif
+
+void Warn(const std::string& text)
+{
+    const CancellationPause pause;
+    // One call, so that lines of several threads do not mix.
+    const std::string line = text + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+} // namespace Platform

@@ -1,0 +1,60 @@
+// What the simulated machine needs of the system it runs on: files, sleep, a line for people.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace Platform
+{
+
+/// Puts off the cancellation of this thread for as long as it lives. Files are read under it, since
+/// a thread that is cancelled in the middle would leave them open.
+class CancellationPause
+{
+  public:
+    CancellationPause();
+    ~CancellationPause();
+    CancellationPause(const CancellationPause&) = delete;
+    CancellationPause& operator=(const CancellationPause&) = delete;
+
+  private:
+    int m_Before = 0;
+};
+
+/// What changes when a file changes. All zero for a file that is not there.
+struct FileStamp
+{
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    std::uint64_t size = 0;
+    std::int64_t changed = 0; ///< nanoseconds since 1970
+
+    bool operator==(const FileStamp&) const = default;
+};
+
+FileStamp StampOf(const std::string& path);
+
+/// A file that somebody rests on, as it was when it was read.
+struct WatchedFile
+{
+    std::string path;
+    FileStamp stamp = {};
+    /// Read so soon after its last change that a further one may have left the same stamp: the
+    /// clock of a file system advances in steps.
+    bool isFresh = false;
+};
+
+/// Reads the regular file of that path whole. Never blocks on what is none.
+/// @param file   its stamp, from before the content was read, comes out on failure too
+/// @param limit  longest content taken
+/// @return empty, or what is wrong with the file
+std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content);
+
+/// Sleeps with no lock held. A thread may be cancelled in here, and unwinds.
+void SleepFor(std::uint32_t milliseconds);
+
+/// Writes one line to standard error.
+void Warn(const std::string& text);
+
+} // namespace Platform

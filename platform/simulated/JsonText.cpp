@@ -1,0 +1,195 @@
+#include "platform/simulated/JsonText.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace Platform
+{
+
+namespace
+{
+
+using Json = nlohmann::json;
+
+/// Deeper than any device tree that is taken: each of its levels has an array and an object.
+constexpr std::size_t DeepestNesting = 160;
+
+std::string LineAndColumn(const std::string& text, std::size_t position)
+{
+    const std::size_t end = std::min(position == 0 ? 0 : position - 1, text.size());
+    const auto line =
+        std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(end), '\n');
+    const std::size_t lineStart = end == 0 ? std::string::npos : text.rfind('\n', end - 1);
+    const std::size_t column = lineStart == std::string::npos ? end : end - lineStart - 1;
+    return "line " + std::to_string(line + 1) + ", column " + std::to_string(column + 1);
+}
+
+/// Takes the reader's events and builds the values. A handler of our own, since the library's keeps
+/// the last of two members with one name and nests as deep as it is told.
+class Builder : public nlohmann::json_sax<Json>
+{
+  public:
+    explicit Builder(const std::string& text) : m_Text(text) {}
+
+    Json Take() { return std::move(m_Root); }
+
+    bool null() override { return Put(nullptr); }
+    bool boolean(bool value) override { return Put(value); }
+    bool number_integer(number_integer_t value) override { return Put(value); }
+    bool number_unsigned(number_unsigned_t value) override { return Put(value); }
+    bool number_float(number_float_t value, const string_t&) override { return Put(value); }
+    bool string(string_t& value) override { return Put(std::move(value)); }
+    bool binary(binary_t&) override { return false; }
+
+    bool start_object(std::size_t) override { return Open(Json::object()); }
+    bool start_array(std::size_t) override { return Open(Json::array()); }
+    bool end_object() override { return Close(); }
+    bool end_array() override { return Close(); }
+
+    bool key(string_t& name) override
+    {
+        Json& object = *m_Open.back();
+        const auto [member, isNew] = object.emplace(name, nullptr);
+        m_Names.back() = name;
+        if (!isNew)
+            throw Complaint(Place(), "this name stands twice in its object", "remove one of them");
+        m_Member = &*member;
+        return true;
+    }
+
+    bool parse_error(std::size_t position, const std::string&,
+                     const nlohmann::detail::exception& error) override
+    {
+        // The library's text begins with its own name and place; ours are the better ones.
+        std::string_view reason = error.what();
+        const std::size_t column = reason.find(", column ");
+        const std::size_t start =
+            column == std::string_view::npos ? reason.find("] ") : reason.find(": ", column);
+        if (start != std::string_view::npos)
+            reason.remove_prefix(start + 2);
+        throw Complaint(LineAndColumn(m_Text, position), Printable(reason, 160),
+                        "correct the JSON text there");
+    }
+
+  private:
+    template <class Value> bool Put(Value&& value)
+    {
+        Add(Json(std::forward<Value>(value)));
+        return true;
+    }
+
+    Json* Add(Json value)
+    {
+        if (m_Open.empty())
+        {
+            m_Root = std::move(value);
+            return &m_Root;
+        }
+        Json& container = *m_Open.back();
+        if (container.is_array())
+        {
+            container.push_back(std::move(value));
+            return &container.back();
+        }
+        *m_Member = std::move(value);
+        return m_Member;
+    }
+
+    bool Open(Json container)
+    {
+        Json* added = Add(std::move(container));
+        if (m_Open.size() == DeepestNesting)
+            throw Complaint(Place(),
+                            "nested deeper than " + std::to_string(DeepestNesting) + " levels",
+                            "give the device tree fewer levels");
+        m_Open.push_back(added);
+        m_Names.emplace_back();
+        return true;
+    }
+
+    bool Close()
+    {
+        m_Open.pop_back();
+        m_Names.pop_back();
+        return true;
+    }
+
+    /// Where the reader is.
+    std::string Place() const
+    {
+        std::string place;
+        for (std::size_t depth = 0; depth < m_Open.size(); ++depth)
+        {
+            if (m_Open[depth]->is_array())
+            {
+                const std::size_t size = m_Open[depth]->size();
+                place += "[" + std::to_string(size == 0 ? 0 : size - 1) + "]";
+            }
+            else
+                place += (place.empty() ? "" : ".") + m_Names[depth];
+        }
+        return place;
+    }
+
+    const std::string& m_Text;
+    Json m_Root;
+    std::vector<Json*> m_Open;
+    std::vector<std::string> m_Names; ///< of the member under way in each open object
+    Json* m_Member = nullptr;
+};
+
+} // namespace
+
+Complaint::Complaint(std::string place, std::string what, const std::string& remedy)
+    : std::runtime_error(what + "; " + remedy), m_Place(Printable(place, 240))
+{
+}
+
+std::string Complaint::Line() const
+{
+    return m_Place + ": " + what();
+}
+
+std::string Printable(std::string_view text, std::size_t limit)
+{
+    static constexpr char Digits[] = "0123456789abcdef";
+    std::string shown;
+    const auto escape = [&shown](unsigned char byte)
+    {
+        shown += "\\x";
+        shown += Digits[byte >> 4];
+        shown += Digits[byte & 0xF];
+    };
+    for (std::size_t position = 0; position < text.size(); ++position)
+    {
+        const auto byte = static_cast<unsigned char>(text[position]);
+        const bool startsCharacter = (byte & 0xC0) != 0x80;
+        if (startsCharacter && shown.size() >= limit)
+            return shown + "...";
+        const auto next =
+            static_cast<unsigned char>(position + 1 < text.size() ? text[position + 1] : '\0');
+        if (byte < 0x20 || byte == 0x7F)
+            escape(byte);
+        else if (byte == 0xC2 && next >= 0x80 && next < 0xA0)
+        {
+            // The control characters from U+0080 on steer a terminal as well.
+            escape(byte);
+            escape(next);
+            ++position;
+        }
+        else
+            shown += text[position];
+    }
+    return shown;
+}
+
+nlohmann::json ParseJson(const std::string& text)
+{
+    Builder builder(text);
+    Json::sax_parse(text, &builder);
+    return builder.Take();
+}
+
+} // namespace Platform

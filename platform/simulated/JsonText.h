@@ -1,0 +1,33 @@
+// JSON text in, values out, and a complaint that knows the place.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace Platform
+{
+
+/// What is wrong with a file, where, and what to do about it.
+class Complaint : public std::runtime_error
+{
+  public:
+    Complaint(std::string place, std::string what, const std::string& remedy);
+
+    /// "place: what is wrong; what to do".
+    std::string Line() const;
+
+  private:
+    std::string m_Place;
+};
+
+/// A text fit for one line of a message: control bytes escaped, cut to a length.
+std::string Printable(std::string_view text, std::size_t limit);
+
+/// Reads JSON of bounded nesting. Throws a Complaint for what is none, and for a name that an
+/// object holds twice.
+nlohmann::json ParseJson(const std::string& text);
+
+} // namespace Platform

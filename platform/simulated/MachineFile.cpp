@@ -1,0 +1,105 @@
+#include "platform/simulated/MachineFile.h"
+
+#include "platform/DeviceNames.h"
+#include "platform/simulated/JsonValue.h"
+#include "platform/simulated/Sections.h"
+
+#include <exception>
+#include <filesystem>
+#include <utility>
+
+namespace Platform
+{
+
+namespace
+{
+
+constexpr std::size_t LongestFile = 64 * 1024 * 1024;
+constexpr std::size_t LongestVersion = 255;
+
+std::shared_ptr<MachineRecord> ReadDocument(const nlohmann::json& document, PageFiles& pages)
+{
+    const JsonValue top(document);
+    top.DemandObject({"version", "modules", "devices", "disks"});
+    const JsonValue version = top.Member("version");
+    version.Number(1, 1);
+
+    auto machine = std::make_shared<MachineRecord>();
+    if (top.Has("modules"))
+        top.Member("modules").EachMember(
+            [&](const std::string& service, const JsonValue& text)
+            {
+                if (service.empty() || service.size() > LongestService)
+                    text.Fail("a service name has 1 to 199 bytes", "correct it");
+                if (!machine->modules.emplace(FoldCase(service), text.Text(LongestVersion)).second)
+                    text.Fail("this service stands twice, letter case does not count",
+                              "remove one of them");
+            });
+    if (top.Has("devices"))
+    {
+        const JsonValue devices = top.Member("devices");
+        ReadDevices(&devices, *machine);
+    }
+    else
+        ReadDevices(nullptr, *machine);
+    if (top.Has("disks"))
+        ReadDisks(top.Member("disks"), pages, *machine);
+    return machine;
+}
+
+/// Turns whatever a reader throws into the one line.
+template <class Reader>
+std::shared_ptr<MachineRecord> WithMessage(const std::string& name, std::string& message,
+                                           Reader reader)
+{
+    message.clear();
+    try
+    {
+        return reader();
+    }
+    catch (const Complaint& complaint)
+    {
+        message = complaint.Line();
+    }
+    catch (const std::exception& error)
+    {
+        message = "file: " + Printable(error.what(), 160) + "; make the file smaller";
+    }
+    message = Printable(name, 240) + ": " + message;
+    return nullptr;
+}
+
+} // namespace
+
+std::shared_ptr<MachineRecord> ParseMachine(const std::string& text, const std::string& name,
+                                            const std::string& folder,
+                                            std::vector<WatchedFile>& files, std::string& message)
+{
+    return WithMessage(name, message,
+                       [&]
+                       {
+                           PageFiles pages(folder, files);
+                           return ReadDocument(ParseJson(text), pages);
+                       });
+}
+
+std::shared_ptr<MachineRecord> ReadMachine(const std::string& path, std::vector<WatchedFile>& files,
+                                           std::string& message)
+{
+    return WithMessage(
+        path, message,
+        [&]
+        {
+            WatchedFile& file = files.emplace_back(WatchedFile{path, {}, false});
+            std::string text;
+            const std::string wrong = ReadWholeFile(file, LongestFile, text);
+            if (!wrong.empty())
+                throw Complaint("file", wrong, "name a readable machine file");
+            if (text.empty())
+                throw Complaint("file", "is empty", "write a machine into it, or name another");
+            PageFiles pages(std::filesystem::path(path).parent_path().string(), files);
+            return ReadDocument(ParseJson(text), pages);
+        });
+}
+
+} // namespace Platform

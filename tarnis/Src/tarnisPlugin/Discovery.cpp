@@ -1,0 +1,189 @@
+#include "tarnis/Src/tarnisPlugin/Discovery.h"
+
+#include "platform/Handles.h"
+#include "platform/WindowsApi.h"
+
+#include <boost/algorithm/string/predicate.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <optional>
+
+namespace NAMESPACE_tarnis
+{
+namespace
+{
+
+constexpr const char* SupportedDrivers[] = {"msahci", "storahci", "iastora"};
+constexpr const char* DiskService = "disk";
+constexpr ULONG ServiceNameBytes = 200;
+constexpr ULONG DeviceIdBytes = 2048;
+
+bool SameName(const std::string& name, const char* candidate)
+{
+    return boost::algorithm::iequals(name, candidate);
+}
+
+/// Service name of a node; empty when it has none.
+std::string ServiceOf(DEVINST node)
+{
+    char name[ServiceNameBytes] = {};
+    ULONG length = ServiceNameBytes;
+    if (Platform::CM_Get_DevNode_Registry_PropertyA(node, CM_DRP_SERVICE, nullptr, name, &length,
+                                                    0) != CR_SUCCESS)
+        return {};
+    name[ServiceNameBytes - 1] = '\0';
+    return name;
+}
+
+std::optional<DEVINST> ChildOf(DEVINST node)
+{
+    DEVINST child = 0;
+    if (Platform::CM_Get_Child(&child, node, 0) != CR_SUCCESS)
+        return std::nullopt;
+    return child;
+}
+
+std::optional<DEVINST> SiblingOf(DEVINST node)
+{
+    DEVINST sibling = 0;
+    if (Platform::CM_Get_Sibling(&sibling, node, 0) != CR_SUCCESS)
+        return std::nullopt;
+    return sibling;
+}
+
+std::optional<DEVINST> ParentOf(DEVINST node)
+{
+    DEVINST parent = 0;
+    if (Platform::CM_Get_Parent(&parent, node, 0) != CR_SUCCESS)
+        return std::nullopt;
+    return parent;
+}
+
+/// Path of one interface, or nothing.
+std::optional<std::string> InterfacePath(HDEVINFO list, SP_DEVICE_INTERFACE_DATA& interfaceData)
+{
+    DWORD size = 0;
+    Platform::SetupDiGetDeviceInterfaceDetailA(list, &interfaceData, nullptr, 0, &size, nullptr);
+    if (Platform::GetLastError() != ERROR_INSUFFICIENT_BUFFER ||
+        size < sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A))
+        return std::nullopt;
+
+    // The size comes from the system: as much as it asks for, or none when memory is short.
+    const std::size_t units = (std::size_t{size} + sizeof(DWORD) - 1) / sizeof(DWORD) + 1;
+    const std::unique_ptr<DWORD[]> block(new (std::nothrow) DWORD[units]());
+    if (!block)
+        return std::nullopt;
+    auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*>(block.get());
+    detail->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A);
+    SP_DEVINFO_DATA device = {};
+    device.cbSize = sizeof device;
+    if (!Platform::SetupDiGetDeviceInterfaceDetailA(list, &interfaceData, detail, size, &size,
+                                                    &device))
+        return std::nullopt;
+    return std::string(detail->DevicePath);
+}
+
+/// Disk number behind an interface, or nothing.
+std::optional<std::uint32_t> DiskNumberOf(const std::string& path)
+{
+    const Platform::DeviceHandle device(
+        Platform::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!device.IsOpen())
+        return std::nullopt;
+    STORAGE_DEVICE_NUMBER number = {};
+    DWORD returned = 0;
+    if (!Platform::DeviceIoControl(device.Get(), IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0,
+                                   &number, sizeof number, &returned, nullptr))
+        return std::nullopt;
+    return number.DeviceNumber;
+}
+
+/// Appends the numbers of all disk interfaces of one node.
+void AppendDiskNumbers(DEVINST node, std::vector<std::uint32_t>& driveNumbers)
+{
+    char deviceId[DeviceIdBytes] = {};
+    if (Platform::CM_Get_Device_IDA(node, deviceId, DeviceIdBytes, 0) != CR_SUCCESS)
+        return;
+    const Platform::DeviceInfoList list(Platform::SetupDiGetClassDevsA(
+        &Platform::DiskInterfaceClass, deviceId, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE));
+    if (!list.IsOpen())
+        return;
+
+    for (DWORD index = 0;; ++index)
+    {
+        SP_DEVICE_INTERFACE_DATA interfaceData = {};
+        interfaceData.cbSize = sizeof interfaceData;
+        if (!Platform::SetupDiEnumDeviceInterfaces(
+                list.Get(), nullptr, &Platform::DiskInterfaceClass, index, &interfaceData))
+            return;
+        if (const auto path = InterfacePath(list.Get(), interfaceData))
+            if (const auto number = DiskNumberOf(*path))
+                driveNumbers.push_back(*number);
+    }
+}
+
+} // namespace
+
+bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driveNumbers)
+{
+    DEVINST root = 0;
+    std::optional<DEVINST> node;
+    if (Platform::CM_Locate_DevNodeA(&root, nullptr, 0) == CR_SUCCESS)
+        node = root;
+
+    while (node)
+    {
+        const std::string service = ServiceOf(*node);
+        const bool supported =
+            std::any_of(std::begin(SupportedDrivers), std::end(SupportedDrivers),
+                        [&](const char* name) { return SameName(service, name); });
+        if (supported)
+        {
+            driverName = service;
+            CollectDiskNumbers(*node, driveNumbers);
+        }
+
+        // Pre-order; the walk is over when it has climbed past the root.
+        std::optional<DEVINST> next = ChildOf(*node);
+        while (node && !next)
+        {
+            next = SiblingOf(*node);
+            if (!next)
+                node = ParentOf(*node);
+        }
+        node = next;
+    }
+    return !driverName.empty();
+}
+
+void CollectDiskNumbers(DEVINST controllerNode, std::vector<std::uint32_t>& driveNumbers)
+{
+    std::optional<DEVINST> node = ChildOf(controllerNode);
+    int depth = 1;
+    while (node)
+    {
+        if (SameName(ServiceOf(*node), DiskService))
+            AppendDiskNumbers(*node, driveNumbers);
+
+        std::optional<DEVINST> next = ChildOf(*node);
+        if (next)
+            ++depth;
+        while (!next)
+        {
+            next = SiblingOf(*node);
+            if (next)
+                break;
+            node = ParentOf(*node);
+            --depth;
+            if (!node || *node == controllerNode || depth == 0)
+                return;
+        }
+        node = next;
+    }
+}
+
+} // namespace NAMESPACE_tarnis

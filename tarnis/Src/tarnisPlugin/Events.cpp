@@ -1,0 +1,41 @@
+// Delivery of the event queue.
+#include "tarnis/Src/tarnis/Instance.h"
+#include "tarnis/Src/tarnis/Locks.h"
+#include "tarnis/Src/tarnis/Trace.h"
+
+namespace NAMESPACE_tarnis
+{
+
+// The wait can fail, and the lock is then not held: more than the lock analysis can follow.
+PI::_ERROR_CODE IPLUGINAPI_IMPL::GetEvents(const CAHCIPlugin&,
+                                           PI::COperation& operation) NO_THREAD_SAFETY_ANALYSIS
+{
+    Trace(TRACE_FLOW, "ENTER GetEvents()");
+    operation.m_Events.clear();
+    const auto where = SourceLocation::current();
+    const std::uint32_t taken =
+        TracedStep("m_EventsLock.Wait(INFINITE)", where,
+                   [this] { return m_EventsLock.Wait(nullptr, ZKT::Infinite); });
+    if (taken != ZKT::RESULT_SUCCESS)
+        return PI::ERR_SUCCESS;
+
+    // The queue is copied before it is emptied: when memory runs out nothing is lost.
+    struct Release
+    {
+        ZKT::Threading::Native_OS::CFastMutex& lock;
+        const SourceLocation& where;
+        ~Release()
+        {
+            TracedStep("m_EventsLock.Release()", where, [this] { lock.Release(); });
+        }
+    };
+    {
+        const Release release{m_EventsLock, where};
+        operation.SetEvents(m_Events);
+        m_Events.clear();
+    }
+    Trace(TRACE_FLOW, "LEAVE GetEvents() -> %d", PI::ERR_SUCCESS);
+    return PI::ERR_SUCCESS;
+}
+
+} // namespace NAMESPACE_tarnis

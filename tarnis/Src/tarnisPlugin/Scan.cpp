@@ -1,0 +1,180 @@
+// The picture of the machine at one moment: an adapter, and a record for each drive that answers.
+// Built from nothing on every call; only ids and change counts carry over from the last picture.
+#include "platform/Handles.h"
+#include "platform/WindowsApi.h"
+#include "tarnis/Src/tarnis/Instance.h"
+#include "tarnis/Src/tarnis/Trace.h"
+#include "tarnis/Src/tarnisPlugin/Discovery.h"
+#include "tarnis/Src/tarnisPlugin/DriveCommands.h"
+#include "tarnis/Src/tarnisPlugin/Health.h"
+
+#include <boost/format.hpp>
+
+#include <algorithm>
+#include <optional>
+
+namespace NAMESPACE_tarnis
+{
+namespace
+{
+
+constexpr std::int32_t TheAdapterNumber = 0; // one adapter stands for all controllers
+constexpr const char* AdapterProduct = "Advanced Host Controller Interface";
+constexpr unsigned MegabyteShift = 20;
+
+/// What a drive answered while it was open.
+struct DriveAnswers
+{
+    IdentifyData words;
+    std::optional<PI::_IDE_SMART_DATA> smartPage;
+    std::optional<std::uint64_t> length;
+};
+
+/// Opens a drive, asks it and closes it. Nothing for a drive that cannot be opened, takes no SMART
+/// commands or does not identify itself.
+std::optional<DriveAnswers> AskDrive(std::uint32_t diskNumber)
+{
+    const std::string path = (boost::format("\\\\.\\PhysicalDrive%d") % diskNumber).str();
+    const Platform::DeviceHandle drive(
+        Platform::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                              OPEN_EXISTING, 0, nullptr));
+    const auto driveNumber = static_cast<std::uint8_t>(diskNumber);
+    std::optional<DriveAnswers> answers(std::in_place);
+    if (!drive.IsOpen() || !GetSmartVersion(drive.Get()) ||
+        !IdentifyDrive(drive.Get(), driveNumber, answers->words))
+        return std::nullopt;
+
+    PI::_IDE_SMART_DATA page;
+    if (IsFixedDevice(answers->words) &&
+        ReadSmartData(drive.Get(), driveNumber, page) == PI::ERR_SUCCESS)
+        answers->smartPage = page;
+    std::uint64_t length = 0;
+    if (GetDriveLength(drive.Get(), length))
+        answers->length = length;
+    return answers;
+}
+
+bool HasPartitions(const std::string& osDevice)
+{
+    std::vector<ZKTX::CSystemPartition> partitions;
+    ZKTX::CSystemPartitionTable(osDevice).GetPartitions(partitions);
+    return !partitions.empty();
+}
+
+/// Takes id and change count of the old record that the predicate finds.
+template <class Record, class SameObject>
+bool InheritIdentity(const std::vector<Record>& old, PI::CObject& record, SameObject isSame)
+{
+    const auto found = std::find_if(old.begin(), old.end(), isSame);
+    if (found == old.end())
+        return false;
+    record.SetID(found->GetID());
+    record.SetChangeCount(found->GetChangeCount());
+    return true;
+}
+
+} // namespace
+
+CAHCIAdapter IPLUGINAPI_IMPL::MakeAdapter(bool firstScan)
+{
+    CAHCIAdapter adapter;
+    adapter.SetType(PI::OBJECT_ADAPTER);
+    adapter.m_AdapterNumber = TheAdapterNumber;
+    adapter.m_Product = AdapterProduct;
+    adapter.m_UniqueID = (boost::format("PCI:Bus=%d&Device=%d&Function=%d") % adapter.m_PciBus %
+                          adapter.m_PciDevice % adapter.m_PciFunction)
+                             .str();
+    const PI::CAdapterID* hostID = FindAdapterID(adapter);
+    adapter.m_Name = AdapterName(adapter.m_Product, hostID ? hostID->m_GlobalAdapterID : 0);
+
+    const auto isSame = [&](const CAHCIAdapter& old)
+    { return old.m_AdapterNumber == adapter.m_AdapterNumber; };
+    if (firstScan || !InheritIdentity(m_Adapters, adapter, isSame))
+        adapter.SetID(NextObjectId());
+    adapter.m_DriverName = m_DriverName;
+    adapter.m_DriverVersion = m_DriverVersion;
+    return adapter;
+}
+
+bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan,
+                                        CAHCIAdapter& adapter, CAHCIPhysicalDrive& drive)
+{
+    const std::optional<DriveAnswers> answers = AskDrive(diskNumber);
+    if (!answers)
+        return false;
+
+    if (answers->length)
+        drive.m_SizeMB = *answers->length >> MegabyteShift;
+    DriveIdentity identity = DecodeIdentity(answers->words);
+    drive.m_MediaType = MediaTypeOf(answers->words, identity);
+    drive.m_Vendor = std::move(identity.vendor);
+    drive.m_Product = std::move(identity.product);
+    drive.m_SerialNumber = std::move(identity.serialNumber);
+    drive.m_FirmwareVersion = std::move(identity.firmwareVersion);
+    drive.SetType(PI::OBJECT_PHYSICAL_DRIVE);
+    drive.m_AdapterNumber = adapter.m_AdapterNumber;
+    drive.m_DeviceNumber = static_cast<std::int32_t>(diskNumber);
+    drive.m_UniqueID = (boost::format("PCI:Bus=%d&Device=%d&Function=%d&ID=%d") % adapter.m_PciBus %
+                        adapter.m_PciDevice % adapter.m_PciFunction % drive.m_DeviceNumber)
+                           .str();
+    drive.m_Name =
+        (boost::format("%s %s (%d)") % drive.m_Vendor % drive.m_Product % drive.m_DeviceNumber)
+            .str();
+
+    const auto isSame = [&](const CAHCIPhysicalDrive& old)
+    {
+        return old.m_AdapterNumber == drive.m_AdapterNumber &&
+               old.m_DeviceNumber == drive.m_DeviceNumber;
+    };
+    if (firstScan)
+        drive.SetID(NextObjectId());
+    else if (!InheritIdentity(m_PhysicalDrives, drive, isSame))
+    {
+        Trace(TRACE_FLOW, "The drive is not found yet!");
+        drive.SetID(NextObjectId());
+    }
+
+    if (answers->smartPage)
+        EvaluateSmartPage(*answers->smartPage, drive);
+    drive.m_OSDevice = (boost::format("Disk %d") % drive.m_DeviceNumber).str();
+    drive.m_Status = HasPartitions(drive.m_OSDevice) ? PI::VAL_OPERATIONAL : PI::VAL_AVAILABLE;
+    ApplyHealthLimits(drive, adapter);
+
+    adapter.GetChildren().push_back(drive.GetID());
+    drive.GetParents().push_back(adapter.GetID());
+    return true;
+}
+
+PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
+                                            std::vector<CAHCIPhysicalDrive>& drives, bool firstScan)
+{
+    Trace(TRACE_FLOW, "ENTER ScanSystem(%d) PhyDrive=%d", firstScan, drives.size());
+    adapters.clear();
+    drives.clear();
+    CAHCIAdapter adapter = MakeAdapter(firstScan);
+
+    std::string driverName; // the instance keeps the one that Initialize found
+    std::vector<std::uint32_t> diskNumbers;
+    FindStorageDriver(driverName, diskNumbers);
+    drives.reserve(diskNumbers.size());
+    for (const std::uint32_t diskNumber : diskNumbers)
+    {
+        CAHCIPhysicalDrive drive;
+        if (MakePhysicalDrive(diskNumber, firstScan, adapter, drive))
+            drives.push_back(std::move(drive));
+    }
+
+    PI::CGlobalAdapterID globalID("localhost");
+    globalID.SetAdapterUniqueID(0);
+    globalID.GenerateUniqueAdapterNumber();
+    adapter.m_GlobalAdapterNumber = globalID.GetGlobalAdapterNumber();
+    for (CAHCIPhysicalDrive& drive : drives)
+        drive.m_GlobalAdapterNumber = adapter.m_GlobalAdapterNumber;
+    adapters.push_back(std::move(adapter));
+
+    Trace(TRACE_FLOW, "LEAVE ScanSystem() -> %d", PI::ERR_SUCCESS);
+    return PI::ERR_SUCCESS;
+}
+
+} // namespace NAMESPACE_tarnis

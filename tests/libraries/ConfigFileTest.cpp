@@ -1,0 +1,233 @@
+#include "contracts/zelPlug/ConfigFile.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <random>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace std::string_literals;
+namespace fs = std::filesystem;
+
+class Settings : public testing::Test
+{
+  protected:
+    Settings()
+    {
+        std::string pattern = testing::TempDir() + "settingsXXXXXX";
+        m_Folder = mkdtemp(pattern.data());
+        m_File = m_Folder / "tarnis.ini";
+    }
+    ~Settings() override { fs::remove_all(m_Folder); }
+
+    static PI::CConfigFile Open(const fs::path& file)
+    {
+        PI::CConfigFile config;
+        config.SetFileName(file.string());
+        return config;
+    }
+    static int Write(const fs::path& file, const std::string& key, const std::string& value)
+    {
+        return Open(file).WriteKeyValue(key, value, -1, -1);
+    }
+    /// The value, or "none".
+    static std::string Read(const fs::path& file, const std::string& key)
+    {
+        std::string value = "none";
+        const int result = Open(file).ReadKeyValue(key, value, -1, -1);
+        EXPECT_EQ(result, value == "none" ? 20014 : 0);
+        return value;
+    }
+    void SetBytes(const std::string& bytes) { std::ofstream(m_File) << bytes; }
+    std::string Bytes() const
+    {
+        std::ifstream in(m_File);
+        return std::string(std::istreambuf_iterator<char>(in), {});
+    }
+    std::ptrdiff_t FilesInFolder() const
+    {
+        return std::distance(fs::directory_iterator(m_Folder), fs::directory_iterator());
+    }
+
+    fs::path m_Folder;
+    fs::path m_File;
+};
+
+const std::string bom = "\xEF\xBB\xBF";
+
+TEST_F(Settings, AreReadByTheRules)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        {"Key=30", "30"},
+        {bom + "Key=30\r\n", "30"},
+        {" \tkEY \t= 30 ", " 30 "},
+        {"Key=1\nKey=2\n", "1"},
+        {"Key=a=b\n", "a=b"},
+        {"Key=\nKey=2\n", ""},
+        {"Key=1\r", "1\r"},
+        {"#Key=1\n;Key=2\n[Key=3\n# Key=4\nKey=5", "5"},
+        {"Key\n=1\nKey2=2\nMyKey=3\nKe y=4\n", "none"},
+        {"\0\xFF\n\0Key=1\nKey=2\0\xFF\n"s, "2\0\xFF"s},
+        {std::string(10'000'000, 'x') + "\nKey=far\n", "far"},
+        {"", "none"},
+    };
+    for (const auto& [bytes, value] : cases)
+    {
+        SetBytes(bytes);
+        EXPECT_EQ(Read(m_File, "Key"), value) << bytes.substr(0, 100);
+    }
+    SetBytes("Key=1\n");
+    fs::resize_file(m_File, 64 * 1024 * 1024 + 1);
+    EXPECT_EQ(Read(m_File, "Key"), "none");
+}
+
+TEST_F(Settings, AreWrittenAndAllElseKept)
+{
+    const std::string large(5'000'000, '\n');
+    const std::pair<std::string, std::string> cases[] = {
+        {"", "Key=42\n"},
+        {bom, bom + "Key=42\n"},
+        {"a=1", "a=1\nKey=42\n"},
+        {"a=1\r\nb=2\n", "a=1\r\nb=2\nKey=42\r\n"},
+        {"a=1\nb=2\r\n", "a=1\nb=2\r\nKey=42\n"},
+        {"a=1\r", "a=1\r\r\nKey=42\n"},
+        {"a=1\r\nKEY =7\r\nb=2", "a=1\r\nKEY =42\r\nb=2"},
+        {bom + "key=123456\n\n\nKey=2\n", bom + "key=42\n\n\nKey=2\n"},
+        {"x\n Key=", "x\n Key=42"},
+        {"#Key=1\n\0\0=\xFF\n[s]\n"s, "#Key=1\n\0\0=\xFF\n[s]\nKey=42\n"s},
+        {large + "Key=1\r\n" + large, large + "Key=42\r\n" + large},
+    };
+    for (const auto& [before, after] : cases)
+    {
+        SetBytes(before);
+        EXPECT_EQ(Write(m_File, " Key ", "42"), 0);
+        EXPECT_TRUE(Bytes() == after) << before.substr(0, 100);
+    }
+    // Whatever the file holds, another key is read as before.
+    std::mt19937 random(1);
+    const std::string pieces[] = {"a", "b", "=", "\r", "\n", " ", "\0"s, "#", bom, "\r\n", "b="};
+    for (int round = 0; round < 150; ++round)
+    {
+        std::string bytes;
+        for (auto left = random() % 14; left > 0; --left)
+            bytes += pieces[random() % std::size(pieces)];
+        SetBytes(bytes);
+        const std::string other = Read(m_File, "B");
+        ASSERT_EQ(Write(m_File, "a", " v "), 0);
+        ASSERT_EQ(Read(m_File, "a"), " v ") << testing::PrintToString(bytes);
+        ASSERT_EQ(Read(m_File, "B"), other) << testing::PrintToString(bytes);
+    }
+    EXPECT_EQ(FilesInFolder(), 1);
+}
+
+TEST_F(Settings, ThatNoLineCanHoldAreRefused)
+{
+    SetBytes("=1\n#a=1\n");
+    for (const std::string& key :
+         {" "s, "a=b"s, "a\n"s, "\ra"s, "a\0b"s, "#a"s, ";a"s, " [a"s, bom + "a"})
+    {
+        EXPECT_EQ(Write(m_File, key, "1"), 20006) << key;
+        EXPECT_EQ(Read(m_File, key), "none") << key;
+    }
+    for (const std::string& value : {"1\n"s, "\r"s, "\0"s})
+        EXPECT_EQ(Write(m_File, "Key", value), 20006);
+    EXPECT_EQ(Bytes(), "=1\n#a=1\n");
+}
+
+TEST_F(Settings, KeepTheirPlaceAndPermissions)
+{
+    const fs::path link = m_Folder / "link";
+    const fs::path chain = m_Folder / "chain";
+    fs::create_symlink("deep/er/real.ini", link); // nothing there yet
+    fs::create_symlink(link, chain);
+    EXPECT_EQ(Write(chain, "Key", "1"), 0);
+    EXPECT_TRUE(fs::is_symlink(link) && fs::is_symlink(chain));
+    EXPECT_EQ(Read(m_Folder / "deep/er/real.ini", "Key"), "1");
+    for (const mode_t mode : {0600U, 0664U, 04751U})
+    {
+        SetBytes("");
+        chmod(m_File.c_str(), mode);
+        EXPECT_EQ(Write(m_File, "Key", "2"), 0);
+        struct stat status = {};
+        stat(m_File.c_str(), &status);
+        EXPECT_EQ(status.st_mode & 07777, mode);
+    }
+}
+
+TEST_F(Settings, InPlacesThatAreNoFilesGiveErrors)
+{
+    const fs::path pipe = m_Folder / "pipe";
+    const fs::path loop = m_Folder / "loop";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    fs::create_symlink("loop", loop);
+    SetBytes("Key=1\n");
+    for (const fs::path& place :
+         {pipe, loop, m_Folder, m_File / "below", fs::path("/dev/zero"), fs::path(), fs::path("/")})
+    {
+        EXPECT_EQ(Write(place, "Key", "2"), 20018) << place;
+        EXPECT_EQ(Read(place, "Key"), "none") << place;
+    }
+    // A disk that is full in the middle of the new file.
+    const rlimit tight{3, RLIM_INFINITY};
+    const rlimit none{RLIM_INFINITY, RLIM_INFINITY};
+    std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &tight);
+    EXPECT_EQ(Write(m_File, "Key", "2"), 20018);
+    setrlimit(RLIMIT_FSIZE, &none);
+    EXPECT_EQ(Bytes(), "Key=1\n");
+    EXPECT_EQ(FilesInFolder(), 3) << "an unfinished file was left";
+}
+
+TEST_F(Settings, WithABareNameAreLookedForInTheirFolder)
+{
+    if (fs::exists("/etc/tarnis"))
+        GTEST_SKIP() << "this machine has settings of its own";
+    for (const char* name : {"TARNIS_CONFIG_DIR", "XDG_CONFIG_HOME", "HOME"})
+        setenv(name, (m_Folder / name).c_str(), 1);
+    const std::pair<const char*, const char*> cases[] = {
+        {"TARNIS_CONFIG_DIR", ""}, {"XDG_CONFIG_HOME", "tarnis"}, {"HOME", ".config/tarnis"}};
+    for (const auto& [name, folder] : cases)
+    {
+        EXPECT_EQ(Write("CustomOpts.ini", "Key", "1"), 0);
+        EXPECT_EQ(Read(m_Folder / name / folder / "CustomOpts.ini", "Key"), "1");
+        setenv(name, "", 1);
+    }
+    EXPECT_EQ(Write("CustomOpts.ini", "Key", "1"), 20018);
+    EXPECT_EQ(Read("CustomOpts.ini", "Key"), "none");
+}
+
+TEST_F(Settings, AreOldOrNewWhenTheWriterIsKilled)
+{
+    const std::string rest = "\n" + std::string(100'000, 'r');
+    SetBytes("Key=0" + rest);
+    for (int round = 0; round < 30; ++round)
+    {
+        int ready[2];
+        ASSERT_EQ(pipe(ready), 0);
+        const pid_t writer = fork();
+        for (unsigned length = 0; writer == 0; ++length)
+        {
+            Write(m_File, "Key", std::string(1 + length % 50, '7'));
+            [[maybe_unused]] const ssize_t told = write(ready[1], "", 1);
+        }
+        char token = 0;
+        EXPECT_EQ(read(ready[0], &token, 1), 1);
+        usleep(static_cast<useconds_t>(round * 37));
+        kill(writer, SIGKILL);
+        waitpid(writer, nullptr, 0);
+        close(ready[0]);
+        close(ready[1]);
+        const std::string bytes = Bytes();
+        const std::size_t end = bytes.find_first_not_of('7', 4);
+        ASSERT_TRUE(bytes.starts_with("Key=7") && bytes.substr(end) == rest);
+    }
+}
+
+} // namespace

@@ -1,0 +1,309 @@
+#include "contracts/zelKit.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <list>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace ZKT;
+using namespace ZKT::Threading;
+using Milliseconds = std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+/// A thread that runs a function.
+struct Runner : CThread
+{
+    explicit Runner(std::function<void()> body) : m_Body(std::move(body))
+    {
+        EXPECT_EQ(Create({this, &Runner::Run}, false), RESULT_SUCCESS);
+    }
+    void Run() { m_Body(); }
+    void Cancel() { GetControlBlock()->Cancel(); }
+    std::function<void()> m_Body;
+};
+
+struct TestEvent : CEvent
+{
+    explicit TestEvent(bool manualReset = false) { Init(false, manualReset); }
+    void Set() { GetControlBlock()->Set(); }
+    std::uint32_t Wait(std::uint32_t time) { return CWaiter({GetWaitHandle()}).Wait(time, false); }
+};
+
+struct TestLock : Native_OS::CFastMutex
+{
+    TestLock() { Init(); }
+};
+
+std::size_t EntriesOf(const char* folder)
+{
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST(Lock, GivesItsResults)
+{
+    EXPECT_EQ(Native_OS::CFastMutex().Wait(nullptr, 0), RESULT_NOT_INITIALISED);
+    TestLock lock;
+    TestLock other;
+    {
+        CSyncGuard guard;
+        EXPECT_EQ(lock.Wait(&guard, Infinite), RESULT_SUCCESS);
+        EXPECT_EQ(lock.Init(), RESULT_SUCCESS);
+        for (const std::uint32_t time : {0U, 1U, 20U})
+        {
+            const auto begin = Clock::now();
+            EXPECT_EQ(lock.Wait(nullptr, time), RESULT_TIMEOUT);
+            EXPECT_GE(Clock::now() - begin, Milliseconds(time));
+        }
+        EXPECT_EQ(other.Wait(&guard, 0), RESULT_INVALID) << "the guard would forget one of them";
+    }
+    EXPECT_EQ(other.Wait(nullptr, 0), RESULT_SUCCESS);
+    EXPECT_EQ(lock.Wait(nullptr, 0), RESULT_SUCCESS);
+}
+
+TEST(Lock, ExcludesOthersAndOutlivesACancelledWaiter)
+{
+    TestLock lock;
+    TestEvent never;
+    int passes = 0; // no atomic: the lock alone guards it
+    const auto pass = [&](std::uint32_t time)
+    {
+        CSyncGuard guard;
+        while (lock.Wait(&guard, time) != RESULT_SUCCESS)
+        {
+        }
+        ++passes;
+    };
+    for (int round = 0; round < 200; ++round)
+    {
+        ASSERT_EQ(lock.Wait(nullptr, Infinite), RESULT_SUCCESS);
+        Runner cancelled(
+            [&]
+            {
+                CSyncGuard guard;
+                lock.Wait(&guard, Infinite);
+                never.Wait(Infinite);
+            });
+        Runner patient([&] { pass(Infinite); });
+        Runner impatient([&] { pass(1); });
+        // The lock is passed on before, and after, the thread is told to end.
+        if (round % 2 == 0)
+            lock.Release();
+        cancelled.Cancel();
+        if (round % 2 != 0)
+            lock.Release();
+        for (CThread* thread : {&cancelled, &patient, &impatient})
+            ASSERT_EQ(thread->Wait(Infinite), RESULT_SUCCESS);
+    }
+    EXPECT_EQ(passes, 400);
+}
+
+TEST(Events, AreReportedAndConsumedByTheRules)
+{
+    TestEvent first;
+    TestEvent second;
+    TestEvent lasting(true);
+    CWaiter any({first.GetWaitHandle(), second.GetWaitHandle(), lasting.GetWaitHandle()});
+    CWaiter all({first.GetWaitHandle(), second.GetWaitHandle(), first.GetWaitHandle()});
+    EXPECT_EQ(any.Wait(0, false), RESULT_TIMEOUT);
+    second.Set();
+    second.Set();
+    EXPECT_EQ(any.Wait(Infinite, false), 2U);
+    EXPECT_EQ(any.Wait(1, false), RESULT_TIMEOUT) << "two signals before a wait are one";
+    second.Set();
+    EXPECT_EQ(all.Wait(1, true), RESULT_TIMEOUT) << "and consumes nothing";
+    first.Set();
+    lasting.Set();
+    for (const std::uint32_t position : {1U, 2U, 3U, 3U})
+        EXPECT_EQ(any.Wait(0, false), position);
+    first.Set();
+    second.Set();
+    EXPECT_EQ(all.Wait(0, true), 1U);
+    EXPECT_EQ(any.Wait(0, false), 3U);
+    EXPECT_EQ(CWaiter({CEvent().GetWaitHandle()}).Wait(0, false), RESULT_NOT_INITIALISED);
+}
+
+TEST(Events, WakeExactlyOneAndTheLastingOnesAll)
+{
+    TestEvent one;
+    TestEvent woken;
+    TestEvent stop(true);
+    std::atomic<int> ends[3] = {};
+    std::list<Runner> runners;
+    for (int thread = 0; thread < 8; ++thread)
+        runners.emplace_back(
+            [&]
+            {
+                CWaiter waiter({one.GetWaitHandle(), stop.GetWaitHandle()});
+                ++ends[waiter.Wait(Infinite, false)];
+                woken.Set();
+            });
+    for (int signal = 0; signal < 3; ++signal)
+    {
+        one.Set();
+        woken.Wait(Infinite);
+    }
+    stop.Set();
+    for (Runner& runner : runners)
+        runner.Wait(Infinite);
+    EXPECT_EQ(ends[1], 3);
+    EXPECT_EQ(ends[2], 5);
+}
+
+TEST(Events, ASignalIsNeverLost)
+{
+    TestEvent there;
+    TestEvent back;
+    Runner partner(
+        [&]
+        {
+            for (;; back.Set())
+                there.Wait(Infinite);
+        });
+    for (int round = 0; round < 2000; ++round)
+    {
+        there.Set();
+        ASSERT_EQ(back.Wait(Infinite), 1U);
+    }
+    partner.Cancel();
+    partner.Wait(Infinite);
+
+    // A thread that is cancelled at the very moment either reports the signal or leaves it.
+    for (int round = 0; round < 300; ++round)
+    {
+        TestEvent first;
+        TestEvent second;
+        std::atomic<bool> reported = false;
+        CWaiter waiter({first.GetWaitHandle(), second.GetWaitHandle()});
+        Runner runner([&] { reported = waiter.Wait(Infinite, round % 2 == 0) == 1; });
+        first.Set();
+        if (round % 3 == 0)
+            std::this_thread::yield();
+        second.Set();
+        runner.Cancel();
+        ASSERT_EQ(runner.Wait(Infinite), RESULT_SUCCESS);
+        ASSERT_EQ(first.Wait(0) == 1, !reported);
+    }
+}
+
+TEST(Intervals, EndOnTimeHoweverOftenAWaitIsBrokenOff)
+{
+    const auto begin = Clock::now();
+    CWaitInterval interval(60);
+    TestEvent event;
+    Runner disturber(
+        [&]
+        {
+            for (TestEvent pause;; pause.Wait(1))
+                event.Set();
+        });
+    while (interval != 0)
+    {
+        ASSERT_LE(interval, 60U);
+        event.Wait(interval);
+    }
+    EXPECT_GE(Clock::now() - begin, Milliseconds(60));
+    disturber.Cancel();
+    disturber.Wait(Infinite);
+    interval.Restart(Infinite);
+    EXPECT_EQ(interval, Infinite);
+}
+
+TEST(Threads, GiveTheirResults)
+{
+    CThread unborn;
+    EXPECT_EQ(unborn.Wait(0), RESULT_NOT_INITIALISED);
+    TestEvent go;
+    bool blocked = false;
+    Runner runner(
+        [&]
+        {
+            sigset_t signals;
+            pthread_sigmask(SIG_BLOCK, nullptr, &signals);
+            blocked = sigismember(&signals, SIGTERM) == 1 && sigismember(&signals, SIGINT) == 1;
+            go.Wait(Infinite);
+            runner.Cancel(); // of itself: without effect
+            TestEvent().Wait(1);
+        });
+    EXPECT_EQ(unborn.Create({&runner, &Runner::Run}, true), RESULT_INVALID);
+    EXPECT_EQ(runner.Create({&runner, &Runner::Run}, false), RESULT_INVALID);
+    EXPECT_EQ(runner.Wait(0), RESULT_TIMEOUT);
+    go.Set();
+    EXPECT_EQ(runner.Wait(Infinite), RESULT_SUCCESS);
+    EXPECT_TRUE(blocked);
+    runner.Cancel();
+
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Runner([] { throw std::runtime_error("no drive"); }).Wait(Infinite), RESULT_SUCCESS);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("no drive\n"), std::string::npos);
+}
+
+TEST(Threads, LeaveNothingBehindAlsoWithoutTheirObject)
+{
+    const std::size_t threads = EntriesOf("/proc/self/task");
+    const std::size_t files = EntriesOf("/proc/self/fd");
+    struct Call
+    {
+        void Run() { never.Wait(Infinite); }
+        TestEvent never;
+    } call;
+    for (int round = 0; round < 1000; ++round)
+    {
+        CThread thread;
+        ASSERT_EQ(thread.Create({&call, &Call::Run}, false), RESULT_SUCCESS);
+        thread.GetControlBlock()->Cancel();
+        ASSERT_TRUE(round % 2 == 0 || thread.Wait(Infinite) == RESULT_SUCCESS);
+    }
+    // The kernel strikes a thread off its list a moment after it has ended.
+    while (EntriesOf("/proc/self/task") > threads)
+        call.never.Wait(1);
+    EXPECT_EQ(EntriesOf("/proc/self/fd"), files);
+}
+
+TEST(Threads, AreNotCancelledInsideATrace)
+{
+    Language_Support::CLanguageSupport::CLngFile messages("", 0, "", 0, nullptr, 0);
+    const Language_Support::CLanguageSupport::ERROR_MSG_LIST errors{};
+    const Misc::CModuleInfo module(305, "tarnis", "1", messages, errors);
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    fcntl(ends[1], F_SETFL, O_NONBLOCK);
+    while (write(ends[1], "....", 4) > 0)
+    {
+    }
+    fcntl(ends[1], F_SETFL, 0);
+    const int savedError = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+
+    TestEvent passed;
+    TestEvent never;
+    Runner runner(
+        [&]
+        {
+            Internals::CTraceStreamBuffer(2, module, "tests", "Here", 1).Open("the last line");
+            passed.Set();
+            never.Wait(Infinite);
+        });
+    runner.Cancel(); // the pipe is full: the line waits
+    std::string out;
+    for (char byte = 0; !out.ends_with("the last line\n") && read(ends[0], &byte, 1) == 1;)
+        out += byte;
+    EXPECT_EQ(runner.Wait(Infinite), RESULT_SUCCESS);
+    EXPECT_EQ(passed.Wait(0), 1U);
+    dup2(savedError, STDERR_FILENO);
+    for (const int file : {savedError, ends[0], ends[1]})
+        close(file);
+}
+
+} // namespace

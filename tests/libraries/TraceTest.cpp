@@ -1,0 +1,120 @@
+#include "contracts/zelKit.h"
+#include "libraries/zelKit/Clock.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using namespace ZKT;
+using Output_Streams::CFormatStream;
+
+Language_Support::CLanguageSupport::CLngFile messages("", 0, "", 0, nullptr, 0);
+const Language_Support::CLanguageSupport::ERROR_MSG_LIST errors{};
+const Misc::CModuleInfo module(305, "tarnis", "1", messages, errors);
+
+void Line(const char* format, const std::function<void(CFormatStream&)>& fill)
+{
+    Internals::CTraceStreamBuffer buffer(16, module, "tarnis/Src", "N::F", 7);
+    CFormatStream stream = buffer.Open(format);
+    fill(stream);
+}
+
+TEST(Trace, FillsTheFormat)
+{
+    const struct
+    {
+        const char* format;
+        std::function<void(CFormatStream&)> fill;
+        std::string text;
+    } cases[] = {
+        {"%d and %s, 0x%x", [](auto& s) { s << -5 << "text" << 255U; }, "-5 and text, 0xff"},
+        {"%d %x", [](auto& s) { s << INT64_MIN << -1; }, "-9223372036854775808 ffffffff"},
+        {"%d %x", [](auto& s) { s << UINT64_MAX << INT64_MAX; },
+         "18446744073709551615 7fffffffffffffff"},
+        {"%s left: %d", [](auto& s) { s << "over"; }, "over left: %d"},
+        {"%s", [](auto& s) { s << "one" << 2; }, "one"},
+        {"%s%s", [](auto& s) { s << "%d" << 3; }, "%d3"},
+        {"100%% %5d %", [](auto& s) { s << 1; }, "100%% %5d %"},
+        {"%s", [](auto& s) { s << std::string("\n\0\x7F\xC3\xA9", 5); }, "\\x0a\\x00\\x7f\xC3\xA9"},
+    };
+    setenv("TZ", "UTC0", 1);
+    tzset();
+    Internals::SetClock([]() -> std::uint64_t { return 1795378195123; });
+    for (const auto& each : cases)
+    {
+        testing::internal::CaptureStderr();
+        Line(each.format, each.fill);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "2026-11-22 20:09:55.123 tarnis 16 tarnis/Src N::F:7 [" +
+                      std::to_string(gettid()) + "] " + each.text + "\n");
+    }
+    Internals::SetClock(nullptr);
+}
+
+TEST(Trace, MaskIsTakenStrictly)
+{
+    const std::tuple<const char*, std::uint32_t, bool> cases[] = {
+        {"159", 159, true}, {"0x9F", 159, true},      {"0XffffFFFF", 0xFFFFFFFF, true},
+        {"0", 0, true},     {"4294967296", 0, false}, {"0x100000000", 0, false},
+        {"", 0, false},     {" 1", 0, false},         {"1 ", 0, false},
+        {"-1", 0, false},   {"0x", 0, false},         {"9F", 0, false},
+    };
+    for (const auto& [text, mask, isMask] : cases)
+    {
+        setenv("TARNIS_TRACE_MASK", text, 1);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(Misc::CModuleInfo(305, "", "", messages, errors).GetTraceMask(), mask) << text;
+        EXPECT_EQ(testing::internal::GetCapturedStderr().empty(), isMask) << text;
+    }
+    unsetenv("TARNIS_TRACE_MASK");
+}
+
+// Needs a process that has not traced yet, and starts one, as the next does.
+TEST(Trace, GoesToItsFileInWholeLines)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const std::string proposal = testing::TempDir() + "trace" + std::to_string(getpid());
+    setenv("TRACE_TEST_FILE", proposal.c_str(), 0); // the new process finds its parent's
+    const std::string file = std::getenv("TRACE_TEST_FILE");
+    const std::string text(5000, 'x');
+    EXPECT_EXIT(
+        {
+            setenv("TARNIS_TRACE_FILE", file.c_str(), 1);
+            std::vector<std::jthread> threads;
+            for (int line = 0; line < 200; ++line)
+                threads.emplace_back([&] { Line("%s", [&](auto& s) { s << text; }); });
+            threads.clear();
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0), "^$");
+    std::ifstream in(file);
+    int lines = 0;
+    for (std::string line; std::getline(in, line); ++lines)
+        EXPECT_TRUE(line.starts_with("20") && line.ends_with("] " + text));
+    EXPECT_EQ(lines, 200);
+    std::filesystem::remove(file);
+}
+
+TEST(Trace, TellsOnceThatItsFileCannotBeOpened)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            setenv("TARNIS_TRACE_FILE", "/dev/null/trace", 1);
+            Line("%s", [](auto& s) { s << "first"; });
+            Line("%s", [](auto& s) { s << "second"; });
+            std::_Exit(0);
+        },
+        testing::ExitedWithCode(0),
+        "^zelKit: [^\n]*/dev/null/trace[^\n]*\n[^\n]* first\n[^\n]* second\n$");
+}
+
+} // namespace

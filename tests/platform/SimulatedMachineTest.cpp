@@ -1,0 +1,199 @@
+#include "tests/platform/Support.h"
+
+#include <array>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+#include <pthread.h>
+#include <stdlib.h>
+
+using namespace Platform;
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+DWORD OpenError(Machine& machine, const std::string& path)
+{
+    std::unique_ptr<Device> device;
+    return machine.OpenDevice(path, false, device);
+}
+
+} // namespace
+
+TEST(SimulatedMachine, FaultsAndMissingPartsFailTheirCommandAlone)
+{
+    const std::string whole = R"("bytes": 512000, "identify": {}, "smart": {"attributes": []})";
+    struct Row
+    {
+        std::string members;
+        std::array<DWORD, 5> errors; ///< number, version, IDENTIFY, SMART data, length
+    };
+    const DWORD fails = ERROR_IO_DEVICE;
+    const std::vector<Row> table = {
+        {whole, {0, 0, 0, 0, 0}},
+        {whole + R"(, "faults": ["device_number"])", {fails, 0, 0, 0, 0}},
+        {whole + R"(, "faults": ["smart_version"])", {0, fails, 0, 0, 0}},
+        {whole + R"(, "faults": ["identify", "identify"])", {0, 0, fails, 0, 0}},
+        {whole + R"(, "faults": ["smart_data", "length"])", {0, 0, 0, fails, fails}},
+        {R"("partitions": [])", {0, 0, fails, fails, fails}},
+    };
+    for (const Row& row : table)
+    {
+        const auto machine = MachineOf(MachineText("0", "{\"number\": 0, " + row.members + "}"));
+        const auto device = Open(*machine, 0);
+        machine->ClearJournal();
+        DWORD number = 77;
+        Sector page = {};
+        std::uint64_t bytes = 0;
+        EXPECT_EQ(device->DiskNumber(number), row.errors[0]) << row.members;
+        EXPECT_EQ(device->SmartVersion(), row.errors[1]) << row.members;
+        EXPECT_EQ(device->Identify(page), row.errors[2]) << row.members;
+        EXPECT_EQ(device->SmartData(page), row.errors[3]) << row.members;
+        EXPECT_EQ(device->Length(bytes), row.errors[4]) << row.members;
+        // A command that fails was asked all the same.
+        const std::vector<JournalEntry> asked = {{0, DriveCall::DeviceNumber},
+                                                 {0, DriveCall::SmartVersion},
+                                                 {0, DriveCall::Identify},
+                                                 {0, DriveCall::SmartData},
+                                                 {0, DriveCall::Length}};
+        EXPECT_EQ(machine->JournalEntries(), asked);
+        for (std::size_t asks = 0; asks < Journal::EntriesKept; ++asks)
+            device->SmartVersion();
+        EXPECT_EQ(machine->JournalEntries().size(), Journal::EntriesKept);
+        EXPECT_EQ(machine->JournalCount(0, DriveCall::Identify), 1u) << "forgotten, but counted";
+    }
+}
+
+TEST(SimulatedMachine, DisksAreFoundByNumberAndByInterface)
+{
+    const auto machine =
+        MachineOf(MachineText("3, 9, 3", R"({"number": 3}, {"number": 4, "faults": ["open"]})"));
+    const auto tree = machine->ReadDeviceTree();
+    ASSERT_EQ(tree->size(), 3u);
+    const std::vector<std::string>& paths = tree->back().diskInterfaces;
+    ASSERT_EQ(paths.size(), 3u);
+    EXPECT_NE(paths[0], paths[2]);
+    const std::vector<std::pair<std::string, DWORD>> table = {
+        {paths[0], ERROR_SUCCESS},
+        {"\\\\?\\SCSI#disk#{53F56307-B6BF-11D0-94F2-00A0C91EFB8B}\\2", ERROR_SUCCESS},
+        {paths[1], ERROR_NOT_READY},
+        {"\\\\.\\PhysicalDrive3", ERROR_SUCCESS},
+        {"\\\\.\\PHYSICALDRIVE3", ERROR_SUCCESS},
+        {"\\\\.\\PhysicalDrive9", ERROR_NOT_READY},
+        {"\\\\.\\PhysicalDrive4", ERROR_IO_DEVICE},
+        {"\\\\.\\PhysicalDrive5", ERROR_FILE_NOT_FOUND},
+        {"\\\\.\\PhysicalDrive03", ERROR_FILE_NOT_FOUND},
+        {"\\\\.\\PhysicalDrive-3", ERROR_FILE_NOT_FOUND},
+        {"\\\\.\\PhysicalDrive3 ", ERROR_FILE_NOT_FOUND},
+        {"\\\\.\\PhysicalDrive4294967299", ERROR_FILE_NOT_FOUND},
+        {"\\\\.\\PhysicalDrive", ERROR_FILE_NOT_FOUND},
+        {"", ERROR_FILE_NOT_FOUND},
+    };
+    for (const auto& [path, error] : table)
+        EXPECT_EQ(OpenError(*machine, path), error) << path;
+
+    std::string version;
+    EXPECT_TRUE(machine->ModuleVersion("STORAHCI", version));
+    EXPECT_EQ(version, "10.0");
+    EXPECT_FALSE(machine->ModuleVersion("storahc", version));
+    EXPECT_FALSE(machine->ModuleVersion("_a", version)) << "a remark";
+}
+
+TEST(SimulatedMachine, PartitionsAreAppendedWithEveryField)
+{
+    const auto machine = MachineOf(MachineText("0", R"({"number": 0, "partitions": [
+        {"name": "P", "start": 1, "bytes": 2, "index": 3, "mount": "/m", "filesystem": "ext4",
+         "label": "L", "type": "T", "uuid": "U", "state": "S"}]})"));
+    std::vector<ZKTX::CSystemPartition> partitions(1);
+    EXPECT_TRUE(machine->Partitions(0, partitions));
+    EXPECT_FALSE(machine->Partitions(1, partitions));
+    ASSERT_EQ(partitions.size(), 2u);
+    const ZKTX::CSystemPartition& read = partitions[1];
+    EXPECT_EQ(read.m_PartitionName + read.m_Text1 + read.m_Text2 + read.m_Text3 + read.m_Text4 +
+                  read.m_Text5 + read.m_Text6,
+              "P/mext4LTUS");
+    EXPECT_EQ(read.m_Number1, 1u);
+    EXPECT_EQ(read.m_Number2, 2u);
+    EXPECT_EQ(read.m_Index, 3);
+}
+
+TEST(SimulatedMachine, ADelayedCallHoldsNobodyElseAndItsThreadCanBeCancelled)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "AddressSanitizer takes the frames that a cancellation unwinds for live ones";
+#endif
+    SetCurrentMachine(MachineOf(MachineText("0", R"({"number": 0, "identify": {},
+        "delay_ms": {"smart_version": 600000, "length": 40}}, {"number": 1, "identify": {}})")));
+    const std::size_t openBefore = OpenHandleCount();
+    const HANDLE device = OpenDisk(GENERIC_READ | GENERIC_WRITE);
+    ASSERT_NE(device, INVALID_HANDLE_VALUE);
+    pthread_t thread = {};
+    const auto run = [](void* handle) -> void*
+    {
+        GETVERSIONINPARAMS version = {};
+        DWORD returned = 0;
+        DeviceIoControl(handle, SMART_GET_VERSION, nullptr, 0, &version, sizeof(version), &returned,
+                        nullptr);
+        return nullptr;
+    };
+    const auto start = Clock::now();
+    ASSERT_EQ(pthread_create(&thread, nullptr, run, device), 0);
+    auto& machine = dynamic_cast<SimulatedMachine&>(CurrentMachine());
+    while (machine.JournalCount(0, DriveCall::SmartVersion) == 0)
+        std::this_thread::yield();
+    EXPECT_TRUE(CloseHandle(device)) << "closed while in use";
+    Sector page = {};
+    EXPECT_EQ(Open(machine, 1)->Identify(page), ERROR_SUCCESS);
+    EXPECT_TRUE(machine.ReadDeviceTree());
+
+    ASSERT_EQ(pthread_cancel(thread), 0);
+    void* result = nullptr;
+    ASSERT_EQ(pthread_join(thread, &result), 0);
+    EXPECT_EQ(result, PTHREAD_CANCELED);
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(60));
+    EXPECT_EQ(OpenHandleCount(), openBefore);
+
+    const auto beforeLength = Clock::now();
+    std::uint64_t bytes = 0;
+    Open(machine, 0)->Length(bytes);
+    EXPECT_GE(Clock::now() - beforeLength, std::chrono::milliseconds(40));
+    SetCurrentMachine(nullptr);
+}
+
+TEST(CurrentMachine, ComesFromTheEnvironmentAndComplainsOnce)
+{
+    const TestFolder folder;
+    const std::string good = folder.Write("good.json", MachineText("0", R"({"number": 0})"));
+    const std::string wrong = folder.Write("wrong.json", "{");
+    struct Row
+    {
+        const char* file;
+        bool opens;
+        std::size_t nodes;
+    };
+    for (const Row& row : {Row{good.c_str(), true, 3}, Row{wrong.c_str(), false, 1},
+                           Row{"", true, 1}, Row{nullptr, true, 1}})
+    {
+        if (row.file != nullptr)
+            setenv("TARNIS_MACHINE", row.file, 1);
+        else
+            unsetenv("TARNIS_MACHINE");
+        for (const bool asksFirst : {true, false})
+        {
+            SetCurrentMachine(nullptr);
+            testing::internal::CaptureStderr();
+            std::string message;
+            EXPECT_TRUE(!asksFirst || OpenCurrentMachine(message) == row.opens) << message;
+            EXPECT_EQ(CurrentMachine().ReadDeviceTree()->size(), row.nodes);
+            EXPECT_EQ(OpenCurrentMachine(message), row.opens);
+            EXPECT_EQ(message.empty(), row.opens);
+            const std::string told = testing::internal::GetCapturedStderr();
+            EXPECT_EQ(told.empty(), row.opens || asksFirst) << told;
+        }
+    }
+    unsetenv("TARNIS_MACHINE");
+    SetCurrentMachine(nullptr);
+}

@@ -1,0 +1,356 @@
+#include "tests/platform/Support.h"
+
+#include "platform/CallGate.h"
+#include "platform/Handles.h"
+
+#include <functional>
+#include <set>
+#include <vector>
+
+using namespace Platform;
+
+namespace
+{
+
+constexpr DWORD ReadWrite = GENERIC_READ | GENERIC_WRITE;
+
+/// A machine of two disks on one node, in place for a test.
+class WindowsApi : public testing::Test
+{
+  protected:
+    WindowsApi()
+    {
+        SetCurrentMachine(MachineOf(
+            MachineText("0, 1", R"({"number": 0, "bytes": 1024, "identify": {"model": "M"},
+                       "smart": {"attributes": [{"id": 9}]}}, {"number": 1, "bytes": 512})")));
+    }
+    ~WindowsApi() override
+    {
+        SetCallGate({});
+        SetCurrentMachine(nullptr);
+        EXPECT_EQ(OpenHandleCount(), 0u);
+    }
+
+    static HDEVINFO DiskInterfaces(const char* device, DWORD flags = 18)
+    {
+        return SetupDiGetClassDevsA(&DiskInterfaceClass, device, nullptr, flags);
+    }
+
+    static DEVINST Root()
+    {
+        DEVINST node = 0;
+        EXPECT_EQ(CM_Locate_DevNodeA(&node, nullptr, 0), CR_SUCCESS);
+        return node;
+    }
+
+    static DEVINST ChildOf(DEVINST node)
+    {
+        DEVINST child = 0;
+        EXPECT_EQ(CM_Get_Child(&child, node, 0), CR_SUCCESS);
+        return child;
+    }
+};
+
+std::vector<std::uint8_t> DriveCommand(BYTE command, BYTE features, BYTE low, BYTE high)
+{
+    std::vector<std::uint8_t> block(545);
+    block[10] = command;
+    block[4] = features;
+    block[7] = low;
+    block[8] = high;
+    return block;
+}
+
+} // namespace
+
+TEST_F(WindowsApi, ATreeIsWalkedByItsNodes)
+{
+    const DEVINST root = Root();
+    const DEVINST controller = ChildOf(root);
+    const DEVINST disk = ChildOf(controller);
+    DEVINST node = 0;
+    EXPECT_EQ(CM_Get_Parent(&node, disk, 0), CR_SUCCESS);
+    EXPECT_EQ(node, controller);
+    EXPECT_EQ(CM_Get_Parent(&node, root, 0), CR_NO_SUCH_DEVNODE);
+    EXPECT_EQ(CM_Get_Sibling(&node, disk, 0), CR_NO_SUCH_DEVNODE);
+    EXPECT_EQ(CM_Get_Child(&node, disk, 0), CR_NO_SUCH_DEVNODE);
+    EXPECT_EQ(CM_Get_Child(nullptr, disk, 0), CR_INVALID_POINTER);
+    EXPECT_EQ(CM_Get_Child(&node, 0, 0), CR_INVALID_DEVNODE);
+    EXPECT_EQ(CM_Get_Child(&node, root, 1), CR_INVALID_FLAG);
+    EXPECT_EQ(CM_Locate_DevNodeA(nullptr, nullptr, 0), CR_INVALID_POINTER);
+    char id[] = "scsi\\disk";
+    EXPECT_EQ(CM_Locate_DevNodeA(&node, id, 0), CR_SUCCESS);
+    EXPECT_EQ(node, disk) << "an unchanged tree keeps its numbers";
+    id[0] = 'x';
+    EXPECT_EQ(CM_Locate_DevNodeA(&node, id, 0), CR_NO_SUCH_DEVNODE);
+
+    std::string message;
+    ASSERT_TRUE(dynamic_cast<SimulatedMachine&>(CurrentMachine())
+                    .Replace(R"({"version": 1, "devices": [{"id": "A"}]})", message));
+    EXPECT_EQ(CM_Get_Child(&node, controller, 0), CR_SUCCESS) << "no walk yet";
+    const DEVINST next = Root();
+    EXPECT_GT(next, disk);
+    EXPECT_EQ(CM_Get_Child(&node, controller, 0), CR_NO_SUCH_DEVNODE);
+    EXPECT_EQ(CM_Get_Child(&node, next + 2, 0), CR_NO_SUCH_DEVNODE) << "beyond the last";
+}
+
+TEST_F(WindowsApi, NodeTextsNeedTheirRoom)
+{
+    const DEVINST root = Root();
+    const DEVINST controller = ChildOf(root);
+    char buffer[16] = "";
+    EXPECT_EQ(CM_Get_Device_IDA(controller, buffer, 9, 0), CR_SUCCESS);
+    EXPECT_STREQ(buffer, "PCI\\CTRL");
+    EXPECT_EQ(CM_Get_Device_IDA(controller, buffer, 8, 0), CR_BUFFER_SMALL);
+    EXPECT_EQ(CM_Get_Device_IDA(controller, nullptr, 9, 0), CR_INVALID_POINTER);
+
+    struct Row
+    {
+        DEVINST node;
+        ULONG property;
+        bool hasBuffer;
+        ULONG length;
+        CONFIGRET result;
+        ULONG lengthAfter;
+    };
+    for (const Row& row : {Row{controller, CM_DRP_SERVICE, true, 9, CR_SUCCESS, 9},
+                           Row{controller, CM_DRP_SERVICE, true, 8, CR_BUFFER_SMALL, 9},
+                           Row{controller, CM_DRP_SERVICE, false, 0, CR_BUFFER_SMALL, 9},
+                           Row{controller, CM_DRP_SERVICE, false, 9, CR_INVALID_POINTER, 9},
+                           Row{root, CM_DRP_SERVICE, true, 9, CR_NO_SUCH_VALUE, 0},
+                           Row{controller, 6, true, 9, CR_NO_SUCH_VALUE, 0},
+                           Row{controller, 0, true, 9, CR_INVALID_PROPERTY, 9},
+                           Row{controller, 99, true, 9, CR_INVALID_PROPERTY, 9}})
+    {
+        ULONG length = row.length;
+        ULONG type = 0;
+        EXPECT_EQ(CM_Get_DevNode_Registry_PropertyA(row.node, row.property, &type,
+                                                    row.hasBuffer ? buffer : nullptr, &length, 0),
+                  row.result);
+        EXPECT_EQ(length, row.lengthAfter);
+    }
+    EXPECT_STREQ(buffer, "StorAHCI");
+}
+
+TEST_F(WindowsApi, InterfacesOfOneDeviceAreListed)
+{
+    Root();
+    const DeviceInfoList list(DiskInterfaces("scsi\\DISK"));
+    ASSERT_TRUE(list.IsOpen());
+    SP_DEVICE_INTERFACE_DATA data = {};
+    EXPECT_FALSE(SetupDiEnumDeviceInterfaces(list.Get(), nullptr, &DiskInterfaceClass, 0, &data));
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_USER_BUFFER);
+    data.cbSize = sizeof(data);
+    EXPECT_FALSE(SetupDiEnumDeviceInterfaces(list.Get(), nullptr, &DiskInterfaceClass, 2, &data));
+    EXPECT_EQ(GetLastError(), ERROR_NO_MORE_ITEMS);
+    ASSERT_TRUE(SetupDiEnumDeviceInterfaces(list.Get(), nullptr, &DiskInterfaceClass, 1, &data));
+
+    DWORD needed = 0;
+    EXPECT_FALSE(SetupDiGetDeviceInterfaceDetailA(list.Get(), &data, nullptr, 0, &needed, nullptr));
+    ASSERT_EQ(GetLastError(), ERROR_INSUFFICIENT_BUFFER);
+    std::vector<std::uint8_t> block(needed);
+    auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*>(block.data());
+    SP_DEVINFO_DATA device = {};
+    const auto fails = [&](DWORD size, DWORD detailSize, DWORD deviceSize)
+    {
+        detail->cbSize = detailSize;
+        device.cbSize = deviceSize;
+        return SetupDiGetDeviceInterfaceDetailA(list.Get(), &data, detail, size, &needed, &device)
+                   ? ERROR_SUCCESS
+                   : GetLastError();
+    };
+    EXPECT_EQ(fails(needed, 5, 32), ERROR_INVALID_USER_BUFFER);
+    EXPECT_EQ(fails(needed, 8, 28), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(fails(needed - 1, 8, 32), ERROR_INSUFFICIENT_BUFFER);
+    ASSERT_EQ(fails(needed, 8, 32), ERROR_SUCCESS);
+    const DeviceHandle disk(CreateFileA(reinterpret_cast<const char*>(block.data()) + 4,
+                                        GENERIC_READ, 3, nullptr, OPEN_EXISTING, 128, nullptr));
+    STORAGE_DEVICE_NUMBER number = {};
+    DWORD returned = 0;
+    ASSERT_TRUE(DeviceIoControl(disk.Get(), IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0, &number,
+                                sizeof(number), &returned, nullptr));
+    EXPECT_EQ(number.DeviceNumber, 1u);
+    EXPECT_EQ(number.DeviceType, 7u);
+
+    EXPECT_EQ(DiskInterfaces("SCSI\\NONE"), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(DiskInterfaces("SCSI\\DISK", 2), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(SetupDiGetClassDevsA(nullptr, nullptr, nullptr, 18), INVALID_HANDLE_VALUE);
+    const GUID other = {1, 2, 3, {4}};
+    const DeviceInfoList empty(SetupDiGetClassDevsA(&other, "SCSI\\DISK", nullptr, 18));
+    EXPECT_TRUE(empty.IsOpen());
+    EXPECT_FALSE(SetupDiEnumDeviceInterfaces(empty.Get(), nullptr, &other, 0, &data));
+    EXPECT_EQ(GetLastError(), ERROR_NO_MORE_ITEMS);
+}
+
+TEST_F(WindowsApi, WrongHandlesAreRefused)
+{
+    const HANDLE device = OpenDisk(ReadWrite);
+    const HDEVINFO list = DiskInterfaces(nullptr);
+    EXPECT_EQ(OpenHandleCount(), 2u);
+    EXPECT_FALSE(CloseHandle(list)) << "a list is no device";
+    EXPECT_TRUE(CloseHandle(device));
+    EXPECT_TRUE(SetupDiDestroyDeviceInfoList(list));
+    DWORD returned = 9;
+    STORAGE_DEVICE_NUMBER number = {};
+    SP_DEVICE_INTERFACE_DATA data = {};
+    data.cbSize = sizeof(data);
+    data.Reserved = 1;
+    for (const HANDLE handle : {device, list, INVALID_HANDLE_VALUE, HANDLE(), HANDLE(&number)})
+    {
+        const std::vector<std::function<BOOL()>> calls = {
+            [&] { return CloseHandle(handle); },
+            [&] { return SetupDiDestroyDeviceInfoList(handle); },
+            [&]
+            { return SetupDiEnumDeviceInterfaces(handle, nullptr, &DiskInterfaceClass, 0, &data); },
+            [&] {
+                return SetupDiGetDeviceInterfaceDetailA(handle, &data, nullptr, 0, nullptr,
+                                                        nullptr);
+            },
+            [&]
+            {
+                return DeviceIoControl(handle, IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0, &number,
+                                       sizeof(number), &returned, nullptr);
+            }};
+        for (const auto& call : calls)
+        {
+            EXPECT_FALSE(call());
+            EXPECT_EQ(GetLastError(), ERROR_INVALID_HANDLE);
+        }
+    }
+    EXPECT_EQ(returned, 0u);
+    EXPECT_EQ(OpenDisk(ReadWrite, 2), INVALID_HANDLE_VALUE) << "CREATE_ALWAYS";
+    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(WindowsApi, ControlsDemandAccessAndRoom)
+{
+    struct Row
+    {
+        DWORD code;
+        DWORD access;
+        DWORD inputSize;
+        DWORD outputSize;
+        DWORD error;
+    };
+    const std::vector<Row> table = {
+        {IOCTL_STORAGE_GET_DEVICE_NUMBER, 0, 0, 12, ERROR_SUCCESS},
+        {IOCTL_STORAGE_GET_DEVICE_NUMBER, 0, 0, 11, ERROR_INSUFFICIENT_BUFFER},
+        {IOCTL_DISK_GET_LENGTH_INFO, 0, 0, 8, ERROR_ACCESS_DENIED},
+        {IOCTL_DISK_GET_LENGTH_INFO, GENERIC_READ, 0, 8, ERROR_SUCCESS},
+        {IOCTL_DISK_GET_LENGTH_INFO, GENERIC_READ, 0, 7, ERROR_INSUFFICIENT_BUFFER},
+        {SMART_GET_VERSION, ReadWrite, 0, 24, ERROR_SUCCESS},
+        {SMART_GET_VERSION, ReadWrite, 0, 23, ERROR_INSUFFICIENT_BUFFER},
+        {SMART_RCV_DRIVE_DATA, GENERIC_READ, 33, 545, ERROR_ACCESS_DENIED},
+        {SMART_RCV_DRIVE_DATA, GENERIC_WRITE, 33, 545, ERROR_ACCESS_DENIED},
+        {SMART_RCV_DRIVE_DATA, ReadWrite, 33, 545, ERROR_SUCCESS},
+        {SMART_RCV_DRIVE_DATA, ReadWrite, 32, 528, ERROR_SUCCESS},
+        {SMART_RCV_DRIVE_DATA, ReadWrite, 31, 545, ERROR_INVALID_PARAMETER},
+        {SMART_RCV_DRIVE_DATA, ReadWrite, 33, 527, ERROR_INSUFFICIENT_BUFFER},
+        {0x0007C084, ReadWrite, 33, 545, ERROR_INVALID_FUNCTION}, // SMART_SEND_DRIVE_COMMAND
+    };
+    for (const Row& row : table)
+    {
+        const DeviceHandle device(OpenDisk(row.access));
+        // Exactly as large as told, so that a sanitizer sees a byte too many.
+        std::vector<std::uint8_t> input = DriveCommand(0xEC, 0, 0, 0);
+        input.resize(row.inputSize);
+        std::vector<std::uint8_t> output(row.outputSize);
+        DWORD returned = 0;
+        const auto error = [&](PVOID in, PVOID out)
+        {
+            return DeviceIoControl(device.Get(), row.code, in, row.inputSize, out, row.outputSize,
+                                   &returned, nullptr)
+                       ? ERROR_SUCCESS
+                       : GetLastError();
+        };
+        EXPECT_NE(error(input.data(), nullptr), ERROR_SUCCESS);
+        EXPECT_EQ(error(input.data(), output.data()), row.error) << std::hex << row.code;
+        const DWORD whole = row.code == SMART_RCV_DRIVE_DATA ? 528 : row.outputSize;
+        EXPECT_EQ(returned, row.error == ERROR_SUCCESS ? whole : 0);
+        EXPECT_TRUE(row.inputSize == 0 || error(nullptr, output.data()) != ERROR_SUCCESS);
+    }
+}
+
+TEST_F(WindowsApi, OnlyReadingDriveCommandsPassAndTheReplyMayOverlayThem)
+{
+    const DeviceHandle device(OpenDisk(ReadWrite));
+    int passed = 0;
+    const auto send = [&](std::vector<std::uint8_t>& block)
+    {
+        DWORD returned = 0;
+        return DeviceIoControl(device.Get(), SMART_RCV_DRIVE_DATA, block.data(), 33, block.data(),
+                               545, &returned, nullptr);
+    };
+    for (int command = 0; command < 256; ++command)
+    {
+        for (int features = 0; features < 256; ++features)
+        {
+            auto block =
+                DriveCommand(static_cast<BYTE>(command), static_cast<BYTE>(features), 0x4F, 0xC2);
+            if (!send(block))
+            {
+                EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+                continue;
+            }
+            ++passed;
+            EXPECT_TRUE(command == 0xEC || (command == 0xB0 && features == 0xD0)) << command;
+        }
+    }
+    EXPECT_EQ(passed, 256 + 1);
+    auto block = DriveCommand(0xB0, 0xD0, 0x4F, 0);
+    EXPECT_FALSE(send(block)) << "no SMART signature";
+
+    block = DriveCommand(0xEC, 0, 0, 0);
+    ASSERT_TRUE(send(block));
+    EXPECT_EQ(std::string(block.begin(), block.begin() + 17),
+              std::string("\0\2\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x40", 17));
+    EXPECT_EQ(block[16 + 55], 'M');
+    EXPECT_EQ(block[528], 0u) << "nothing is written behind the reply";
+    block = DriveCommand(0xB0, 0xD0, 0x4F, 0xC2);
+    ASSERT_TRUE(send(block));
+    EXPECT_EQ(block[16 + 2], 9u);
+}
+
+TEST_F(WindowsApi, ARefusedCallFailsButStillReleases)
+{
+    Root();
+    const DEVINST controller = ChildOf(Root());
+    const HANDLE device = OpenDisk(ReadWrite);
+    const HDEVINFO list = DiskInterfaces(nullptr);
+    std::multiset<std::string> asked;
+    SetCallGate(
+        [&](const char* name)
+        {
+            asked.insert(name);
+            return false;
+        });
+    DEVINST node = 0;
+    char text[64] = "";
+    ULONG length = sizeof(text);
+    DWORD returned = 0;
+    SP_DEVICE_INTERFACE_DATA data = {};
+    data.cbSize = sizeof(data);
+    EXPECT_EQ(CM_Locate_DevNodeA(&node, nullptr, 0), CR_FAILURE);
+    EXPECT_EQ(CM_Get_Child(&node, controller, 0), CR_FAILURE);
+    EXPECT_EQ(CM_Get_Sibling(&node, controller, 0), CR_FAILURE);
+    EXPECT_EQ(CM_Get_Parent(&node, controller, 0), CR_FAILURE);
+    EXPECT_EQ(CM_Get_Device_IDA(controller, text, sizeof(text), 0), CR_FAILURE);
+    EXPECT_EQ(CM_Get_DevNode_Registry_PropertyA(controller, 5, nullptr, text, &length, 0),
+              CR_FAILURE);
+    EXPECT_EQ(DiskInterfaces(nullptr), INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(SetupDiEnumDeviceInterfaces(list, nullptr, &DiskInterfaceClass, 0, &data));
+    EXPECT_FALSE(SetupDiGetDeviceInterfaceDetailA(list, &data, nullptr, 0, nullptr, nullptr));
+    EXPECT_FALSE(DeviceIoControl(device, IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0, text, 12,
+                                 &returned, nullptr));
+    EXPECT_EQ(OpenDisk(ReadWrite), INVALID_HANDLE_VALUE);
+    EXPECT_FALSE(CloseHandle(device));
+    EXPECT_FALSE(SetupDiDestroyDeviceInfoList(list));
+    EXPECT_EQ(GetLastError(), ERROR_GEN_FAILURE);
+    EXPECT_EQ(node, 0u);
+    EXPECT_EQ(OpenHandleCount(), 0u);
+    EXPECT_EQ(asked.size(), 13u);
+    EXPECT_EQ(std::set<std::string>(asked.begin(), asked.end()).size(), 13u);
+    SetCallGate([](const char*) -> bool { throw std::bad_alloc(); });
+    EXPECT_EQ(OpenDisk(ReadWrite), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
+}

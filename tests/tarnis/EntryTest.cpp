@@ -1,0 +1,122 @@
+// What the two exports and the command entry promise.
+#include "tests/support/MachineBuilder.h"
+#include "tests/support/PluginTest.h"
+
+using namespace Support;
+
+class Entry : public PluginTest
+{
+};
+
+TEST_F(Entry, CommandsOutOfRangeTouchNothing)
+{
+    UseMachine(MachineOf(1));
+    LoadedPlugin plugin;
+    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+    std::vector<PI::CObject> record(2);
+    for (const std::int32_t command : {0, 11, -1, -2147483647 - 1, 2147483647, 50002})
+        EXPECT_EQ(plugin.Command(command, PluginId, &record), PI::ERR_INVALID_COMMAND) << command;
+    EXPECT_EQ(record.size(), 2U);
+    EXPECT_EQ(plugin.Interface()->m_Version, 2U);
+    EXPECT_NE(plugin.Interface()->m_ModuleStamp, 0U);
+}
+
+TEST_F(Entry, FailedOutputCommandsLeaveAnEmptyVector)
+{
+    UseMachine(MachineOf(1));
+    LoadedPlugin plugin;
+    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+
+    std::vector<PI::CProperty> properties(3);
+    const std::size_t capacity = properties.capacity();
+    EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTIES, 42, &properties), PI::ERR_INVALID_OBJECT_ID);
+    EXPECT_TRUE(properties.empty());
+    EXPECT_EQ(properties.capacity(), capacity);
+
+    std::vector<PI::COperation> operations(3);
+    EXPECT_EQ(plugin.Command(COMMAND_GET_OPERATIONS, 42, &operations), PI::ERR_INVALID_OBJECT_ID);
+    EXPECT_TRUE(operations.empty());
+
+    // A command that succeeds replaces what stood there.
+    properties.resize(50);
+    EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTIES, PluginId, &properties), PI::ERR_SUCCESS);
+    EXPECT_EQ(properties.size(), 5U);
+    std::vector<PI::CObject> objects(9);
+    EXPECT_EQ(plugin.Command(COMMAND_GET_TOPOLOGY, 0, &objects), PI::ERR_SUCCESS);
+    EXPECT_EQ(objects.size(), 3U);
+
+    for (std::int32_t command = 1; command <= 10; ++command)
+    {
+        if (command == COMMAND_DEINITIALIZE)
+            continue;
+        EXPECT_EQ(plugin.Command(command, PluginId, nullptr), PI::ERR_INVALID_PARAMETER) << command;
+    }
+}
+
+TEST_F(Entry, MachineWithoutSupportedDriver)
+{
+    nlohmann::json similar = MachineOf(2);
+    similar["devices"][0]["service"] = "iastorav";
+    for (const nlohmann::json& machine : {nlohmann::json{{"version", 1}}, similar})
+    {
+        UseMachine(machine);
+        LoadedPlugin plugin;
+        plugin.adapterIDs.resize(4);
+        EXPECT_EQ(plugin.Initialize(), PI::ERR_NO_SUPPORTED_HARDWARE);
+        EXPECT_TRUE(plugin.adapterIDs.empty());
+        EXPECT_EQ(plugin.initializeOutput, "tarnis:  Initialize:  adapter count is 0\n");
+        EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+    }
+}
+
+TEST_F(Entry, NothingHappensBeforeInitialize)
+{
+    UseMachine(MachineOf(1));
+    LoadedPlugin plugin;
+    PI::CProperty property(PI::PROP_NAME, false);
+    EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTY, AdapterId, &property),
+              PI::ERR_INVALID_OBJECT_ID);
+    EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+}
+
+TEST_F(Entry, AdapterIdentifiersGoToTheHostAndComeBack)
+{
+    UseMachine(MachineOf(2));
+    LoadedPlugin plugin;
+    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.initializeOutput, "tarnis:  Initialize:  adapter count is 1\n");
+    ASSERT_EQ(plugin.adapterIDs.size(), 1U);
+    PI::CAdapterID& id = plugin.adapterIDs[0];
+    EXPECT_EQ(id.m_AdapterNumber, 0U);
+    EXPECT_EQ(id.m_GlobalAdapterID, PI::CAdapterID::NoGlobalID);
+
+    const auto name = [&] { return ValueText(plugin.Topology()[1], PI::PROP_NAME); };
+    EXPECT_EQ(name(), "text:Windows Advanced Host Controller Interface (0)");
+    const auto changeCounts = [&]
+    {
+        std::vector<std::uint64_t> counts;
+        for (const PI::CObject& object : plugin.Topology())
+            counts.push_back(object.m_ChangeCount);
+        return counts;
+    };
+    const auto before = changeCounts();
+
+    // Of the entries that fit, the first with a number counts.
+    std::vector<PI::CAdapterID> ids(3, id);
+    ids[0].m_PciBus = 7;
+    ids[0].m_GlobalAdapterID = 5;
+    ids[2].m_GlobalAdapterID = 9;
+    EXPECT_EQ(plugin.Command(COMMAND_SET_ADAPTER_IDS, 0, &ids), PI::ERR_SUCCESS);
+    EXPECT_EQ(name(), "text:Windows Advanced Host Controller Interface (9)");
+    EXPECT_EQ(changeCounts(), before);
+    EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+}
+
+TEST_F(Entry, ReleaseOfNothing)
+{
+    LoadedPlugin plugin;
+    IPLUGINAPI* nothing = nullptr;
+    plugin.Release(&nothing);
+    plugin.Release(&nothing);
+    EXPECT_EQ(nothing, nullptr);
+}

@@ -1,0 +1,294 @@
+// Every property and operation that the host can ask for.
+#include "tests/support/MachineBuilder.h"
+#include "tests/support/PluginTest.h"
+
+using namespace Support;
+
+namespace
+{
+
+constexpr std::uint32_t All = 0xFFFFFFFF;
+
+struct Expected
+{
+    int id;
+    std::uint32_t label;
+    std::uint32_t mask;
+    int unit;
+    std::string value;
+    std::uint32_t icon = 0;
+    std::uint32_t alias = 0;
+    std::uint32_t format = 0;
+};
+
+void Check(const PI::CObject& object, const std::vector<Expected>& expected)
+{
+    ASSERT_EQ(object.m_Properties.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i)
+    {
+        const PI::CProperty& property = object.m_Properties[i];
+        const Expected& row = expected[i];
+        EXPECT_EQ(property.m_ID, row.id);
+        EXPECT_EQ(property.m_TextID, row.label) << row.id;
+        EXPECT_EQ(property.m_ViewMask, row.mask) << row.id;
+        EXPECT_EQ(property.m_Unit, row.unit) << row.id;
+        EXPECT_EQ(ValueText(property), row.value) << row.id;
+        EXPECT_EQ(property.m_IconID, row.icon) << row.id;
+        EXPECT_EQ(property.m_AliasID, row.alias) << row.id;
+        EXPECT_EQ(property.m_ValueFormat, row.format) << row.id;
+    }
+}
+
+} // namespace
+
+class Query : public PluginTest
+{
+};
+
+TEST_F(Query, EveryPropertyOfATree)
+{
+    nlohmann::json machine = MachineWith({Disk(1)});
+    machine["devices"][0]["service"] = "StorAHCI";
+    UseMachine(machine);
+    LoadedPlugin plugin;
+    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+    const std::vector<PI::CObject> objects = plugin.Topology();
+    ASSERT_EQ(objects.size(), 3U);
+
+    EXPECT_EQ(objects[0].m_ID, PluginId);
+    EXPECT_EQ(objects[0].m_Type, 19006);
+    EXPECT_EQ(objects[0].m_Parents, std::vector<std::uint64_t>());
+    EXPECT_EQ(objects[0].m_Children, std::vector<std::uint64_t>{AdapterId});
+    Check(objects[0], {{30137, 1, 0, 1, "text:Plugin:ID=305"},
+                       {30007, 23334, All, 1, "text:AHCI-Plugin"},
+                       {30099, 23339, All, 1, "text:7.8.1"},
+                       {30003, 23338, All, 1, "text:Microsoft Corporation"},
+                       {30005, 23335, All, 21007, "range:30 in 2..255 by 1"}});
+    ASSERT_EQ(objects[0].m_Operations.size(), 1U);
+    const PI::COperation& operation = objects[0].m_Operations[0];
+    EXPECT_EQ(operation.m_ID, 50002);
+    EXPECT_EQ(operation.m_AliasID, 50002U);
+    EXPECT_EQ(operation.m_Category, 6U);
+    EXPECT_EQ(operation.m_Param4, 1U);
+    EXPECT_EQ(operation.m_Param5, 0U);
+    EXPECT_EQ(operation.m_Param6, 1U);
+
+    EXPECT_EQ(objects[1].m_ID, AdapterId);
+    EXPECT_EQ(objects[1].m_Type, 19037);
+    EXPECT_EQ(objects[1].m_Parents, std::vector<std::uint64_t>{PluginId});
+    EXPECT_EQ(objects[1].m_Children, std::vector<std::uint64_t>{FirstDriveId});
+    Check(objects[1],
+          {{30007, 23081, All, 1, "text:Windows Advanced Host Controller Interface (0)"},
+           {30063, 23102, All, 1, "text:Advanced Host Controller Interface"},
+           {30120, 23003, All, 1, "number:0", 0, 35023},
+           {30017, 23127, All, 1, "choice:40024 of 40024 40150 40095", 24000},
+           {30479, 23134, 9, 1, "number:0", 0, 35039},
+           {30037, 23132, 9, 1, "number:0", 0, 35016},
+           {30038, 23133, 9, 1, "number:0", 0, 35020},
+           {30039, 23135, 9, 1, "number:0", 0, 35022},
+           {30137, 1, 0, 1, "text:PCI:Bus=0&Device=0&Function=0"},
+           {30266, 23041, All, 1, "text:StorAHCI"},
+           {30018, 23042, All, 1, "text:10.0.19041.3636"}});
+    EXPECT_TRUE(objects[1].m_Operations.empty());
+
+    EXPECT_EQ(objects[2].m_ID, FirstDriveId);
+    EXPECT_EQ(objects[2].m_Type, 19018);
+    EXPECT_EQ(objects[2].m_Parents, std::vector<std::uint64_t>{AdapterId});
+    EXPECT_EQ(objects[2].m_Children, std::vector<std::uint64_t>());
+    Check(objects[2], {{30007, 23298, All, 1, "text:INTEL SSDSC2BB240G7 (1)"},
+                       {30122, 23305, 4, 1, "number:0"},
+                       {30125, 23284, All, 1, "number:1"},
+                       {30137, 1, 0, 1, "text:PCI:Bus=0&Device=0&Function=0&ID=1"},
+                       {30003, 23331, All, 1, "text:INTEL"},
+                       {30063, 23308, All, 1, "text:SSDSC2BB240G7"},
+                       {30056, 23329, All, 1, "choice:40002 of 40002"},
+                       {30020, 23287, All, 1, "text:FW0001"},
+                       {30022, 23320, All, 1, "text:SERIAL1"},
+                       {30059, 23304, All, 21002, "number:228936"},
+                       {30060, 23281, All, 21002, "number:228936"},
+                       {30017, 23324, All, 1, "choice:40093 of 40099 40180 40095", 24201},
+                       {30247, 23300, All, 1, "text:Disk 1"},
+                       {30069, 23326, All, 21000, "real:23", 0, 0, 8},
+                       {30486, 23313, 0, 21010, "range:0 in 0..100 by 1"},
+                       {30494, 23309, 0, 21010, "range:0 in 0..100 by 1"},
+                       {30490, 23279, 0, 1, "real:0"},
+                       {30498, 23307, 0, 21005, "number:0"},
+                       {30483, 23286, 0, 1, "text:"},
+                       {30320, 23296, All, 1, "choice:40293 of 40292 40293"}});
+    EXPECT_TRUE(objects[2].m_Operations.empty());
+
+    // One property at a time gives what all at once gave, and so does the list of one object.
+    for (const PI::CObject& object : objects)
+    {
+        std::vector<PI::CProperty> listed;
+        EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTIES, object.m_ID, &listed), PI::ERR_SUCCESS);
+        ASSERT_EQ(listed.size(), object.m_Properties.size());
+        for (std::size_t i = 0; i < listed.size(); ++i)
+        {
+            PI::CProperty one(listed[i].m_ID, false);
+            EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTY, object.m_ID, &one), PI::ERR_SUCCESS);
+            for (const PI::CProperty& property : {listed[i], one})
+            {
+                EXPECT_EQ(ValueText(property), ValueText(object.m_Properties[i]));
+                EXPECT_EQ(property.m_ViewMask, object.m_Properties[i].m_ViewMask);
+                EXPECT_EQ(property.m_TextID, object.m_Properties[i].m_TextID);
+            }
+        }
+    }
+}
+
+TEST_F(Query, CodesOfEveryQuestion)
+{
+    nlohmann::json bare = Disk(4);
+    bare.erase("partitions");
+    bare["smart"] = SmartPage({});
+    nlohmann::json machine = MachineWith({Disk(3), bare});
+    machine.erase("modules");
+    UseMachine(machine);
+    LoadedPlugin plugin;
+    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+    constexpr std::uint64_t usedDrive = FirstDriveId;
+    constexpr std::uint64_t bareDrive = FirstDriveId + 1;
+
+    const struct
+    {
+        std::uint64_t object;
+        int property;
+        std::int32_t result;
+        const char* value;
+    } properties[] = {
+        {PluginId, 1, PI::ERR_SUCCESS, "text:Plugin:ID=305"},
+        {AdapterId, 1, PI::ERR_SUCCESS, "text:Windows Advanced Host Controller Interface (0)"},
+        {usedDrive, 1, PI::ERR_SUCCESS, "text:INTEL SSDSC2BB240G7 (3)"},
+        {usedDrive, 30005, PI::ERR_GENERAL, ""},
+        {usedDrive, 30099, PI::ERR_GENERAL, ""},
+        {usedDrive, 0, PI::ERR_GENERAL, ""},
+        {bareDrive, 30069, PI::ERR_GENERAL, ""},
+        {bareDrive, 30498, PI::ERR_SUCCESS, "number:0"},
+        {bareDrive, 30017, PI::ERR_SUCCESS, "choice:40099 of 40099 40180 40095"},
+        {AdapterId, 30018, PI::ERR_GENERAL, ""}, // the driver's version is not known
+        {AdapterId, 30266, PI::ERR_SUCCESS, "text:storahci"},
+        {PluginId, 30017, PI::ERR_GENERAL, ""},
+        {FirstDriveId + 2, 30007, PI::ERR_INVALID_OBJECT_ID, ""},
+        {0, 30007, PI::ERR_INVALID_OBJECT_ID, ""},
+    };
+    for (const auto& c : properties)
+    {
+        PI::CProperty record(static_cast<PI::_PROPERTY_ID>(c.property), false);
+        record.SetValue("as it was");
+        EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTY, c.object, &record), c.result) << c.property;
+        EXPECT_EQ(ValueText(record), c.result == PI::ERR_SUCCESS ? c.value : "text:as it was");
+    }
+
+    const struct
+    {
+        std::uint64_t object;
+        PI::_OPERATION_ID operation;
+        std::int32_t check, execute;
+    } operations[] = {
+        {PluginId, PI::OP_GET_EVENTS, PI::ERR_SUCCESS, PI::ERR_SUCCESS},
+        {PluginId, PI::OP_FORMAT_DEVICE, PI::ERR_SUCCESS, PI::ERR_INVALID_OPERATION},
+        {AdapterId, PI::OP_FORMAT_DEVICE, PI::ERR_SUCCESS, PI::ERR_SUCCESS},
+        {usedDrive, PI::OP_FORMAT_DEVICE, PI::ERR_PHYSICALDRIVE_NOT_AVAILABLE,
+         PI::ERR_INVALID_OPERATION},
+        {bareDrive, PI::OP_FORMAT_DEVICE, PI::ERR_SUCCESS, PI::ERR_INVALID_OPERATION},
+        {usedDrive, PI::OP_GET_EVENTS, PI::ERR_SUCCESS, PI::ERR_INVALID_OPERATION},
+        {99, PI::OP_GET_EVENTS, PI::ERR_INVALID_OBJECT_ID, PI::ERR_INVALID_OBJECT_ID},
+    };
+    for (const auto& c : operations)
+    {
+        PI::COperation record(c.operation);
+        EXPECT_EQ(plugin.Command(COMMAND_CHECK_OPERATION, c.object, &record), c.check);
+        EXPECT_EQ(plugin.Command(COMMAND_EXECUTE_OPERATION, c.object, &record), c.execute);
+    }
+    PI::COperation collected(PI::OP_GET_EVENTS);
+    collected.SetEvents(std::vector<PI::CEvent>(3));
+    EXPECT_EQ(plugin.Command(COMMAND_EXECUTE_OPERATION, PluginId, &collected), PI::ERR_SUCCESS);
+    EXPECT_TRUE(collected.m_Events.empty());
+}
+
+TEST_F(Query, PollIntervalFromTheSettings)
+{
+    UseMachine(MachineOf(0));
+    constexpr char garbage[] = "\0\xFF=\0\n===\nPollInterval\n=5\nPollInterval=49\n";
+    const struct
+    {
+        std::string text;
+        int expected;
+    } cases[] = {
+        {"", 30},
+        {"PollInterval=1", 2},
+        {"PollInterval=0", 2},
+        {"PollInterval=-1", 255},
+        {"PollInterval=256", 255},
+        {"PollInterval=99999999999", 30},
+        {"PollInterval=soon", 30},
+        {"PollInterval=7 ", 30},
+        {"PollInterval=0x10", 30},
+        {"PollInterval=", 30},
+        {"\xEF\xBB\xBFPollInterval= 45\r\n", 45},
+        {"# PollInterval=9\r\n  pollinterval =46\r\nPollInterval=47\r\n", 46},
+        {"PollIntervals=9\nPollInterval_VDS=8\n\nPollInterval=48", 48},
+        {std::string(garbage, sizeof garbage - 1), 49},
+        {std::string(10 << 20, 'x') + "\nPollInterval=50\n", 50},
+    };
+    for (const auto& c : cases)
+    {
+        WriteSettings("tarnis.ini", c.text);
+        LoadedPlugin plugin;
+        ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+        EXPECT_EQ(ValueText(plugin.Topology()[0], PI::PROP_POLL_INTERVAL),
+                  "range:" + std::to_string(c.expected) + " in 2..255 by 1")
+            << c.text.substr(0, 60);
+    }
+}
+
+TEST_F(Query, SettingThePollInterval)
+{
+    UseMachine(MachineOf(1));
+    WriteSettings("tarnis.ini", "# mine\r\nOther = 1\r\nPollInterval=40\r\n");
+    LoadedPlugin plugin;
+    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+
+    const struct
+    {
+        int value, minimum, maximum, stored;
+    } cases[] = {{1, 2, 255, 2},  {1000, 2, 255, 255}, {300, 2, 500, 300},     {300, 2, 500, 300},
+                 {-5, 2, 255, 2}, {60, 90, 50, 50},    {2147483647, 2, 77, 77}};
+    std::uint64_t count = plugin.Topology()[0].m_ChangeCount;
+    for (const auto& c : cases)
+    {
+        PI::CProperty record(PI::PROP_POLL_INTERVAL, true);
+        record.SetValue(c.value, c.minimum, c.maximum, 1U);
+        EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, PluginId, &record), PI::ERR_SUCCESS);
+        const PI::CObject object = plugin.Topology()[0];
+        EXPECT_EQ(ValueText(object, PI::PROP_POLL_INTERVAL),
+                  "range:" + std::to_string(c.stored) + " in 2..255 by 1");
+        EXPECT_EQ(object.m_ChangeCount, ++count);
+        EXPECT_EQ(ReadSettings("tarnis.ini"),
+                  "# mine\r\nOther = 1\r\nPollInterval=" + std::to_string(c.stored) + "\r\n");
+    }
+
+    PI::CProperty text(PI::PROP_POLL_INTERVAL, true);
+    text.SetValue("60");
+    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, PluginId, &text), PI::ERR_INVALID_PROPERTY_TYPE);
+    PI::CProperty name(PI::PROP_NAME, true);
+    name.SetValue("mine");
+    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, PluginId, &name), PI::ERR_INVALID_PROPERTY);
+    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, AdapterId, &text), PI::ERR_INVALID_PROPERTY);
+    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, FirstDriveId, &text), PI::ERR_INVALID_PROPERTY);
+    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, 7, &text), PI::ERR_INVALID_OBJECT_ID);
+    EXPECT_EQ(plugin.Topology()[0].m_ChangeCount, count);
+
+    // A folder that takes no file: the interval holds in memory, and the code says what failed.
+    setenv("TARNIS_CONFIG_DIR", "/dev/null/none", 1);
+    PI::CProperty record(PI::PROP_POLL_INTERVAL, true);
+    record.SetValue(33, 2, 255, 1U);
+    LoadedPlugin unwritable;
+    ASSERT_EQ(unwritable.Initialize(), PI::ERR_SUCCESS);
+    EXPECT_EQ(unwritable.Command(COMMAND_SET_PROPERTY, PluginId, &record),
+              PI::ERR_WRITE_ACCESS_DENIED);
+    EXPECT_EQ(ValueText(unwritable.Topology()[0], PI::PROP_POLL_INTERVAL),
+              "range:33 in 2..255 by 1");
+    EXPECT_EQ(unwritable.Topology()[0].m_ChangeCount, 1U);
+}

@@ -1,0 +1,139 @@
+// Start and stop of the worker, and commands from many threads at once.
+#include "tests/support/MachineBuilder.h"
+#include "tests/support/PluginTest.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <thread>
+
+using namespace Support;
+
+namespace
+{
+
+std::ptrdiff_t ThreadCount()
+{
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return std::distance(begin(tasks), end(tasks));
+}
+
+/// A doorbell that sends commands from inside itself.
+struct Host
+{
+    static void Ring(void* context, IPLUGINAPI* plugin)
+    {
+        auto& host = *static_cast<Host*>(context);
+        PI::COperation collect(PI::OP_GET_EVENTS);
+        const bool served =
+            plugin->Command(COMMAND_EXECUTE_OPERATION, PluginId, &collect) == PI::ERR_SUCCESS;
+        const std::lock_guard guard(host.lock);
+        host.rings += served;
+        host.rung.notify_all();
+    }
+
+    bool WaitForRings(int count)
+    {
+        std::unique_lock guard(lock);
+        return rung.wait_for(guard, std::chrono::seconds(60), [&] { return rings >= count; });
+    }
+
+    std::mutex lock;
+    std::condition_variable rung;
+    int rings = 0;
+};
+
+std::int32_t SetInterval(LoadedPlugin& plugin, int seconds)
+{
+    PI::CProperty interval(PI::PROP_POLL_INTERVAL, true);
+    interval.SetValue(seconds, 2, 255, 1U);
+    return plugin.Command(COMMAND_SET_PROPERTY, PluginId, &interval);
+}
+
+} // namespace
+
+class Threads : public PluginTest
+{
+};
+
+TEST_F(Threads, WorkerStartsAnswersAndStops)
+{
+    UseMachine(MachineOf(2));
+    LoadedPlugin plugin;
+    // A thread of the sanitizer's own may stand beside ours: what counts is the difference.
+    const std::ptrdiff_t before = ThreadCount();
+    for (int round = 0; round < 3; ++round)
+    {
+        plugin.Renew();
+        Host host;
+        plugin.Interface()->m_HostContext = &host;
+        plugin.Interface()->m_HostCallback = &Host::Ring;
+        ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+        EXPECT_EQ(ThreadCount(), before);
+        ASSERT_EQ(plugin.Command(COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
+        EXPECT_EQ(ThreadCount(), before + 1);
+        EXPECT_EQ(SetInterval(plugin, 100), PI::ERR_SUCCESS);
+        EXPECT_TRUE(host.WaitForRings(1));
+        EXPECT_EQ(SetInterval(plugin, 100), PI::ERR_SUCCESS); // the same value rings all the same
+        EXPECT_TRUE(host.WaitForRings(2));
+        EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+    }
+    plugin.Renew();
+    EXPECT_EQ(ThreadCount(), before);
+}
+
+TEST_F(Threads, CommandsOfAllKindsAtOnce)
+{
+    UseMachine(MachineOf(8));
+    LoadedPlugin plugin;
+    Host host;
+    plugin.Interface()->m_HostContext = &host;
+    plugin.Interface()->m_HostCallback = &Host::Ring;
+    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+    ASSERT_EQ(plugin.Command(COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
+
+    std::atomic<int> wrong = 0;
+    const auto run = [&](unsigned seed)
+    {
+        for (unsigned step = 0; step < 300; ++step)
+        {
+            const std::uint64_t object = PluginId + (seed + step) % 10;
+            std::vector<PI::CObject> objects;
+            std::vector<PI::CProperty> properties;
+            std::vector<PI::COperation> operations;
+            PI::CProperty name(PI::PROP_NAME, false);
+            PI::COperation collect(PI::OP_GET_EVENTS);
+            switch ((seed * 7 + step) % 7)
+            {
+            case 0:
+                wrong += plugin.Command(COMMAND_GET_TOPOLOGY, 0, &objects) || objects.size() != 10;
+                break;
+            case 1:
+                wrong += plugin.Command(COMMAND_GET_PROPERTIES, object, &properties) != 0;
+                break;
+            case 2:
+                wrong += plugin.Command(COMMAND_GET_PROPERTY, object, &name) != 0;
+                break;
+            case 3:
+                wrong += step % 25 == 3 && SetInterval(plugin, 2 + static_cast<int>(step)) != 0;
+                break;
+            case 4:
+                wrong += plugin.Command(COMMAND_GET_OPERATIONS, object, &operations) != 0;
+                break;
+            case 5:
+                wrong += plugin.Command(COMMAND_CHECK_OPERATION, object, &collect) != 0;
+                break;
+            default:
+                plugin.Command(COMMAND_EXECUTE_OPERATION, object, &collect);
+            }
+        }
+    };
+    std::vector<std::thread> hosts;
+    for (unsigned seed = 0; seed < 8; ++seed)
+        hosts.emplace_back(run, seed);
+    for (std::thread& thread : hosts)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+}

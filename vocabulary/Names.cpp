@@ -1,0 +1,73 @@
+#include "vocabulary/Names.h"
+
+#include <cstddef>
+
+namespace
+{
+
+struct Row
+{
+    int number;
+    const char* name;
+};
+
+template <std::size_t N> Vocabulary::NameMap MapOf(const Row (&rows)[N])
+{
+    Vocabulary::NameMap map;
+    for (const Row& row : rows)
+        map.emplace_hint(map.end(), row.number, row.name); // keeps the first row of a number
+    return map;
+}
+
+#define VOCABULARY_ROW(number, name) {number, #name},
+#define VOCABULARY_REPEAT(number, name) {number, #name},
+#define VOCABULARY_PARAMETER(number, name) {number, #name},
+
+const Vocabulary::NameMap errors = MapOf({
+#include "vocabulary/rows/errors.inc"
+});
+const Vocabulary::NameMap operations = MapOf({
+#include "vocabulary/rows/operations.inc"
+});
+const Vocabulary::NameMap properties = MapOf({
+#include "vocabulary/rows/properties.inc"
+});
+Vocabulary::NameMap values = MapOf({
+#include "vocabulary/rows/values.inc"
+});
+const Vocabulary::NameMap events = MapOf({
+#include "vocabulary/rows/events.inc"
+});
+
+} // namespace
+
+namespace Vocabulary
+{
+
+const NameMap& errorNames()
+{
+    return errors;
+}
+const NameMap& operationNames()
+{
+    return operations;
+}
+const NameMap& propertyNames()
+{
+    return properties;
+}
+const NameMap& valueNames()
+{
+    return values;
+}
+const NameMap& eventNames()
+{
+    return events;
+}
+
+} // namespace Vocabulary
+
+const std::string& valueName(int number)
+{
+    return values[number];
+}

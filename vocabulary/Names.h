@@ -1,0 +1,25 @@
+// Number to name, for each of the five vocabularies.
+//
+// The maps are built before main (or before a loaded library's entry points can be called) and
+// live until the program ends. Where a number has several rows the first row's name holds.
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace Vocabulary
+{
+
+using NameMap = std::map<int, std::string>;
+
+const NameMap& errorNames();
+const NameMap& operationNames();
+const NameMap& propertyNames();
+const NameMap& valueNames();
+const NameMap& eventNames();
+
+} // namespace Vocabulary
+
+/// Name of a value number. A number that no row has is entered with an empty name, which the
+/// reference then stays good for. The map has no lock: the plug-in calls this under its data lock.
+const std::string& valueName(int number);
