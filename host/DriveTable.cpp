@@ -29,15 +29,14 @@ template <PI::_PROPERTY_ID id> std::string Cell(const PI::CObject& drive)
     return text.empty() ? "-" : Host::Printable(text);
 }
 
-// The name ends in the disk's number, which the first column tells already.
+// The display name ends in the disk's number, which the first column tells already.
 std::string ModelCell(const PI::CObject& drive)
 {
-    std::string name = Cell<PI::PROP_NAME>(drive);
-    const std::string number = " (" + Cell<PI::PROP_DEVICE_NUMBER>(drive) + ")";
-    if (name.size() > number.size() &&
-        name.compare(name.size() - number.size(), number.size(), number) == 0)
-        name.resize(name.size() - number.size());
-    return name;
+    const std::string vendor = Cell<PI::PROP_VENDOR>(drive);
+    const std::string product = Cell<PI::PROP_PRODUCT>(drive);
+    if (vendor == "-" && product == "-")
+        return Cell<PI::PROP_NAME>(drive);
+    return vendor == "-" ? product : product == "-" ? vendor : vendor + ' ' + product;
 }
 
 std::vector<Column> Columns()

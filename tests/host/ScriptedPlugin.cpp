@@ -2,7 +2,7 @@
 //   SCRIPT_LOG      file that takes a word for each call
 //   SCRIPT_INIT     result of command 1
 //   SCRIPT_VERSION  version of the interface object
-//   SCRIPT_NAME     name of disk 7
+//   SCRIPT_NAME     product of disk 7
 #include "contracts/PluginInterface.h"
 #include "contracts/zelPlug.h"
 
@@ -53,13 +53,14 @@ struct Object : PI::CObject
     }
 };
 
-Object Drive(std::uint64_t number, const std::string& name, int status)
+Object Drive(std::uint64_t number, const std::string& product, int status)
 {
     const bool worn = status == PI::VAL_AVAILABLE_SMART;
     const std::uint32_t wearMask = worn ? all : 0;
     Object drive(pluginId + 2 + number, PI::OBJECT_PHYSICAL_DRIVE);
     drive.m_Parents = {pluginId + 1};
-    drive.Add(PI::PROP_NAME, PI::UNIT_NONE, all, name);
+    drive.Add(PI::PROP_NAME, PI::UNIT_NONE, all, product + " (" + std::to_string(number) + ")");
+    drive.Add(PI::PROP_PRODUCT, PI::UNIT_NONE, all, product);
     drive.Add(PI::PROP_DEVICE_NUMBER, PI::UNIT_NONE, all, number);
     drive.Add(PI::PROP_UNIQUE_ID, PI::UNIT_NONE, 0, "ID=" + std::to_string(number));
     drive.Add(PI::PROP_SERIAL_NUMBER, PI::UNIT_NONE, all, "S-" + std::to_string(number));
@@ -98,7 +99,7 @@ struct Plugin : IPLUGINAPI
         adapter.Add(PI::PROP_STATUS, PI::UNIT_NONE, all, int{PI::VAL_WARNING}, std::vector<int>{});
         *static_cast<std::vector<PI::CObject>*>(record) = {
             plugin, adapter, Drive(7, name == nullptr ? "GOOD" : name, PI::VAL_AVAILABLE),
-            Drive(8, "WORN (8)", PI::VAL_AVAILABLE_SMART), Drive(9, "DEAD (9)", PI::VAL_FAILED)};
+            Drive(8, "WORN", PI::VAL_AVAILABLE_SMART), Drive(9, "DEAD", PI::VAL_FAILED)};
         return PI::ERR_SUCCESS;
     }
 };

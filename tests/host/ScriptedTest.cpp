@@ -134,7 +134,7 @@ TEST(Scripted, TextsNeverReachTheTerminalAsCommands)
         for (const char control : {'\x1b', '\x07', '\x7f', '\xff'})
             EXPECT_EQ(text.find(control), std::string::npos) << text;
         const json objects = json::parse(RunScripted({"--json"}, environment).out)["objects"];
-        EXPECT_EQ(objects[2]["properties"][0]["value"], c.jsonName);
+        EXPECT_EQ(objects[2]["properties"][0]["value"], std::string(c.jsonName) + " (7)");
     }
 }
 

@@ -212,9 +212,10 @@ TEST_F(Settings, AreOldOrNewWhenTheWriterIsKilled)
         int ready[2];
         ASSERT_EQ(pipe(ready), 0);
         const pid_t writer = fork();
-        for (unsigned length = 0; writer == 0; ++length)
+        unsigned length = 0;
+        while (writer == 0) // until it is killed
         {
-            Write(m_File, "Key", std::string(1 + length % 50, '7'));
+            Write(m_File, "Key", std::string(1 + length++ % 50, '7'));
             [[maybe_unused]] const ssize_t told = write(ready[1], "", 1);
         }
         char token = 0;

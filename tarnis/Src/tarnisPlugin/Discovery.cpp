@@ -38,28 +38,13 @@ std::string ServiceOf(DEVINST node)
     return name;
 }
 
-std::optional<DEVINST> ChildOf(DEVINST node)
-{
-    DEVINST child = 0;
-    if (Platform::CM_Get_Child(&child, node, 0) != CR_SUCCESS)
-        return std::nullopt;
-    return child;
-}
+using Step = CONFIGRET (*)(DEVINST* to, DEVINST from, ULONG flags);
 
-std::optional<DEVINST> SiblingOf(DEVINST node)
+/// The node that a step leads to, or nothing.
+std::optional<DEVINST> Go(Step step, DEVINST node)
 {
-    DEVINST sibling = 0;
-    if (Platform::CM_Get_Sibling(&sibling, node, 0) != CR_SUCCESS)
-        return std::nullopt;
-    return sibling;
-}
-
-std::optional<DEVINST> ParentOf(DEVINST node)
-{
-    DEVINST parent = 0;
-    if (Platform::CM_Get_Parent(&parent, node, 0) != CR_SUCCESS)
-        return std::nullopt;
-    return parent;
+    DEVINST to = 0;
+    return step(&to, node, 0) == CR_SUCCESS ? std::optional<DEVINST>(to) : std::nullopt;
 }
 
 /// Path of one interface, or nothing.
@@ -148,12 +133,12 @@ bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driv
         }
 
         // Pre-order; the walk is over when it has climbed past the root.
-        std::optional<DEVINST> next = ChildOf(*node);
+        std::optional<DEVINST> next = Go(Platform::CM_Get_Child, *node);
         while (node && !next)
         {
-            next = SiblingOf(*node);
+            next = Go(Platform::CM_Get_Sibling, *node);
             if (!next)
-                node = ParentOf(*node);
+                node = Go(Platform::CM_Get_Parent, *node);
         }
         node = next;
     }
@@ -162,22 +147,22 @@ bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driv
 
 void CollectDiskNumbers(DEVINST controllerNode, std::vector<std::uint32_t>& driveNumbers)
 {
-    std::optional<DEVINST> node = ChildOf(controllerNode);
+    std::optional<DEVINST> node = Go(Platform::CM_Get_Child, controllerNode);
     int depth = 1;
     while (node)
     {
         if (SameName(ServiceOf(*node), DiskService))
             AppendDiskNumbers(*node, driveNumbers);
 
-        std::optional<DEVINST> next = ChildOf(*node);
+        std::optional<DEVINST> next = Go(Platform::CM_Get_Child, *node);
         if (next)
             ++depth;
         while (!next)
         {
-            next = SiblingOf(*node);
+            next = Go(Platform::CM_Get_Sibling, *node);
             if (next)
                 break;
-            node = ParentOf(*node);
+            node = Go(Platform::CM_Get_Parent, *node);
             --depth;
             if (!node || *node == controllerNode || depth == 0)
                 return;
