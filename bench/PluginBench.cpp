@@ -58,7 +58,7 @@ IPLUGINAPI* Start()
 {
     IPLUGINAPI* plugin = nullptr;
     std::vector<PI::CAdapterID> ids;
-    if (createIf(&plugin) != 0 || plugin->Command(COMMAND_INITIALIZE, 0, &ids) != 0)
+    if (createIf(&plugin) != 0 || plugin->Command(PI::COMMAND_INITIALIZE, 0, &ids) != 0)
         Fail("the plug-in does not start");
     return plugin;
 }
@@ -69,7 +69,7 @@ void Topology(benchmark::State& state)
     IPLUGINAPI* plugin = Start();
     std::vector<PI::CObject> objects;
     for (auto _ : state)
-        if (plugin->Command(COMMAND_GET_TOPOLOGY, 0, &objects) != 0)
+        if (plugin->Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects) != 0)
             Fail("no topology");
     if (static_cast<std::int64_t>(objects.size()) != state.range(0) + 2)
         Fail("wrong topology");
@@ -83,7 +83,7 @@ void TopologyFloor(benchmark::State& state)
     IPLUGINAPI* plugin = Start();
     std::vector<PI::CObject> objects;
     std::vector<PI::CObject> copy;
-    plugin->Command(COMMAND_GET_TOPOLOGY, 0, &objects);
+    plugin->Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects);
     for (auto _ : state)
     {
         copy.clear();

@@ -17,30 +17,36 @@
 
 class IPLUGINAPI;
 
+namespace PI
+{
+
 /// Commands of the entry, the record each takes, and which way the record goes.
 enum _COMMAND : std::int32_t
 {
-    COMMAND_INITIALIZE = 1,        ///< std::vector<PI::CAdapterID>, out: one element per adapter
-    COMMAND_SET_ADAPTER_IDS = 2,   ///< std::vector<PI::CAdapterID>, in: with the host's global ids
-    COMMAND_DEINITIALIZE = 3,      ///< no record; returns within 26 seconds
-    COMMAND_GET_TOPOLOGY = 4,      ///< std::vector<PI::CObject>, out
-    COMMAND_GET_PROPERTIES = 5,    ///< std::vector<PI::CProperty>, out
-    COMMAND_GET_PROPERTY = 6,      ///< PI::CProperty: m_ID in, the whole property out
-    COMMAND_SET_PROPERTY = 7,      ///< PI::CProperty, in
-    COMMAND_GET_OPERATIONS = 8,    ///< std::vector<PI::COperation>, out
+    COMMAND_INITIALIZE = 1,      ///< std::vector<PI::CAdapterID>, out: one element per adapter
+    COMMAND_SET_ADAPTER_IDS = 2, ///< std::vector<PI::CAdapterID>, in: with the host's global ids
+    COMMAND_DEINITIALIZE = 3,   ///< no record; returns within 26 seconds; only releaseIf may follow
+    COMMAND_GET_TOPOLOGY = 4,   ///< std::vector<PI::CObject>, out
+    COMMAND_GET_PROPERTIES = 5, ///< std::vector<PI::CProperty>, out
+    COMMAND_GET_PROPERTY = 6,   ///< PI::CProperty: m_ID in, the whole property out
+    COMMAND_SET_PROPERTY = 7,   ///< PI::CProperty, in
+    COMMAND_GET_OPERATIONS = 8, ///< std::vector<PI::COperation>, out
     COMMAND_CHECK_OPERATION = 9,   ///< PI::COperation, in
     COMMAND_EXECUTE_OPERATION = 10 ///< PI::COperation, in and out
 };
 
+} // namespace PI
+
 /// The host's doorbell: something may be there to collect. Called on the plug-in's worker thread
-/// with no lock held, so that commands 4 to 10 may be sent from inside it.
+/// with no lock held, so that commands 4 to 10 may be sent from inside it. A callback that does not
+/// return holds the worker up for as long: command 3 then gives it up after 25 seconds.
 using HostCallback = void (*)(void* hostContext, IPLUGINAPI* plugin);
 
 class IPLUGINAPI
 {
   public:
     /// The command entry.
-    /// @param command   a number of _COMMAND; any other gives 20002 and touches nothing
+    /// @param command   a number of PI::_COMMAND; any other gives 20002 and touches nothing
     /// @param objectId  the object asked about; commands 1 to 4 do not look at it
     /// @param record    the command's record; null where a record is needed gives 20006
     /// @return 0 or a PI::_ERROR_CODE from 20000. No exception leaves the entry.

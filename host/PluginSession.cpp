@@ -115,12 +115,12 @@ PluginSession::Instance::~Instance()
 PluginSession::Started::Started(Instance& instance) : m_Instance(instance)
 {
     std::vector<PI::CAdapterID> adapters;
-    const std::int32_t code = m_Instance->Command(COMMAND_INITIALIZE, 0, &adapters);
+    const std::int32_t code = m_Instance->Command(PI::COMMAND_INITIALIZE, 0, &adapters);
     if (code == PI::ERR_SUCCESS)
         return;
     // Without its locks a plug-in cannot be stopped either.
     if (code != PI::ERR_LOCK_INITIALIZATION_FAILED)
-        m_Instance->Command(COMMAND_DEINITIALIZE, 0, nullptr);
+        m_Instance->Command(PI::COMMAND_DEINITIALIZE, 0, nullptr);
     if (code == PI::ERR_NO_SUPPORTED_HARDWARE)
         FailWithoutHardware();
     throw Failure(EXIT_PLUGIN, "the plug-in could not be started: " + CodeText(code));
@@ -128,7 +128,7 @@ PluginSession::Started::Started(Instance& instance) : m_Instance(instance)
 
 PluginSession::Started::~Started()
 {
-    m_Instance->Command(COMMAND_DEINITIALIZE, 0, nullptr);
+    m_Instance->Command(PI::COMMAND_DEINITIALIZE, 0, nullptr);
 }
 
 PluginSession::PluginSession(const std::string& plugin)
@@ -139,7 +139,7 @@ PluginSession::PluginSession(const std::string& plugin)
 std::vector<PI::CObject> PluginSession::Topology()
 {
     std::vector<PI::CObject> objects;
-    const std::int32_t code = m_Instance->Command(COMMAND_GET_TOPOLOGY, 0, &objects);
+    const std::int32_t code = m_Instance->Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects);
     if (code != PI::ERR_SUCCESS)
         throw Failure(EXIT_PLUGIN, "the plug-in does not tell its objects: " + CodeText(code));
     return objects;
@@ -147,7 +147,7 @@ std::vector<PI::CObject> PluginSession::Topology()
 
 std::int32_t PluginSession::GetProperty(std::uint64_t objectId, PI::CProperty& property)
 {
-    return m_Instance->Command(COMMAND_GET_PROPERTY, objectId, &property);
+    return m_Instance->Command(PI::COMMAND_GET_PROPERTY, objectId, &property);
 }
 
 } // namespace Host

@@ -17,7 +17,7 @@ namespace Native_OS
 
 /// A lock that one thread holds. Not recursive. Built without an operating-system object: unusable
 /// before Init. Movable by nobody; outlives all who wait for it.
-class CAPABILITY("mutex") ZELKIT_API CFastMutex
+class TARNIS_CAPABILITY("mutex") ZELKIT_API CFastMutex
 {
   public:
     CFastMutex();

@@ -21,9 +21,9 @@ class ZELKIT_API CThreadCB_
     explicit CThreadCB_(std::shared_ptr<ThreadState> state);
     ~CThreadCB_();
 
-    /// Ends the thread where it stands, at the next point where it can be cancelled (a wait, a
-    /// sleep, a file or device call). Its C++ frames are unwound. A thread that has ended, or that
-    /// asks this of itself, is left alone.
+    /// Ends the thread at the next point where it can be cancelled: a wait or a sleep of this
+    /// toolkit, and those system calls that the operating system lets be cancelled. Its C++ frames
+    /// are unwound. A thread that has ended, or that asks this of itself, is left alone.
     void Cancel();
 
   private:
@@ -36,12 +36,27 @@ class ZELKIT_API CThreadCB_
 namespace ZKT::Threading
 {
 
+/// While it lives, its thread is not cancelled. Needed around code that must not be unwound: file
+/// calls inside a destructor, or a call into code that may be noexcept or catch everything.
+class ZELKIT_API CCancellationShield
+{
+  public:
+    CCancellationShield();
+    ~CCancellationShield();
+    CCancellationShield(const CCancellationShield&) = delete;
+    CCancellationShield& operator=(const CCancellationShield&) = delete;
+
+  private:
+    int m_Previous;
+};
+
 /// One thread that runs a delegate once.
 class ZELKIT_API CThread
 {
   public:
     CThread();
-    /// Ends no thread: one that still runs goes on without its object.
+    /// Ends no thread: one that still runs goes on without its object, and the library that its
+    /// target lies in then stays loaded for good.
     ~CThread();
     CThread(const CThread&) = delete;
     CThread& operator=(const CThread&) = delete;

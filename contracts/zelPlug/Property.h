@@ -26,12 +26,12 @@ struct _PROPERTY_DESCRIPTION
 {
     _PROPERTY_ID m_ID;
     std::uint32_t m_TextID;  ///< label in the message catalogue, 1 for none
-    std::uint32_t m_Column3; ///< carried for the host, 1 in every row
-    std::uint32_t m_Column4; ///< carried for the host, 1 in every row
+    std::uint32_t m_Column3; ///< 1 in every row; not read here
+    std::uint32_t m_Column4; ///< 1 in every row; not read here
     std::uint32_t m_ViewMask;
     _PROPERTY_KIND m_Kind;
     _UNITS m_Unit;
-    std::uint32_t m_Flag; ///< carried for the host
+    std::uint32_t m_Flag; ///< 0 for figures of health; not read here
 };
 static_assert(sizeof(_PROPERTY_DESCRIPTION) == 8 * 4);
 

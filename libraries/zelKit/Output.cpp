@@ -1,6 +1,6 @@
 #include "libraries/zelKit/Output.h"
 
-#include "libraries/CancellationOff.h"
+#include "contracts/zelKit/Thread.h"
 
 #include <cerrno>
 #include <exception>
@@ -12,7 +12,7 @@ namespace ZKT
 
 void Internals::WriteText(int file, std::string_view text)
 {
-    const Libraries::CancellationOff shield;
+    const ZKT::Threading::CCancellationShield shield;
     while (!text.empty())
     {
         const ssize_t written = write(file, text.data(), text.size());

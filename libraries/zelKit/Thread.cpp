@@ -1,13 +1,14 @@
 #include "contracts/zelKit/Thread.h"
 
-#include "libraries/CancellationOff.h"
 #include "libraries/zelKit/Deadline.h"
 #include "libraries/zelKit/Output.h"
 
 #include <condition_variable>
 #include <csignal>
+#include <dlfcn.h>
 #include <exception>
 #include <mutex>
+#include <pthread.h>
 #include <string>
 #include <thread>
 #include <utility>
@@ -23,6 +24,7 @@ struct ThreadState
     std::condition_variable changed;
     bool ended = false; // while it is false, the thread's handle is good
     std::thread thread;
+    const void* code = nullptr; // in the library that the target lies in
 };
 
 namespace
@@ -60,6 +62,14 @@ void Run(ThreadState& state, const CDelegate& target)
     {
         Complain(std::string("a thread ended by an exception: ") + error.what());
     }
+}
+
+/// Keeps the library that holds an address in memory for the life of the process.
+void KeepLoaded(const void* code)
+{
+    Dl_info info;
+    if (dladdr(code, &info) != 0 && info.dli_fname != nullptr)
+        dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
 }
 
 /// Blocks all signals in the calling thread, and so in a thread that it creates.
@@ -103,6 +113,16 @@ namespace Threading
 
 using Internals::ThreadState;
 
+CCancellationShield::CCancellationShield()
+{
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_Previous);
+}
+
+CCancellationShield::~CCancellationShield()
+{
+    pthread_setcancelstate(m_Previous, nullptr);
+}
+
 CThread::CThread() = default;
 
 CThread::~CThread()
@@ -110,7 +130,7 @@ CThread::~CThread()
     if (m_State == nullptr)
         return;
     // Whoever destroys this may be cancelled, but not in here.
-    const Libraries::CancellationOff shield;
+    const CCancellationShield shield;
     std::thread thread;
     bool ended = false;
     {
@@ -121,7 +141,10 @@ CThread::~CThread()
     if (ended)
         thread.join(); // nothing but its last steps is left; gives its memory back
     else
+    {
         thread.detach();
+        Internals::KeepLoaded(m_State->code);
+    }
 }
 
 std::uint32_t CThread::Create(Delegates_and_Calls::CDelegate target, bool suspended)
@@ -131,6 +154,7 @@ std::uint32_t CThread::Create(Delegates_and_Calls::CDelegate target, bool suspen
     try
     {
         auto state = std::make_shared<ThreadState>();
+        state->code = target.GetCode();
         auto controlBlock = std::make_unique<Internals::Windows::CThreadCB_>(state);
         {
             const std::lock_guard lock(state->mutex);

@@ -1,7 +1,7 @@
 #include "contracts/zelKit/Trace.h"
 
+#include "contracts/zelKit/Thread.h"
 #include "contracts/zelKit/Time.h"
-#include "libraries/CancellationOff.h"
 #include "libraries/zelKit/Output.h"
 
 #include <array>
@@ -90,7 +90,7 @@ CTraceStreamBuffer::CTraceStreamBuffer(std::uint32_t level, const Misc::CModuleI
 
 CTraceStreamBuffer::~CTraceStreamBuffer()
 {
-    const Libraries::CancellationOff shield;
+    const ZKT::Threading::CCancellationShield shield;
     try
     {
         std::string line = TimeText(Misc::now());

@@ -1,6 +1,6 @@
 #include "contracts/zelPlug/ConfigFile.h"
 
-#include "libraries/CancellationOff.h"
+#include "contracts/zelKit/Thread.h"
 #include "libraries/zelPlug/FileReplacement.h"
 
 #include <boost/filesystem/operations.hpp>
@@ -173,7 +173,7 @@ CConfigFile::CConfigFile() = default;
 _ERROR_CODE CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int section,
                                       int index) const
 {
-    const Libraries::CancellationOff shield;
+    const ZKT::Threading::CCancellationShield shield;
     try
     {
         const std::string_view wanted = Trimmed(key);
@@ -197,7 +197,7 @@ _ERROR_CODE CConfigFile::ReadKeyValue(const std::string& key, std::string& value
 _ERROR_CODE CConfigFile::WriteKeyValue(const std::string& key, const std::string& value,
                                        int section, int index)
 {
-    const Libraries::CancellationOff shield;
+    const ZKT::Threading::CCancellationShield shield;
     try
     {
         const std::string_view wanted = Trimmed(key);

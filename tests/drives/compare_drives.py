@@ -77,7 +77,8 @@ def compare_model(model, values, notes):
 
 def main(tarnisctl, machine_from_drives, folder):
     if not os.path.isfile(os.path.join(folder, "drives.tsv")):
-        print(f"skipped: no drives.tsv in {folder}; set TARNIS_DRIVES to a folder that has one")
+        place = os.path.normpath(folder)
+        print(f"skipped: no drives.tsv in {place}; set TARNIS_DRIVES to a folder that has one")
         return SKIPPED
     rows = rows_of(folder)
     drives = shown_by(tarnisctl, machine_from_drives, folder)

@@ -82,14 +82,14 @@ struct Plugin : IPLUGINAPI
     std::int32_t Command(std::int32_t command, std::uint64_t, void* record) override
     {
         Log(std::to_string(command));
-        if (command == COMMAND_INITIALIZE)
+        if (command == PI::COMMAND_INITIALIZE)
         {
             std::printf("scripted:  Initialize\n");
             return Setting("SCRIPT_INIT", PI::ERR_SUCCESS);
         }
-        if (command == COMMAND_GET_PROPERTY)
+        if (command == PI::COMMAND_GET_PROPERTY)
             return PI::ERR_PHYSICALDRIVE_BUSY;
-        if (command != COMMAND_GET_TOPOLOGY)
+        if (command != PI::COMMAND_GET_TOPOLOGY)
             return PI::ERR_SUCCESS;
         const char* name = std::getenv("SCRIPT_NAME");
         Object plugin(pluginId, PI::OBJECT_PLUGIN);

@@ -63,7 +63,7 @@ void LoadedPlugin::Renew()
 std::int32_t LoadedPlugin::Initialize()
 {
     testing::internal::CaptureStdout();
-    const std::int32_t result = Command(COMMAND_INITIALIZE, 0, &adapterIDs);
+    const std::int32_t result = Command(PI::COMMAND_INITIALIZE, 0, &adapterIDs);
     initializeOutput = testing::internal::GetCapturedStdout();
     return result;
 }
@@ -71,7 +71,7 @@ std::int32_t LoadedPlugin::Initialize()
 std::vector<PI::CObject> LoadedPlugin::Topology()
 {
     std::vector<PI::CObject> objects;
-    EXPECT_EQ(Command(COMMAND_GET_TOPOLOGY, 0, &objects), PI::ERR_SUCCESS);
+    EXPECT_EQ(Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects), PI::ERR_SUCCESS);
     return objects;
 }
 

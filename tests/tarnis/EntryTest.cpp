@@ -29,25 +29,27 @@ TEST_F(Entry, FailedOutputCommandsLeaveAnEmptyVector)
 
     std::vector<PI::CProperty> properties(3);
     const std::size_t capacity = properties.capacity();
-    EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTIES, 42, &properties), PI::ERR_INVALID_OBJECT_ID);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_GET_PROPERTIES, 42, &properties),
+              PI::ERR_INVALID_OBJECT_ID);
     EXPECT_TRUE(properties.empty());
     EXPECT_EQ(properties.capacity(), capacity);
 
     std::vector<PI::COperation> operations(3);
-    EXPECT_EQ(plugin.Command(COMMAND_GET_OPERATIONS, 42, &operations), PI::ERR_INVALID_OBJECT_ID);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_GET_OPERATIONS, 42, &operations),
+              PI::ERR_INVALID_OBJECT_ID);
     EXPECT_TRUE(operations.empty());
 
     // A command that succeeds replaces what stood there.
     properties.resize(50);
-    EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTIES, PluginId, &properties), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_GET_PROPERTIES, PluginId, &properties), PI::ERR_SUCCESS);
     EXPECT_EQ(properties.size(), 5U);
     std::vector<PI::CObject> objects(9);
-    EXPECT_EQ(plugin.Command(COMMAND_GET_TOPOLOGY, 0, &objects), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects), PI::ERR_SUCCESS);
     EXPECT_EQ(objects.size(), 3U);
 
     for (std::int32_t command = 1; command <= 10; ++command)
     {
-        if (command == COMMAND_DEINITIALIZE)
+        if (command == PI::COMMAND_DEINITIALIZE)
             continue;
         EXPECT_EQ(plugin.Command(command, PluginId, nullptr), PI::ERR_INVALID_PARAMETER) << command;
     }
@@ -65,7 +67,7 @@ TEST_F(Entry, MachineWithoutSupportedDriver)
         EXPECT_EQ(plugin.Initialize(), PI::ERR_NO_SUPPORTED_HARDWARE);
         EXPECT_TRUE(plugin.adapterIDs.empty());
         EXPECT_EQ(plugin.initializeOutput, "tarnis:  Initialize:  adapter count is 0\n");
-        EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+        EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
     }
 }
 
@@ -74,9 +76,9 @@ TEST_F(Entry, NothingHappensBeforeInitialize)
     UseMachine(MachineOf(1));
     LoadedPlugin plugin;
     PI::CProperty property(PI::PROP_NAME, false);
-    EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTY, AdapterId, &property),
+    EXPECT_EQ(plugin.Command(PI::COMMAND_GET_PROPERTY, AdapterId, &property),
               PI::ERR_INVALID_OBJECT_ID);
-    EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
 }
 
 TEST_F(Entry, AdapterIdentifiersGoToTheHostAndComeBack)
@@ -106,10 +108,10 @@ TEST_F(Entry, AdapterIdentifiersGoToTheHostAndComeBack)
     ids[0].m_PciBus = 7;
     ids[0].m_GlobalAdapterID = 5;
     ids[2].m_GlobalAdapterID = 9;
-    EXPECT_EQ(plugin.Command(COMMAND_SET_ADAPTER_IDS, 0, &ids), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &ids), PI::ERR_SUCCESS);
     EXPECT_EQ(name(), "text:Windows Advanced Host Controller Interface (9)");
     EXPECT_EQ(changeCounts(), before);
-    EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
 }
 
 TEST_F(Entry, ReleaseOfNothing)

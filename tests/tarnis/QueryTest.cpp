@@ -121,12 +121,13 @@ TEST_F(Query, EveryPropertyOfATree)
     for (const PI::CObject& object : objects)
     {
         std::vector<PI::CProperty> listed;
-        EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTIES, object.m_ID, &listed), PI::ERR_SUCCESS);
+        EXPECT_EQ(plugin.Command(PI::COMMAND_GET_PROPERTIES, object.m_ID, &listed),
+                  PI::ERR_SUCCESS);
         ASSERT_EQ(listed.size(), object.m_Properties.size());
         for (std::size_t i = 0; i < listed.size(); ++i)
         {
             PI::CProperty one(listed[i].m_ID, false);
-            EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTY, object.m_ID, &one), PI::ERR_SUCCESS);
+            EXPECT_EQ(plugin.Command(PI::COMMAND_GET_PROPERTY, object.m_ID, &one), PI::ERR_SUCCESS);
             for (const PI::CProperty& property : {listed[i], one})
             {
                 EXPECT_EQ(ValueText(property), ValueText(object.m_Properties[i]));
@@ -176,7 +177,8 @@ TEST_F(Query, CodesOfEveryQuestion)
     {
         PI::CProperty record(static_cast<PI::_PROPERTY_ID>(c.property), false);
         record.SetValue("as it was");
-        EXPECT_EQ(plugin.Command(COMMAND_GET_PROPERTY, c.object, &record), c.result) << c.property;
+        EXPECT_EQ(plugin.Command(PI::COMMAND_GET_PROPERTY, c.object, &record), c.result)
+            << c.property;
         EXPECT_EQ(ValueText(record), c.result == PI::ERR_SUCCESS ? c.value : "text:as it was");
     }
 
@@ -198,12 +200,12 @@ TEST_F(Query, CodesOfEveryQuestion)
     for (const auto& c : operations)
     {
         PI::COperation record(c.operation);
-        EXPECT_EQ(plugin.Command(COMMAND_CHECK_OPERATION, c.object, &record), c.check);
-        EXPECT_EQ(plugin.Command(COMMAND_EXECUTE_OPERATION, c.object, &record), c.execute);
+        EXPECT_EQ(plugin.Command(PI::COMMAND_CHECK_OPERATION, c.object, &record), c.check);
+        EXPECT_EQ(plugin.Command(PI::COMMAND_EXECUTE_OPERATION, c.object, &record), c.execute);
     }
     PI::COperation collected(PI::OP_GET_EVENTS);
     collected.SetEvents(std::vector<PI::CEvent>(3));
-    EXPECT_EQ(plugin.Command(COMMAND_EXECUTE_OPERATION, PluginId, &collected), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_EXECUTE_OPERATION, PluginId, &collected), PI::ERR_SUCCESS);
     EXPECT_TRUE(collected.m_Events.empty());
 }
 
@@ -260,7 +262,7 @@ TEST_F(Query, SettingThePollInterval)
     {
         PI::CProperty record(PI::PROP_POLL_INTERVAL, true);
         record.SetValue(c.value, c.minimum, c.maximum, 1U);
-        EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, PluginId, &record), PI::ERR_SUCCESS);
+        EXPECT_EQ(plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &record), PI::ERR_SUCCESS);
         const PI::CObject object = plugin.Topology()[0];
         EXPECT_EQ(ValueText(object, PI::PROP_POLL_INTERVAL),
                   "range:" + std::to_string(c.stored) + " in 2..255 by 1");
@@ -271,13 +273,15 @@ TEST_F(Query, SettingThePollInterval)
 
     PI::CProperty text(PI::PROP_POLL_INTERVAL, true);
     text.SetValue("60");
-    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, PluginId, &text), PI::ERR_INVALID_PROPERTY_TYPE);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &text),
+              PI::ERR_INVALID_PROPERTY_TYPE);
     PI::CProperty name(PI::PROP_NAME, true);
     name.SetValue("mine");
-    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, PluginId, &name), PI::ERR_INVALID_PROPERTY);
-    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, AdapterId, &text), PI::ERR_INVALID_PROPERTY);
-    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, FirstDriveId, &text), PI::ERR_INVALID_PROPERTY);
-    EXPECT_EQ(plugin.Command(COMMAND_SET_PROPERTY, 7, &text), PI::ERR_INVALID_OBJECT_ID);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &name), PI::ERR_INVALID_PROPERTY);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_SET_PROPERTY, AdapterId, &text), PI::ERR_INVALID_PROPERTY);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_SET_PROPERTY, FirstDriveId, &text),
+              PI::ERR_INVALID_PROPERTY);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_SET_PROPERTY, 7, &text), PI::ERR_INVALID_OBJECT_ID);
     EXPECT_EQ(plugin.Topology()[0].m_ChangeCount, count);
 
     // A folder that takes no file: the interval holds in memory, and the code says what failed.
@@ -286,7 +290,7 @@ TEST_F(Query, SettingThePollInterval)
     record.SetValue(33, 2, 255, 1U);
     LoadedPlugin unwritable;
     ASSERT_EQ(unwritable.Initialize(), PI::ERR_SUCCESS);
-    EXPECT_EQ(unwritable.Command(COMMAND_SET_PROPERTY, PluginId, &record),
+    EXPECT_EQ(unwritable.Command(PI::COMMAND_SET_PROPERTY, PluginId, &record),
               PI::ERR_WRITE_ACCESS_DENIED);
     EXPECT_EQ(ValueText(unwritable.Topology()[0], PI::PROP_POLL_INTERVAL),
               "range:33 in 2..255 by 1");

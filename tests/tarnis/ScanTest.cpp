@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <locale>
 #include <map>
 #include <random>
 
@@ -83,6 +84,38 @@ TEST_F(Scan, FindsDisksBelowSupportedControllersInWalkOrder)
     // A supported controller without disks is hardware enough.
     machine["devices"] = {Controller("storahci", nlohmann::json::array())};
     EXPECT_EQ(Picture(machine).size(), 2U);
+}
+
+TEST_F(Scan, TheHostsLocaleHasNoSay)
+{
+    struct Grouping : std::numpunct<char>
+    {
+        char do_thousands_sep() const override { return ','; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    WriteSettings("tarnis.ini", "PollInterval=45");
+    UseMachine(MachineWith({Disk(12345)}));
+    LoadedPlugin plugin;
+    EXPECT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+    plugin.adapterIDs[0].m_GlobalAdapterID = 1234;
+    EXPECT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
+    const auto objects = plugin.Topology();
+    PI::CProperty interval(PI::PROP_POLL_INTERVAL, true);
+    interval.SetValue(5000, 2, 9999, 1U);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &interval), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+    std::locale::global(before);
+
+    ASSERT_EQ(objects.size(), 3U);
+    EXPECT_EQ(ValueText(objects[0], PI::PROP_POLL_INTERVAL), "range:45 in 2..255 by 1");
+    EXPECT_EQ(ValueText(objects[1], PI::PROP_NAME),
+              "text:Windows Advanced Host Controller Interface (1234)");
+    EXPECT_EQ(ValueText(objects[2], PI::PROP_NAME), "text:INTEL SSDSC2BB240G7 (12345)");
+    EXPECT_EQ(ValueText(objects[2], PI::PROP_OS_DEVICE), "text:Disk 12345");
+    EXPECT_EQ(ValueText(objects[2], PI::PROP_STATUS), "choice:40093 of 40099 40180 40095");
+    EXPECT_EQ(ReadSettings("tarnis.ini"), "PollInterval=5000");
 }
 
 TEST_F(Scan, FaultsStayWithTheirDrive)

@@ -27,7 +27,7 @@ struct Host
         auto& host = *static_cast<Host*>(context);
         PI::COperation collect(PI::OP_GET_EVENTS);
         const bool served =
-            plugin->Command(COMMAND_EXECUTE_OPERATION, PluginId, &collect) == PI::ERR_SUCCESS;
+            plugin->Command(PI::COMMAND_EXECUTE_OPERATION, PluginId, &collect) == PI::ERR_SUCCESS;
         const std::lock_guard guard(host.lock);
         host.rings += served;
         host.rung.notify_all();
@@ -48,7 +48,7 @@ std::int32_t SetInterval(LoadedPlugin& plugin, int seconds)
 {
     PI::CProperty interval(PI::PROP_POLL_INTERVAL, true);
     interval.SetValue(seconds, 2, 255, 1U);
-    return plugin.Command(COMMAND_SET_PROPERTY, PluginId, &interval);
+    return plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &interval);
 }
 
 } // namespace
@@ -71,13 +71,14 @@ TEST_F(Threads, WorkerStartsAnswersAndStops)
         plugin.Interface()->m_HostCallback = &Host::Ring;
         ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
         EXPECT_EQ(ThreadCount(), before);
-        ASSERT_EQ(plugin.Command(COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
+        ASSERT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs),
+                  PI::ERR_SUCCESS);
         EXPECT_EQ(ThreadCount(), before + 1);
         EXPECT_EQ(SetInterval(plugin, 100), PI::ERR_SUCCESS);
         EXPECT_TRUE(host.WaitForRings(1));
         EXPECT_EQ(SetInterval(plugin, 100), PI::ERR_SUCCESS); // the same value rings all the same
         EXPECT_TRUE(host.WaitForRings(2));
-        EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+        EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
     }
     plugin.Renew();
     EXPECT_EQ(ThreadCount(), before);
@@ -91,7 +92,7 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
     plugin.Interface()->m_HostContext = &host;
     plugin.Interface()->m_HostCallback = &Host::Ring;
     ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
-    ASSERT_EQ(plugin.Command(COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
+    ASSERT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
 
     std::atomic<int> wrong = 0;
     const auto run = [&](unsigned seed)
@@ -107,25 +108,26 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
             switch ((seed * 7 + step) % 7)
             {
             case 0:
-                wrong += plugin.Command(COMMAND_GET_TOPOLOGY, 0, &objects) || objects.size() != 10;
+                wrong +=
+                    plugin.Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects) || objects.size() != 10;
                 break;
             case 1:
-                wrong += plugin.Command(COMMAND_GET_PROPERTIES, object, &properties) != 0;
+                wrong += plugin.Command(PI::COMMAND_GET_PROPERTIES, object, &properties) != 0;
                 break;
             case 2:
-                wrong += plugin.Command(COMMAND_GET_PROPERTY, object, &name) != 0;
+                wrong += plugin.Command(PI::COMMAND_GET_PROPERTY, object, &name) != 0;
                 break;
             case 3:
                 wrong += step % 25 == 3 && SetInterval(plugin, 2 + static_cast<int>(step)) != 0;
                 break;
             case 4:
-                wrong += plugin.Command(COMMAND_GET_OPERATIONS, object, &operations) != 0;
+                wrong += plugin.Command(PI::COMMAND_GET_OPERATIONS, object, &operations) != 0;
                 break;
             case 5:
-                wrong += plugin.Command(COMMAND_CHECK_OPERATION, object, &collect) != 0;
+                wrong += plugin.Command(PI::COMMAND_CHECK_OPERATION, object, &collect) != 0;
                 break;
             default:
-                plugin.Command(COMMAND_EXECUTE_OPERATION, object, &collect);
+                plugin.Command(PI::COMMAND_EXECUTE_OPERATION, object, &collect);
             }
         }
     };
@@ -135,5 +137,5 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
     for (std::thread& thread : hosts)
         thread.join();
     EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(plugin.Command(COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
 }

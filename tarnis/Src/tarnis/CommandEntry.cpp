@@ -49,31 +49,31 @@ std::int32_t IPLUGINAPI_IMPL::Command(std::int32_t command, std::uint64_t object
 {
     switch (command)
     {
-    case COMMAND_INITIALIZE:
+    case PI::COMMAND_INITIALIZE:
         return WithOutput<PI::CAdapterID>(record, [&](auto& ids) { return Initialize(ids); });
-    case COMMAND_SET_ADAPTER_IDS:
+    case PI::COMMAND_SET_ADAPTER_IDS:
         return WithRecord<std::vector<PI::CAdapterID>>(record, [&](auto& ids)
                                                        { return SetAdapterIDs(ids); });
-    case COMMAND_DEINITIALIZE:
+    case PI::COMMAND_DEINITIALIZE:
         return Guarded([&] { return DeInitialize(); });
-    case COMMAND_GET_TOPOLOGY:
+    case PI::COMMAND_GET_TOPOLOGY:
         return WithOutput<PI::CObject>(record, [&](auto& objects) { return GetTopology(objects); });
-    case COMMAND_GET_PROPERTIES:
+    case PI::COMMAND_GET_PROPERTIES:
         return WithOutput<PI::CProperty>(record, [&](auto& properties)
                                          { return GetProperties(objectId, properties); });
-    case COMMAND_GET_PROPERTY:
+    case PI::COMMAND_GET_PROPERTY:
         return WithRecord<PI::CProperty>(record, [&](auto& property)
                                          { return GetProperty(objectId, property); });
-    case COMMAND_SET_PROPERTY:
+    case PI::COMMAND_SET_PROPERTY:
         return WithRecord<PI::CProperty>(record, [&](auto& property)
                                          { return SetProperty(objectId, property); });
-    case COMMAND_GET_OPERATIONS:
+    case PI::COMMAND_GET_OPERATIONS:
         return WithOutput<PI::COperation>(record, [&](auto& operations)
                                           { return GetOperations(objectId, operations); });
-    case COMMAND_CHECK_OPERATION:
+    case PI::COMMAND_CHECK_OPERATION:
         return WithRecord<PI::COperation>(record, [&](auto& operation)
                                           { return CheckOperation(objectId, operation); });
-    case COMMAND_EXECUTE_OPERATION:
+    case PI::COMMAND_EXECUTE_OPERATION:
         return WithRecord<PI::COperation>(record, [&](auto& operation)
                                           { return ExecuteOperation(objectId, operation); });
     default:

@@ -27,8 +27,11 @@ extern "C" TARNIS_EXPORT std::int32_t createIf(IPLUGINAPI** plugin)
 
 extern "C" TARNIS_EXPORT void releaseIf(IPLUGINAPI** plugin)
 {
-    if (plugin == nullptr)
+    if (plugin == nullptr || *plugin == nullptr)
         return;
-    delete *plugin;
+    auto* instance = static_cast<NAMESPACE_tarnis::IPLUGINAPI_IMPL*>(*plugin);
     *plugin = nullptr;
+    // A worker that could not be stopped still uses the instance, which stays for it.
+    if (!instance->AbandonRunningWorker())
+        delete instance;
 }

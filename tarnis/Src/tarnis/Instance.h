@@ -39,34 +39,40 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
 
     std::int32_t Command(std::int32_t command, std::uint64_t objectId, void* record) override;
 
+    /// Lets a worker that still runs go on by itself, in a library that then stays loaded.
+    /// @return false when none runs: the instance can be destroyed
+    bool AbandonRunningWorker();
+
   private:
     // Start and stop: commands 1 to 3.
     PI::_ERROR_CODE Initialize(std::vector<PI::CAdapterID>& adapterIDs);
     PI::_ERROR_CODE SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs);
     PI::_ERROR_CODE DeInitialize();
-    bool InitializeLocks();
+    bool InitializeLocks(const SourceLocation& where);
     bool IsWorkerRunning();
     void Worker();
+    void RingHost() TARNIS_EXCLUDES(m_DataLock, m_EventsLock);
 
     // Queries: commands 4 to 10. Each takes m_DataLock.
-    PI::_ERROR_CODE GetTopology(std::vector<PI::CObject>& objects) EXCLUDES(m_DataLock);
+    PI::_ERROR_CODE GetTopology(std::vector<PI::CObject>& objects) TARNIS_EXCLUDES(m_DataLock);
     PI::_ERROR_CODE GetProperties(std::uint64_t objectId, std::vector<PI::CProperty>& properties)
-        EXCLUDES(m_DataLock);
+        TARNIS_EXCLUDES(m_DataLock);
     PI::_ERROR_CODE GetProperty(std::uint64_t objectId, PI::CProperty& property)
-        EXCLUDES(m_DataLock);
+        TARNIS_EXCLUDES(m_DataLock);
     PI::_ERROR_CODE SetProperty(std::uint64_t objectId, const PI::CProperty& property)
-        EXCLUDES(m_DataLock);
+        TARNIS_EXCLUDES(m_DataLock);
     PI::_ERROR_CODE GetOperations(std::uint64_t objectId, std::vector<PI::COperation>& operations)
-        EXCLUDES(m_DataLock);
+        TARNIS_EXCLUDES(m_DataLock);
     PI::_ERROR_CODE CheckOperation(std::uint64_t objectId, const PI::COperation& operation)
-        EXCLUDES(m_DataLock);
+        TARNIS_EXCLUDES(m_DataLock);
     PI::_ERROR_CODE ExecuteOperation(std::uint64_t objectId, PI::COperation& operation)
-        EXCLUDES(m_DataLock);
+        TARNIS_EXCLUDES(m_DataLock);
     PI::_ERROR_CODE QueryProperties(const char* command, std::uint64_t objectId,
                                     std::vector<PI::CProperty>& properties, PI::_PROPERTY_ID filter,
-                                    const SourceLocation& where) REQUIRES(m_DataLock);
-    const CAHCIAdapter* FindAdapter(std::uint64_t objectId) const REQUIRES(m_DataLock);
-    const CAHCIPhysicalDrive* FindPhysicalDrive(std::uint64_t objectId) const REQUIRES(m_DataLock);
+                                    const SourceLocation& where) TARNIS_REQUIRES(m_DataLock);
+    const CAHCIAdapter* FindAdapter(std::uint64_t objectId) const TARNIS_REQUIRES(m_DataLock);
+    const CAHCIPhysicalDrive* FindPhysicalDrive(std::uint64_t objectId) const
+        TARNIS_REQUIRES(m_DataLock);
 
     // The plug-in object.
     PI::_ERROR_CODE GetPluginProperties(const CAHCIPlugin& plugin,
@@ -75,44 +81,46 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     PI::_ERROR_CODE GetPluginOperations(const CAHCIPlugin& plugin,
                                         std::vector<PI::COperation>& operations);
     PI::_ERROR_CODE ExecutePluginOperation(const CAHCIPlugin& plugin, PI::COperation& operation)
-        REQUIRES(m_DataLock);
+        TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE GetEvents(const CAHCIPlugin& plugin, PI::COperation& operation)
-        REQUIRES(m_DataLock);
+        TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE SetPollInterval(CAHCIPlugin& plugin, const PI::CProperty& property)
-        REQUIRES(m_DataLock);
+        TARNIS_REQUIRES(m_DataLock);
 
     // The picture of the machine.
     PI::_ERROR_CODE ScanSystem(std::vector<CAHCIAdapter>& adapters,
                                std::vector<CAHCIPhysicalDrive>& drives, bool firstScan)
-        REQUIRES(m_DataLock);
-    CAHCIAdapter MakeAdapter(bool firstScan) REQUIRES(m_DataLock);
+        TARNIS_REQUIRES(m_DataLock);
+    CAHCIAdapter MakeAdapter(bool firstScan) TARNIS_REQUIRES(m_DataLock);
     bool MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan, CAHCIAdapter& adapter,
-                           CAHCIPhysicalDrive& drive) REQUIRES(m_DataLock);
+                           CAHCIPhysicalDrive& drive) TARNIS_REQUIRES(m_DataLock);
     const PI::CAdapterID* FindAdapterID(const CAHCIAdapter& adapter) const;
-    std::uint64_t NextObjectId() REQUIRES(m_DataLock);
+    std::uint64_t NextObjectId() TARNIS_REQUIRES(m_DataLock);
 
     // Rows of the shared database. No caller looks at the result, and no exception comes out.
-    PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPlugin& plugin) REQUIRES(m_DataLock);
-    PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIAdapter& adapter) REQUIRES(m_DataLock);
-    PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPhysicalDrive& drive) REQUIRES(m_DataLock);
-    PI::_ERROR_CODE UpdateObjectInDatabase(const CAHCIPlugin& plugin) REQUIRES(m_DataLock);
-    PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIPlugin& plugin) REQUIRES(m_DataLock);
-    PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIAdapter& adapter) REQUIRES(m_DataLock);
+    PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPlugin& plugin) TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIAdapter& adapter) TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPhysicalDrive& drive)
+        TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE UpdateObjectInDatabase(const CAHCIPlugin& plugin) TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIPlugin& plugin) TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIAdapter& adapter)
+        TARNIS_REQUIRES(m_DataLock);
 
     // Members stand in their prescribed order; destruction runs it backwards.
     ZKT::Threading::Native_OS::CFastMutex m_DataLock;
-    ZKT::Threading::Native_OS::CFastMutex m_EventsLock ACQUIRED_AFTER(m_DataLock);
+    ZKT::Threading::Native_OS::CFastMutex m_EventsLock TARNIS_ACQUIRED_AFTER(m_DataLock);
     ZKT::Threading::CEvent m_ForceWorker;  ///< wakes the worker for a full pass
     ZKT::Threading::CEvent m_StopRequest;  ///< tells the worker to leave
     ZKT::Threading::CEvent m_PrivateEvent; ///< tells the worker that the interval changed
-    CAHCIPlugin m_Plugin GUARDED_BY(m_DataLock);
-    std::vector<CAHCIAdapter> m_Adapters GUARDED_BY(m_DataLock);
-    std::vector<CAHCIPhysicalDrive> m_PhysicalDrives GUARDED_BY(m_DataLock);
+    CAHCIPlugin m_Plugin TARNIS_GUARDED_BY(m_DataLock);
+    std::vector<CAHCIAdapter> m_Adapters TARNIS_GUARDED_BY(m_DataLock);
+    std::vector<CAHCIPhysicalDrive> m_PhysicalDrives TARNIS_GUARDED_BY(m_DataLock);
     std::vector<PI::CAdapterID> m_AdapterIDs; ///< written before the worker exists, then constant
-    std::vector<PI::CEvent> m_Events GUARDED_BY(m_EventsLock);
+    std::vector<PI::CEvent> m_Events TARNIS_GUARDED_BY(m_EventsLock);
     std::atomic<std::uint32_t> m_PollInterval; ///< seconds; written under m_DataLock, read without
     std::uint32_t m_PollIntervalVDS;           ///< seconds; stored only
-    std::uint64_t m_NextObjectId GUARDED_BY(m_DataLock);
+    std::uint64_t m_NextObjectId TARNIS_GUARDED_BY(m_DataLock);
     std::unique_ptr<ZKT::Threading::CThread> m_WorkerThread; ///< null: no worker was started
     PI::CConfigFile m_ConfigFile;
     PI::CConfigFile m_CustomConfigFile;

@@ -35,17 +35,17 @@ template <class Step> auto TracedStep(const char* name, const SourceLocation& wh
 
 /// Holds the data lock for a scope. The wait has no limit and is not tested: before Initialize
 /// there is no lock to hold, and nothing to guard.
-class SCOPED_CAPABILITY DataGuard
+class TARNIS_SCOPED_CAPABILITY DataGuard
 {
   public:
     explicit DataGuard(ZKT::Threading::Native_OS::CFastMutex& lock,
                        const SourceLocation& where = SourceLocation::current())
-        ACQUIRE(lock) NO_THREAD_SAFETY_ANALYSIS
+        TARNIS_ACQUIRE(lock) TARNIS_NO_THREAD_SAFETY_ANALYSIS
     {
         TracedStep("m_DataLock.Wait (sg)", where,
                    [&] { return lock.Wait(&m_Guard, ZKT::Infinite); });
     }
-    ~DataGuard() RELEASE() = default;
+    ~DataGuard() TARNIS_RELEASE() = default;
     DataGuard(const DataGuard&) = delete;
     DataGuard& operator=(const DataGuard&) = delete;
 

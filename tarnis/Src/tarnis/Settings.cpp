@@ -4,6 +4,7 @@
 #include <boost/convert/stream.hpp>
 
 #include <algorithm>
+#include <locale>
 
 namespace NAMESPACE_tarnis
 {
@@ -11,7 +12,7 @@ namespace NAMESPACE_tarnis
 std::optional<std::uint32_t> ParseNumber(const std::string& text)
 {
     boost::cnv::basic_stream<char> converter;
-    converter(std::dec)(std::skipws);
+    converter(std::locale::classic())(std::dec)(std::skipws);
     const boost::optional<std::uint32_t> number = boost::convert<std::uint32_t>(text, converter);
     return number ? std::optional<std::uint32_t>(*number) : std::nullopt;
 }

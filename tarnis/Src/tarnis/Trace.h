@@ -6,6 +6,7 @@
 #include "tarnis/Src/tarnis/SourceLocation.h"
 
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <type_traits>
 
@@ -70,11 +71,18 @@ void Trace(TraceLevel level, const TraceText& text, const Values&... values)
 {
     if ((g_ModuleInfo.GetTraceMask() & level) == 0)
         return;
-    const TracePlace place(text.where);
-    ZKT::Internals::CTraceStreamBuffer buffer(level, g_ModuleInfo, place.folder.c_str(),
-                                              place.function.c_str(), text.where.line());
-    ZKT::Output_Streams::CFormatStream stream = buffer.Open(text.text);
-    (void)(stream << ... << TraceValue(values));
+    try
+    {
+        const TracePlace place(text.where);
+        ZKT::Internals::CTraceStreamBuffer buffer(level, g_ModuleInfo, place.folder.c_str(),
+                                                  place.function.c_str(), text.where.line());
+        ZKT::Output_Streams::CFormatStream stream = buffer.Open(text.text);
+        (void)(stream << ... << TraceValue(values));
+    }
+    catch (const std::exception&)
+    {
+        // No memory for the line: it is left out, and what it tells of goes on.
+    }
 }
 
 } // namespace NAMESPACE_tarnis

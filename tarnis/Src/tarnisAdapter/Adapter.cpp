@@ -1,13 +1,13 @@
 #include "tarnis/Src/tarnisAdapter/Adapter.h"
 
-#include <boost/format.hpp>
+#include "tarnis/Src/tarnis/Text.h"
 
 namespace NAMESPACE_tarnis
 {
 
 std::string AdapterName(const std::string& product, std::uint32_t number)
 {
-    return (boost::format("Windows %s (%d)") % product % number).str();
+    return Formatted("Windows %s (%d)", product, number);
 }
 
 } // namespace NAMESPACE_tarnis

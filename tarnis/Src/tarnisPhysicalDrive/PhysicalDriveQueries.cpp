@@ -3,9 +3,8 @@
 #include "contracts/zelKit.h"
 #include "contracts/zelKitEx.h"
 #include "tarnis/Src/tarnis/PropertyRows.h"
+#include "tarnis/Src/tarnis/Text.h"
 #include "tarnis/Src/tarnis/Trace.h"
-
-#include <boost/format.hpp>
 
 #include <limits>
 
@@ -59,7 +58,7 @@ std::string DateText(std::uint64_t milliseconds)
 {
     ZKTX::CSystemDate_Win date;
     ZKTX::CSystemTime_Win::GetDate(milliseconds, date);
-    return (boost::format("%4d-%02d-%02d") % date.m_Year % date.m_Month % date.m_Day).str();
+    return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
 }
 
 bool SetTemperature(PI::CProperty& property, std::uint8_t degrees)

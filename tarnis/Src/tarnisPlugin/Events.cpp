@@ -7,14 +7,13 @@ namespace NAMESPACE_tarnis
 {
 
 // The wait can fail, and the lock is then not held: more than the lock analysis can follow.
-PI::_ERROR_CODE IPLUGINAPI_IMPL::GetEvents(const CAHCIPlugin&,
-                                           PI::COperation& operation) NO_THREAD_SAFETY_ANALYSIS
+PI::_ERROR_CODE IPLUGINAPI_IMPL::GetEvents(const CAHCIPlugin&, PI::COperation& operation)
+    TARNIS_NO_THREAD_SAFETY_ANALYSIS
 {
     Trace(TRACE_FLOW, "ENTER GetEvents()");
     operation.m_Events.clear();
-    const auto where = SourceLocation::current();
     const std::uint32_t taken =
-        TracedStep("m_EventsLock.Wait(INFINITE)", where,
+        TracedStep("m_EventsLock.Wait(INFINITE)", SourceLocation::current(),
                    [this] { return m_EventsLock.Wait(nullptr, ZKT::Infinite); });
     if (taken != ZKT::RESULT_SUCCESS)
         return PI::ERR_SUCCESS;
@@ -23,14 +22,14 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::GetEvents(const CAHCIPlugin&,
     struct Release
     {
         ZKT::Threading::Native_OS::CFastMutex& lock;
-        const SourceLocation& where;
+        SourceLocation where;
         ~Release()
         {
             TracedStep("m_EventsLock.Release()", where, [this] { lock.Release(); });
         }
     };
     {
-        const Release release{m_EventsLock, where};
+        const Release release{m_EventsLock, SourceLocation::current()};
         operation.SetEvents(m_Events);
         m_Events.clear();
     }

@@ -3,9 +3,8 @@
 #include "tarnis/Src/tarnis/Locks.h"
 #include "tarnis/Src/tarnis/PropertyRows.h"
 #include "tarnis/Src/tarnis/Settings.h"
+#include "tarnis/Src/tarnis/Text.h"
 #include "tarnis/Src/tarnis/Trace.h"
-
-#include <boost/format.hpp>
 
 #include <algorithm>
 
@@ -59,7 +58,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::GetPluginProperties(const CAHCIPlugin&,
     append(PI::PROP_UNIQUE_ID, false,
            [](PI::CProperty& property)
            {
-               property.SetValue((boost::format("Plugin:ID=%d") % ModuleNumber).str());
+               property.SetValue(Formatted("Plugin:ID=%d", ModuleNumber));
                property.m_ViewMask = ViewNone;
            });
     text(PI::PROP_NAME, "AHCI-Plugin", LabelName);
@@ -115,7 +114,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::SetPollInterval(CAHCIPlugin& plugin, const PI::
     m_PollInterval = static_cast<std::uint32_t>(value);
     ++plugin.m_ChangeCount;
     const PI::_ERROR_CODE result =
-        m_ConfigFile.WriteKeyValue("PollInterval", (boost::format("%d") % value).str(), -1, -1);
+        m_ConfigFile.WriteKeyValue("PollInterval", Formatted("%d", value), -1, -1);
     if (auto* event = m_PrivateEvent.GetControlBlock())
         event->Set();
     return result;

@@ -3,12 +3,11 @@
 #include "platform/Handles.h"
 #include "platform/WindowsApi.h"
 #include "tarnis/Src/tarnis/Instance.h"
+#include "tarnis/Src/tarnis/Text.h"
 #include "tarnis/Src/tarnis/Trace.h"
 #include "tarnis/Src/tarnisPlugin/Discovery.h"
 #include "tarnis/Src/tarnisPlugin/DriveCommands.h"
 #include "tarnis/Src/tarnisPlugin/Health.h"
-
-#include <boost/format.hpp>
 
 #include <algorithm>
 #include <optional>
@@ -34,7 +33,7 @@ struct DriveAnswers
 /// commands or does not identify itself.
 std::optional<DriveAnswers> AskDrive(std::uint32_t diskNumber)
 {
-    const std::string path = (boost::format("\\\\.\\PhysicalDrive%d") % diskNumber).str();
+    const std::string path = Formatted("\\\\.\\PhysicalDrive%d", diskNumber);
     const Platform::DeviceHandle drive(
         Platform::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -82,9 +81,8 @@ CAHCIAdapter IPLUGINAPI_IMPL::MakeAdapter(bool firstScan)
     adapter.SetType(PI::OBJECT_ADAPTER);
     adapter.m_AdapterNumber = TheAdapterNumber;
     adapter.m_Product = AdapterProduct;
-    adapter.m_UniqueID = (boost::format("PCI:Bus=%d&Device=%d&Function=%d") % adapter.m_PciBus %
-                          adapter.m_PciDevice % adapter.m_PciFunction)
-                             .str();
+    adapter.m_UniqueID = Formatted("PCI:Bus=%d&Device=%d&Function=%d", adapter.m_PciBus,
+                                   adapter.m_PciDevice, adapter.m_PciFunction);
     const PI::CAdapterID* hostID = FindAdapterID(adapter);
     adapter.m_Name = AdapterName(adapter.m_Product, hostID ? hostID->m_GlobalAdapterID : 0);
 
@@ -115,12 +113,9 @@ bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan
     drive.SetType(PI::OBJECT_PHYSICAL_DRIVE);
     drive.m_AdapterNumber = adapter.m_AdapterNumber;
     drive.m_DeviceNumber = static_cast<std::int32_t>(diskNumber);
-    drive.m_UniqueID = (boost::format("PCI:Bus=%d&Device=%d&Function=%d&ID=%d") % adapter.m_PciBus %
-                        adapter.m_PciDevice % adapter.m_PciFunction % drive.m_DeviceNumber)
-                           .str();
-    drive.m_Name =
-        (boost::format("%s %s (%d)") % drive.m_Vendor % drive.m_Product % drive.m_DeviceNumber)
-            .str();
+    drive.m_UniqueID = Formatted("PCI:Bus=%d&Device=%d&Function=%d&ID=%d", adapter.m_PciBus,
+                                 adapter.m_PciDevice, adapter.m_PciFunction, drive.m_DeviceNumber);
+    drive.m_Name = Formatted("%s %s (%d)", drive.m_Vendor, drive.m_Product, drive.m_DeviceNumber);
 
     const auto isSame = [&](const CAHCIPhysicalDrive& old)
     {
@@ -137,7 +132,7 @@ bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan
 
     if (answers->smartPage)
         EvaluateSmartPage(*answers->smartPage, drive);
-    drive.m_OSDevice = (boost::format("Disk %d") % drive.m_DeviceNumber).str();
+    drive.m_OSDevice = Formatted("Disk %d", drive.m_DeviceNumber);
     drive.m_Status = HasPartitions(drive.m_OSDevice) ? PI::VAL_OPERATIONAL : PI::VAL_AVAILABLE;
     ApplyHealthLimits(drive, adapter);
 

@@ -4,7 +4,6 @@
 #include "tarnis/Src/tarnis/Trace.h"
 #include "tarnis/Src/tarnisPlugin/Discovery.h"
 
-#include <boost/format.hpp>
 #include <boost/thread/thread.hpp>
 
 #include <cstdio>
@@ -18,6 +17,8 @@ constexpr std::uint64_t WorkerPatience = 25000; // ms until a worker that does n
 
 void SleepMilliseconds(int milliseconds)
 {
+    // A host may interrupt its thread; a stop that was begun goes to its end all the same.
+    const boost::this_thread::disable_interruption uninterrupted;
     boost::this_thread::sleep(boost::posix_time::milliseconds(milliseconds));
 }
 
@@ -41,13 +42,14 @@ PI::CAdapterID AdapterIDOf(const CAHCIAdapter& adapter)
 
 } // namespace
 
-bool IPLUGINAPI_IMPL::InitializeLocks()
+bool IPLUGINAPI_IMPL::InitializeLocks(const SourceLocation& where)
 {
-    const auto failed = [](const char* name, std::uint32_t result)
+    const auto failed = [&where](const char* name, std::uint32_t result)
     {
         if (result == ZKT::RESULT_SUCCESS)
             return false;
-        Trace(TRACE_FLOW, "LEAVE Initialize() %s.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d",
+        Trace(TRACE_FLOW,
+              {"LEAVE Initialize() %s.Init() -> PI::ERR_LOCK_INITIALIZATION_FAILED %d", where},
               name, result);
         return true;
     };
@@ -61,7 +63,7 @@ bool IPLUGINAPI_IMPL::InitializeLocks()
 PI::_ERROR_CODE IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapterIDs)
 {
     Trace(TRACE_FLOW, "ENTER Initialize()");
-    if (!InitializeLocks())
+    if (!InitializeLocks(SourceLocation::current()))
         return PI::ERR_LOCK_INITIALIZATION_FAILED;
 
     std::vector<std::uint32_t> diskNumbers; // the scan walks the tree itself
@@ -119,7 +121,7 @@ const PI::CAdapterID* IPLUGINAPI_IMPL::FindAdapterID(const CAHCIAdapter& adapter
 
 // Holds no lock: the worker does not exist yet, and the host sends nothing beside this command.
 PI::_ERROR_CODE IPLUGINAPI_IMPL::SetAdapterIDs(const std::vector<PI::CAdapterID>& adapterIDs)
-    NO_THREAD_SAFETY_ANALYSIS
+    TARNIS_NO_THREAD_SAFETY_ANALYSIS
 {
     Trace(TRACE_FLOW, "ENTER SetAdapterIDs");
     m_AdapterIDs.insert(m_AdapterIDs.end(), adapterIDs.begin(), adapterIDs.end());
@@ -137,6 +139,14 @@ bool IPLUGINAPI_IMPL::IsWorkerRunning()
 {
     return m_WorkerThread && m_WorkerThread->GetControlBlock() != nullptr &&
            m_WorkerThread->Wait(0) == ZKT::RESULT_TIMEOUT;
+}
+
+bool IPLUGINAPI_IMPL::AbandonRunningWorker()
+{
+    if (!IsWorkerRunning())
+        return false;
+    m_WorkerThread.reset();
+    return true;
 }
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::DeInitialize()

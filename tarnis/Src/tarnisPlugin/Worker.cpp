@@ -51,8 +51,7 @@ void IPLUGINAPI_IMPL::Worker()
                 break;
             case WOKEN_PRIVATE:
                 Trace(TRACE_DETAIL, "Worker() m_PrivateEvent event received");
-                if (m_HostCallback != nullptr)
-                    m_HostCallback(m_HostContext, this);
+                RingHost();
                 break;
             case WOKEN_TIMEOUT:
                 Trace(TRACE_DETAIL, "Worker() timeout event received");
@@ -67,6 +66,15 @@ void IPLUGINAPI_IMPL::Worker()
         }
         Trace(TRACE_FLOW, "LEAVE Worker()");
     }
+}
+
+void IPLUGINAPI_IMPL::RingHost()
+{
+    if (m_HostCallback == nullptr)
+        return;
+    // The host's code may be noexcept or catch everything, and neither outlives a cancellation.
+    const ZKT::Threading::CCancellationShield shield;
+    m_HostCallback(m_HostContext, this);
 }
 
 } // namespace NAMESPACE_tarnis
