@@ -51,7 +51,21 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     bool InitializeLocks(const SourceLocation& where);
     bool IsWorkerRunning();
     void Worker();
+    /// The host's doorbell. The host may send commands from inside it.
     void RingHost() TARNIS_EXCLUDES(m_DataLock, m_EventsLock);
+    /// One pass: report, scan, comparison, links. Gives whether the host is to be called.
+    /// @param lastPassTime  time of the previous pass, 0 for none; replaced by this one's
+    bool RunPass(std::uint64_t& lastPassTime) TARNIS_EXCLUDES(m_DataLock, m_EventsLock);
+    /// Takes a new picture over: events for what came, went and turned bad, change counts, rows.
+    PI::_ERROR_CODE UpdateSystem(std::vector<CAHCIAdapter>& adapters,
+                                 std::vector<CAHCIPhysicalDrive>& drives)
+        TARNIS_REQUIRES(m_DataLock, m_EventsLock);
+    /// Raises the event of each drive that is not among the others, and gives these drives.
+    std::vector<CAHCIPhysicalDrive> RaiseMissing(std::vector<CAHCIPhysicalDrive>& drives,
+                                                 std::vector<CAHCIPhysicalDrive>& others)
+        TARNIS_REQUIRES(m_DataLock, m_EventsLock);
+    /// Links plug-in and adapters anew: an adapter comes out of a scan without a parent.
+    void LinkAdapters() TARNIS_REQUIRES(m_DataLock);
 
     // Queries: commands 4 to 10. Each takes m_DataLock.
     PI::_ERROR_CODE GetTopology(std::vector<PI::CObject>& objects) TARNIS_EXCLUDES(m_DataLock);
@@ -103,8 +117,13 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPhysicalDrive& drive)
         TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE UpdateObjectInDatabase(const CAHCIPlugin& plugin) TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE UpdateObjectInDatabase(const CAHCIAdapter& adapter) TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE UpdateObjectInDatabase(const CAHCIPhysicalDrive& drive)
+        TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIPlugin& plugin) TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIAdapter& adapter)
+        TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIPhysicalDrive& drive)
         TARNIS_REQUIRES(m_DataLock);
 
     // Members stand in their prescribed order; destruction runs it backwards.

@@ -24,6 +24,9 @@ class CAHCIAdapter : public PI::CObject
     std::uint64_t m_PciDevice = 0;
     std::uint64_t m_PciFunction = 0;
     PI::_VALUE_ID m_Status = PI::VAL_OK; ///< OK or WARNING
+
+    /// Whether nothing changed: the base as CObject compares it, and every field.
+    bool operator==(const CAHCIAdapter& other) const;
 };
 
 /// Display name of an adapter with the number that the host knows it by, 0 while it has none.

@@ -37,6 +37,9 @@ class CAHCIPhysicalDrive : public PI::CObject
     std::uint32_t m_RemainingReserve = NoReading32; ///< percent
     std::uint32_t m_RatedEndurancePercent = NoReading32; ///< percent used up
     std::uint64_t m_RemainingLifeTimeHours = NoReading64;
+
+    /// Whether nothing changed: the base as CObject compares it, and every field.
+    bool operator==(const CAHCIPhysicalDrive& other) const;
 };
 
 } // namespace NAMESPACE_tarnis

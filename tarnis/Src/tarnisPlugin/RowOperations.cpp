@@ -38,6 +38,16 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPlugin&)
     return NoDatabase("Update plug-in");
 }
 
+PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIAdapter&)
+{
+    return NoDatabase("Update adapter");
+}
+
+PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPhysicalDrive&)
+{
+    return NoDatabase("Update drive");
+}
+
 PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIPlugin&)
 {
     return NoDatabase("Delete plug-in");
@@ -46,6 +56,11 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIPlugin&)
 PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIAdapter&)
 {
     return NoDatabase("Delete adapter");
+}
+
+PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIPhysicalDrive&)
+{
+    return NoDatabase("Delete drive");
 }
 
 } // namespace NAMESPACE_tarnis

@@ -85,11 +85,10 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapter
           m_PhysicalDrives.size());
     if (result == PI::ERR_SUCCESS && !m_Adapters.empty())
     {
-        for (CAHCIAdapter& adapter : m_Adapters)
+        LinkAdapters();
+        for (const CAHCIAdapter& adapter : m_Adapters)
         {
             adapterIDs.push_back(AdapterIDOf(adapter));
-            m_Plugin.GetChildren().push_back(adapter.GetID());
-            adapter.GetParents().push_back(m_Plugin.GetID());
             InsertObjectToDatabase(m_Plugin);
             InsertObjectToDatabase(adapter);
             for (const CAHCIPhysicalDrive& drive : m_PhysicalDrives)

@@ -1,11 +1,14 @@
-// The worker thread: waits for its events and for its interval to run down.
+// The worker thread: waits for its events and for its interval to run down, and runs the passes.
 //
 // Nothing here may be noexcept or catch all: DeInitialize cancels a worker that does not end, and
 // cancellation unwinds these frames.
 #include "tarnis/Src/tarnis/Instance.h"
+#include "tarnis/Src/tarnis/Locks.h"
 #include "tarnis/Src/tarnis/Trace.h"
+#include "tarnis/Src/tarnisPlugin/DriveEvents.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 
 namespace NAMESPACE_tarnis
@@ -32,35 +35,72 @@ std::uint32_t IntervalMilliseconds(std::uint32_t seconds)
     return std::clamp(seconds, 1U, most) * 1000;
 }
 
+/// Holds both locks of the instance for a pass. Releases them when the pass is left by an exception
+/// or by cancellation too, so that nobody waits for a thread that is gone.
+class TARNIS_SCOPED_CAPABILITY PassLocks
+{
+  public:
+    using Lock = ZKT::Threading::Native_OS::CFastMutex;
+
+    PassLocks(Lock& dataLock, Lock& eventsLock, const SourceLocation& where)
+        TARNIS_ACQUIRE(dataLock, eventsLock) TARNIS_NO_THREAD_SAFETY_ANALYSIS
+        : m_DataLock(dataLock),
+          m_EventsLock(eventsLock),
+          m_Where(where)
+    {
+        TracedStep("m_DataLock.Wait(INFINITE)", m_Where,
+                   [&] { return m_DataLock.Wait(nullptr, ZKT::Infinite); });
+        TracedStep("m_EventsLock.Wait(INFINITE)", m_Where,
+                   [&] { return m_EventsLock.Wait(nullptr, ZKT::Infinite); });
+    }
+    ~PassLocks() TARNIS_RELEASE() TARNIS_NO_THREAD_SAFETY_ANALYSIS
+    {
+        TracedStep("m_EventsLock.Release ()", m_Where, [&] { m_EventsLock.Release(); });
+        TracedStep("m_DataLock.Release ()", m_Where, [&] { m_DataLock.Release(); });
+    }
+    PassLocks(const PassLocks&) = delete;
+    PassLocks& operator=(const PassLocks&) = delete;
+
+  private:
+    Lock& m_DataLock;
+    Lock& m_EventsLock;
+    SourceLocation m_Where;
+};
+
 } // namespace
 
 void IPLUGINAPI_IMPL::Worker()
 {
     Trace(TRACE_FLOW, "ENTER Worker()");
     ZKT::Threading::CWaitInterval interval(FirstInterval);
+    std::uint64_t lastPassTime = 0;
     {
         ZKT::Threading::CWaiter waiter({m_ForceWorker.GetWaitHandle(),
                                         m_StopRequest.GetWaitHandle(),
                                         m_PrivateEvent.GetWaitHandle()});
         for (bool leave = false; !leave;)
         {
+            bool ring = true;
             switch (waiter.Wait(interval, false))
             {
             case WOKEN_FORCE:
                 Trace(TRACE_DETAIL, "Worker() m_ForceWorker event received, force scan");
+                ring = RunPass(lastPassTime);
                 break;
             case WOKEN_PRIVATE:
                 Trace(TRACE_DETAIL, "Worker() m_PrivateEvent event received");
-                RingHost();
                 break;
             case WOKEN_TIMEOUT:
                 Trace(TRACE_DETAIL, "Worker() timeout event received");
+                ring = RunPass(lastPassTime);
                 break;
             default:
                 Trace(TRACE_DETAIL, "Worker() something else perhaps m_StopRequest");
                 leave = true;
                 continue;
             }
+            if (ring)
+                RingHost();
             Trace(TRACE_FLOW, "Worker() before restart interval");
             interval.Restart(IntervalMilliseconds(m_PollInterval));
         }
@@ -75,6 +115,51 @@ void IPLUGINAPI_IMPL::RingHost()
     // The host's code may be noexcept or catch everything, and neither outlives a cancellation.
     const ZKT::Threading::CCancellationShield shield;
     m_HostCallback(m_HostContext, this);
+}
+
+bool IPLUGINAPI_IMPL::RunPass(std::uint64_t& lastPassTime)
+{
+    std::vector<CAHCIAdapter> newAdapters;
+    std::vector<CAHCIPhysicalDrive> newDrives;
+    PI::_ERROR_CODE result = PI::ERR_GENERAL;
+    std::size_t waiting = 0;
+    try
+    {
+        const PassLocks locks(m_DataLock, m_EventsLock, SourceLocation::current());
+        const std::uint64_t now = ZKT::Misc::now();
+        if (IsReportDue(lastPassTime, now, m_SnmpTrapReportTime1, m_SnmpTrapReportTime2))
+            ReportConditions(m_PhysicalDrives, m_Adapters,
+                             {m_WearLevelThreshold, m_ReservedCellsThreshold}, m_Events);
+        lastPassTime = now;
+
+        Trace(TRACE_PROGRESS, "Before ScanSystem()");
+        result = ScanSystem(newAdapters, newDrives, false);
+        Trace(TRACE_PROGRESS, "After ScanSystem() ret = %d", result);
+        if (result == PI::ERR_SUCCESS)
+        {
+            Trace(TRACE_PROGRESS, "Before UpdateSystem()");
+            result = UpdateSystem(newAdapters, newDrives);
+            Trace(TRACE_PROGRESS, "After UpdateSystem() ret = %d", result);
+            LinkAdapters();
+        }
+        waiting = m_Events.size();
+    }
+    catch (const std::exception& error)
+    {
+        // Memory ran out: the old picture stands, and the next pass tries again.
+        Trace(TRACE_FLOW, "Worker() pass given up: %s", error.what());
+    }
+    return waiting != 0 || result == PI::ERR_SUCCESS;
+}
+
+void IPLUGINAPI_IMPL::LinkAdapters()
+{
+    m_Plugin.GetChildren().clear();
+    for (CAHCIAdapter& adapter : m_Adapters)
+    {
+        adapter.GetParents().assign(1, m_Plugin.GetID());
+        m_Plugin.GetChildren().push_back(adapter.GetID());
+    }
 }
 
 } // namespace NAMESPACE_tarnis
