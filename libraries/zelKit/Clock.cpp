@@ -1,6 +1,7 @@
 #include "libraries/zelKit/Clock.h"
 
 #include "contracts/zelKit/Time.h"
+#include "libraries/zelKit/EventState.h"
 
 #include <atomic>
 #include <chrono>
@@ -17,6 +18,8 @@ std::uint64_t SystemClock()
 
 std::atomic<std::uint64_t (*)()> currentClock{&SystemClock};
 
+std::atomic<std::chrono::milliseconds> skipped{std::chrono::milliseconds(0)};
+
 } // namespace
 
 namespace ZKT
@@ -25,6 +28,23 @@ namespace ZKT
 void Internals::SetClock(std::uint64_t (*clock)())
 {
     currentClock = clock != nullptr ? clock : &SystemClock;
+}
+
+void Internals::SkipTime(std::chrono::milliseconds time)
+{
+    const std::lock_guard lock(eventsMutex);
+    skipped = skipped.load() + time;
+    WakeSleepers();
+}
+
+Internals::SteadyTime Internals::SteadyNow()
+{
+    return std::chrono::steady_clock::now() + skipped.load();
+}
+
+Internals::SteadyTime Internals::SystemMoment(SteadyTime time)
+{
+    return time == SteadyTime::max() ? time : time - skipped.load();
 }
 
 std::uint64_t Misc::now()

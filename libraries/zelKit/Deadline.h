@@ -1,14 +1,13 @@
 #pragma once
 
 #include "contracts/zelKit/Result.h"
+#include "libraries/zelKit/Clock.h"
 
 #include <chrono>
 #include <cstdint>
 
 namespace ZKT::Internals
 {
-
-using SteadyTime = std::chrono::steady_clock::time_point;
 
 /// The moment at which a wait of so many milliseconds that begins now has lasted long enough.
 inline SteadyTime DeadlineAfter(std::uint32_t milliseconds)

@@ -22,6 +22,9 @@ struct EventState
     std::vector<Sleeper*> sleepers; ///< threads that wait for it, the oldest first
 };
 
+/// Lets every sleeping wait look at the clock again. With eventsMutex held.
+void WakeSleepers();
+
 /// Sets an event and hands the signal to those who wait for it. With eventsMutex held.
 void Signal(EventState& event);
 

@@ -27,7 +27,7 @@ bool ParseMask(std::string_view text, std::uint32_t& mask)
 std::uint32_t TraceMaskFromEnvironment()
 {
     const char* text = std::getenv("TARNIS_TRACE_MASK");
-    if (text == nullptr)
+    if (text == nullptr || *text == '\0')
         return 0;
     std::uint32_t mask = 0;
     if (ParseMask(text, mask))

@@ -10,7 +10,7 @@
 namespace ZKT
 {
 
-void Internals::WriteText(int file, std::string_view text)
+int Internals::WriteText(int file, std::string_view text)
 {
     const ZKT::Threading::CCancellationShield shield;
     while (!text.empty())
@@ -19,9 +19,10 @@ void Internals::WriteText(int file, std::string_view text)
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
-            return;
+            return written < 0 ? errno : EIO;
         text.remove_prefix(static_cast<std::size_t>(written));
     }
+    return 0;
 }
 
 void Internals::Complain(std::string_view trouble)

@@ -5,6 +5,7 @@
 #include "libraries/zelKit/Output.h"
 
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
@@ -41,6 +42,16 @@ int TraceTarget()
 {
     static const int target = OpenTraceTarget();
     return target;
+}
+
+/// Tells of the first line that the target did not take. The later ones are tried all the same: a
+/// disk does not stay full for ever.
+void TellOnce(int error)
+{
+    static std::atomic_flag told;
+    if (!told.test_and_set())
+        Internals::Complain("trace lines are lost (" + std::generic_category().message(error) +
+                            "); this is told once");
 }
 
 std::string TimeText(std::uint64_t milliseconds)
@@ -98,7 +109,8 @@ CTraceStreamBuffer::~CTraceStreamBuffer()
                 m_FunctionName + ':' + TextOf(m_Line, 10) + " [" + TextOf(gettid(), 10) + "] ";
         AppendOnOneLine(line, m_Text);
         line += '\n';
-        WriteText(TraceTarget(), line);
+        if (const int error = WriteText(TraceTarget(), line); error != 0)
+            TellOnce(error);
     }
     catch (const std::exception&)
     {

@@ -1,6 +1,6 @@
 #include "contracts/zelKit/Waiter.h"
 
-#include "libraries/zelKit/Deadline.h"
+#include "libraries/zelKit/Clock.h"
 #include "libraries/zelKit/EventState.h"
 
 #include <algorithm>
@@ -11,6 +11,23 @@ namespace ZKT
 {
 namespace Internals
 {
+
+class Sleeper;
+
+namespace
+{
+
+std::vector<Sleeper*> sleeping; // all waits that sleep; eventsMutex guards it
+
+/// As DeadlineAfter, on the clock that can be skipped ahead.
+SteadyTime MomentAfter(std::uint32_t milliseconds)
+{
+    if (milliseconds == Infinite)
+        return SteadyTime::max();
+    return SteadyNow() + std::chrono::milliseconds(milliseconds);
+}
+
+} // namespace
 
 /// A thread's wait for some events. eventsMutex is held around every call and around its
 /// destruction, also while a cancelled wait is unwound.
@@ -24,6 +41,7 @@ class Sleeper
 
     ~Sleeper()
     {
+        std::erase(sleeping, this);
         for (EventState* event : m_Events)
             std::erase(event->sleepers, this);
         // A thread that is cancelled between its signal and its waking has not seen the signal:
@@ -63,7 +81,9 @@ class Sleeper
     {
         for (EventState* event : m_Events)
             event->sleepers.push_back(this);
-        m_Changed.wait_until(lock, deadline, [this] { return m_Position != 0; });
+        sleeping.push_back(this);
+        while (m_Position == 0 && SteadyNow() < deadline)
+            m_Changed.wait_until(lock, SystemMoment(deadline));
     }
 
     /// 1-based position of what ended the wait, 0 for nothing yet.
@@ -88,6 +108,12 @@ class Sleeper
     std::uint32_t m_Position = 0;
     std::condition_variable m_Changed;
 };
+
+void WakeSleepers()
+{
+    for (Sleeper* sleeper : sleeping)
+        sleeper->Wake();
+}
 
 void Signal(EventState& event)
 {
@@ -130,7 +156,7 @@ std::uint32_t CWaiter::Wait(std::uint32_t milliseconds, bool waitForAll)
     std::unique_lock lock(Internals::eventsMutex);
     Internals::Sleeper sleeper(std::move(events), waitForAll);
     if (!sleeper.Take() && milliseconds != 0)
-        sleeper.Sleep(lock, Internals::DeadlineAfter(milliseconds));
+        sleeper.Sleep(lock, Internals::MomentAfter(milliseconds));
     const std::uint32_t position = sleeper.Report();
     return position != 0 ? position : RESULT_TIMEOUT;
 }
@@ -138,15 +164,14 @@ std::uint32_t CWaiter::Wait(std::uint32_t milliseconds, bool waitForAll)
 void CWaitInterval::Restart(std::uint32_t milliseconds)
 {
     m_Infinite = milliseconds == Infinite;
-    m_End = Internals::DeadlineAfter(milliseconds);
+    m_End = Internals::MomentAfter(milliseconds);
 }
 
 CWaitInterval::operator std::uint32_t() const
 {
     if (m_Infinite)
         return Infinite;
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(m_End - std::chrono::steady_clock::now());
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_End - Internals::SteadyNow());
     return left.count() > 0 ? static_cast<std::uint32_t>(left.count()) : 0;
 }
 

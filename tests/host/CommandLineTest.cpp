@@ -35,6 +35,9 @@ TEST(CommandLine, WrongUsageIsOneLineAndExitCodeOne)
         {{"explain"}, "--all"},
         {{"explain", "--all", "20001"}, "one of them"},
         {{"explain", "99999"}, "99999"},
+        {{"explain", "_"}, "no table of the vocabulary has '_'\n"},
+        {{"explain", "VAL_"}, "'VAL_'"},
+        {{"explain", "PROP_BUS"}, "'PROP_BUS'"},
         {{"explain", "INVALID_COMAND"}, "did you mean INVALID_COMMAND"},
         {{"explain", "\x1b[31m\xff"}, "\\x1b[31m\\xff"},
     };
@@ -61,6 +64,9 @@ TEST(CommandLine, ExplainTellsEveryMatch)
         {{"explain", "0x4e21"}, "errors      20001  NO_SUPPORTED_HARDWARE\n"},
         {{"explain", "err_general"}, "errors      20000  GENERAL\n"},
         {{"explain", "VAL_AVAILABLE_SMART"}, "values      40180  AVAILABLE_SMART\n"},
+        {{"explain", "param-bus"}, "properties  35016  BUS\n"},
+        {{"explain", "PROP_TYPE"}, "properties  30056  TYPE\n"},
+        {{"explain", "2147483647"}, "properties  2147483647  UNSPECIFIED\n"},
         {{"explain", "type"}, "properties  30056  TYPE\nproperties  35044  TYPE\n"},
         {{"explain", "1", "--json"},
          R"({"errors":{},"events":{"1":"UNDEFINED"},"operations":{"1":"UNDEFINED"},)"
@@ -85,13 +91,23 @@ TEST(CommandLine, ExplainTellsEveryMatch)
     EXPECT_EQ(whole["events"]["10920"], "PNPADD_EX");
     std::size_t rows = 0;
     for (const json& table : whole)
+    {
         rows += table.size();
+        // A name of capitals and digits is compared as it is; the others are the ones to fail.
+        for (const auto& [number, name] : table.items())
+        {
+            const std::string text = name;
+            if (text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") == text.npos)
+                continue;
+            EXPECT_EQ(RunTarnisctl({"explain", text}).exitCode, 0) << text;
+        }
+    }
     EXPECT_EQ(CountLines(RunTarnisctl({"explain", "--all"}).out), rows);
 }
 
 TEST(CommandLine, OutputThatCannotBeWrittenIsAnError)
 {
-    for (const Stdout kind : {Stdout::Full, Stdout::Closed})
+    for (const Stdout kind : {Stdout::Full, Stdout::Closed, Stdout::Limited})
     {
         const Outcome outcome = RunTarnisctl({"get", "--help"}, {}, kind);
         EXPECT_EQ(outcome.exitCode, 3);

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <filesystem>
+#include <sstream>
 
 namespace
 {
@@ -51,6 +53,26 @@ std::string MachineFile(const std::string& name = "machine.json")
         { "number": 3, "bytes": 4000787030016, "identify": "hostile.bin",
           "faults": ["smart_data"] } ]
     })");
+}
+
+// A machine of solid-state drives that give a temperature and no more.
+std::string ManyDrives(int count)
+{
+    json machine = json::parse(R"({"version": 1, "disks": [], "devices": [
+        {"id": "C", "service": "storahci", "children": [
+            {"id": "D", "service": "disk", "disks": []}]}]})");
+    for (int number = 0; number < count; ++number)
+    {
+        machine["devices"][0]["children"][0]["disks"].push_back(number);
+        machine["disks"].push_back({{"number", number},
+                                    {"bytes", 960197124096},
+                                    {"identify",
+                                     {{"model", "SAMSUNG MZ7LH960HAJR-00005"},
+                                      {"serial", "S45NNA0M803162"},
+                                      {"rotation", 1}}},
+                                    {"smart", {{"attributes", {{{"id", 194}, {"raw", 23}}}}}}});
+    }
+    return WriteFile("many.json", machine.dump());
 }
 
 TEST(Machine, JsonHasTheAgreedShape)
@@ -113,7 +135,8 @@ TEST(Machine, GetPrintsTheValueAndNothingElse)
         {{"get", "disk3", "TEMPERATURE"}, 3, "GENERAL (20000)"},
         {{"get", "disk0", "POLL_INTERVAL"}, 3, "GENERAL (20000)"},
         {{"get", "0x77", "NAME"}, 3, "INVALID_OBJECT_ID (20008)"},
-        {{"get", "disk1", "NAME"}, 3, "disks: disk0, disk3"},
+        {{"get", "disk1", "NAME"}, 1, "disks: disk0, disk3"},
+        {{"get", "disk0", "PROP_TYPE"}, 0, "SATA\n"},
     };
     for (auto c : cases)
     {
@@ -174,6 +197,45 @@ TEST(Machine, WrongMachineFileIsOneLine)
         EXPECT_EQ(CountLines(outcome.err), 1U) << outcome.err;
         EXPECT_NE(outcome.err.find(file), std::string::npos) << outcome.err;
     }
+}
+
+TEST(Machine, EverythingFitsTheTerminal)
+{
+    const std::string text =
+        RunTarnisctl({"--machine", ManyDrives(9)}, {{"NO_COLOR", "1"}}, Stdout::Terminal).out;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+    {
+        const auto inner = [](char c) { return (c & 0xC0) == 0x80 || c == '\r'; };
+        EXPECT_LE(line.size() - std::count_if(line.begin(), line.end(), inner), 80) << line;
+    }
+    // A column that goes makes room for the names; a list goes on in the next line.
+    EXPECT_NE(text.find("  SAMSUNG MZ7LH960HAJR-00005  894.3 GB"), text.npos) << text;
+    EXPECT_NE(text.find("disk6, disk7 and 1 more\r\n"), text.npos) << text;
+}
+
+TEST(Machine, MemoryThatRunsOutIsOneLine)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs more memory than there would be";
+#endif
+    const std::string file = ManyDrives(1500);
+    bool failed = false;
+    bool done = false;
+    for (std::size_t megabytes = 13; !done; ++megabytes)
+    {
+        const Outcome outcome =
+            RunTarnisctl({"--json", "--machine", file}, {}, Stdout::Pipe, megabytes << 20);
+        SCOPED_TRACE(megabytes);
+        done = outcome.exitCode == 0;
+        failed = failed || outcome.exitCode == 3;
+        ASSERT_TRUE(done || failed || outcome.exitCode == 1);
+        EXPECT_EQ(done, json::accept(outcome.out));
+        const bool said = outcome.err.find("memory ran out") != std::string::npos ||
+                          outcome.err.find("MEMORY_ERROR") != std::string::npos;
+        EXPECT_NE(said, done) << outcome.err;
+    }
+    EXPECT_TRUE(failed);
 }
 
 TEST(Machine, NoSupportedControllerIsExitCodeTwo)

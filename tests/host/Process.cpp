@@ -13,6 +13,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,6 +38,8 @@ Ends MakeStdout(Stdout kind)
     Ends ends;
     if (kind == Stdout::Full)
         ends.write = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    else if (kind == Stdout::Limited)
+        ends.write = ::open(WriteFile("limited", "").c_str(), O_WRONLY | O_CLOEXEC);
     else if (kind == Stdout::Terminal)
     {
         winsize size{25, 80, 0, 0};
@@ -75,7 +78,7 @@ void ReadAll(std::array<std::pair<int, std::string*>, 2> sources)
 } // namespace
 
 Outcome RunTarnisctl(const std::vector<std::string>& arguments, const Environment& environment,
-                     Stdout kind)
+                     Stdout kind, std::size_t memory)
 {
     std::vector<std::string> words{TARNIS_BIN_DIR "/tarnisctl"};
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -102,6 +105,12 @@ Outcome RunTarnisctl(const std::vector<std::string>& arguments, const Environmen
     {
         ::dup2(out.write, STDOUT_FILENO);
         ::dup2(err.write, STDERR_FILENO);
+        const rlimit none{0, 0};
+        const rlimit some{memory, memory};
+        if (kind == Stdout::Limited)
+            ::setrlimit(RLIMIT_FSIZE, &none);
+        if (memory != 0)
+            ::setrlimit(RLIMIT_AS, &some);
         if (::chdir(TestFolder().c_str()) == 0)
             ::execve(argv[0], argv.data(), envp.data());
         ::_exit(127);

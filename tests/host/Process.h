@@ -1,6 +1,7 @@
 // Runs the built tarnisctl as a person would, away from the settings and database of this computer.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,12 +19,14 @@ enum class Stdout
     Terminal, ///< of 80 columns
     Full,     ///< /dev/full
     Closed,   ///< a pipe whose reader has gone
+    Limited,  ///< a file that may not grow
 };
 
 using Environment = std::vector<std::pair<std::string, std::string>>;
 
+/// @param memory  bytes of memory that it may have; 0: no limit
 Outcome RunTarnisctl(const std::vector<std::string>& arguments, const Environment& environment = {},
-                     Stdout kind = Stdout::Pipe);
+                     Stdout kind = Stdout::Pipe, std::size_t memory = 0);
 
 /// A folder of this test process alone, removed at its end.
 const std::string& TestFolder();

@@ -39,7 +39,7 @@ TEST(Scripted, OrderOfCallsHoldsOnEveryWay)
         {{}, {}, Closed, 3, "1 4 3 ", "standard output"},
         {{"get", "disk8", "name"}, {}, Pipe, 3, "1 4 6 3 ", "no NAME: PHYSICALDRIVE_BUSY (20054)"},
         {{"get", "0x5", "30007"}, {}, Pipe, 3, "1 6 3 ", "(20054)"},
-        {{"get", "disk3", "name"}, {}, Pipe, 3, "1 4 3 ", "disks: disk7, disk8, disk9"},
+        {{"get", "disk3", "name"}, {}, Pipe, 1, "1 4 3 ", "disks: disk7, disk8, disk9"},
         {{"--json"}, {{"SCRIPT_INIT", "20001"}}, Pipe, 2, "1 3 ", "NO_SUPPORTED_HARDWARE (20001)"},
         {{}, {{"SCRIPT_INIT", "20011"}}, Pipe, 3, "1 ", "LOCK_INITIALIZATION_FAILED (20011)"},
         {{}, {{"SCRIPT_INIT", "-7"}}, Pipe, 3, "1 3 ", "(-7)"},

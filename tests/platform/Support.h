@@ -80,7 +80,7 @@ inline std::unique_ptr<Platform::Device> Open(Platform::Machine& machine, unsign
 /// Remarks stand in it wherever they may.
 inline std::string MachineText(const std::string& numbers, const std::string& disks)
 {
-    return R"({"version": 1, "modules": {"storahci": "10.0", "_a": 7}, "comment": {"x": [1]}, "devices": [
+    return R"({"version": 1, "modules": {"storahci": "10.0", "_a": 7}, "comment": {"x": [1, {}], "x": {"_": [[]]}}, "devices": [
         {"id": "PCI\\CTRL", "_why": null, "service": "StorAHCI", "children": [
             {"id": "SCSI\\DISK", "service": "disk", "disks": [)" +
            numbers + R"(]}]}], "disks": [)" + disks + "]}";

@@ -184,4 +184,9 @@ void PluginTest::AdvanceClock(std::int64_t milliseconds)
     testClock += static_cast<std::uint64_t>(milliseconds);
 }
 
+void PluginTest::SetClock(std::uint64_t milliseconds)
+{
+    testClock = milliseconds;
+}
+
 } // namespace Support

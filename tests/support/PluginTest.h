@@ -79,6 +79,7 @@ class PluginTest : public testing::Test
 
     /// ZKT::Misc::now stands still in a test unless it is moved here.
     static void AdvanceClock(std::int64_t milliseconds);
+    static void SetClock(std::uint64_t milliseconds);
 
   private:
     std::string m_Folder;
