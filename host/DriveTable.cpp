@@ -19,7 +19,8 @@ struct Column
     std::size_t leastColumns; // what a text may be cut to; 0: it is never cut
     int goesAt;               // order in which columns go on a narrow terminal; 0: it stays
     bool onlyWhenFilled;      // left out when no drive has a value for it
-    std::size_t width = 0;
+    std::size_t natural = 0;  // columns of the widest cell
+    std::size_t width = 0;    // that it gets
 };
 
 template <PI::_PROPERTY_ID id> std::string Cell(const PI::CObject& drive)
@@ -45,11 +46,11 @@ std::vector<Column> Columns()
         {"DISK", Host::WordOf, false, 0, 0, false},
         {"STATUS", Cell<PI::PROP_STATUS>, false, 0, 0, false},
         {"MODEL", ModelCell, false, 16, 0, false},
-        {"SERIAL", Cell<PI::PROP_SERIAL_NUMBER>, false, 12, 2, false},
+        {"SERIAL", Cell<PI::PROP_SERIAL_NUMBER>, false, 20, 2, false},
         {"SIZE", Cell<PI::PROP_PHYSICAL_SIZE>, true, 0, 0, false},
         {"MEDIA", Cell<PI::PROP_MEDIA_TYPE>, false, 0, 3, false},
         {"TEMP", Cell<PI::PROP_TEMPERATURE>, true, 0, 0, false},
-        {"HOURS", Cell<PI::PROP_POWERON_HOURS>, true, 0, 4, false},
+        {"HOURS", Cell<PI::PROP_POWERON_HOURS>, true, 0, 4, true},
         {"WRITTEN", Cell<PI::PROP_BYTES_WRITTEN>, true, 0, 1, true},
         {"USED", Cell<PI::PROP_RATED_ENDURANCE_PERCENT>, true, 0, 0, true},
         {"RESERVE", Cell<PI::PROP_REMAINING_RESERVE_SPACE>, true, 0, 0, true},
@@ -71,17 +72,18 @@ void Measure(std::vector<Column>& columns, const Objects& drives)
     for (Column& column : columns)
     {
         bool filled = false;
-        column.width = Host::DisplayWidth(column.title);
+        column.natural = Host::DisplayWidth(column.title);
         for (const PI::CObject& drive : drives)
         {
             const std::string cell = column.cell(drive);
             filled = filled || cell != "-";
-            column.width = std::max(column.width, Host::DisplayWidth(cell));
+            column.natural = std::max(column.natural, Host::DisplayWidth(cell));
         }
         if (column.onlyWhenFilled && !filled)
-            column.width = 0;
+            column.natural = 0;
+        column.width = column.natural;
     }
-    std::erase_if(columns, [](const Column& column) { return column.width == 0; });
+    std::erase_if(columns, [](const Column& column) { return column.natural == 0; });
 }
 
 void FitInto(std::vector<Column>& columns, std::size_t available)
@@ -110,6 +112,8 @@ void FitInto(std::vector<Column>& columns, std::size_t available)
         if (next->goesAt == 0)
             return;
         columns.erase(next);
+        for (Column& column : columns) // there is more room for them now
+            column.width = column.natural;
     }
 }
 

@@ -4,6 +4,7 @@
 #include "host/Text.h"
 #include "host/Verbs.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,7 +26,7 @@ struct Query
         if (number)
             return *number == static_cast<std::uint64_t>(rowNumber);
         // Programs know a name by its prefix: ERR_GENERAL is the error, not the rest.
-        return name == rowName || name == table.prefix + rowName;
+        return Host::IsNameOf(table, rowNumber, rowName, name);
     }
 };
 
@@ -68,12 +69,18 @@ bool IsEmpty(const Json& found)
 std::string Lines(const Json& found)
 {
     constexpr std::size_t tableColumns = 12;
-    constexpr std::size_t numberColumns = 7;
+    std::size_t numberColumns = 7;
+    for (const Json& rows : found)
+        for (const auto& row : rows.items())
+            numberColumns = std::max(numberColumns, row.key().size() + 2);
     std::string text;
     for (const auto& [table, rows] : found.items())
         for (const auto& [number, name] : rows.items())
+        {
+            const auto& shown = name.get_ref<const std::string&>();
             text += Host::PadRight(table, tableColumns) + Host::PadRight(number, numberColumns) +
-                    name.get<std::string>() + "\n";
+                    (shown.empty() ? "-" : shown) + "\n";
+        }
     return text;
 }
 

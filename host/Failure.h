@@ -10,7 +10,7 @@ namespace Host
 enum ExitCode : int
 {
     EXIT_DONE = 0,
-    EXIT_USAGE = 1,       ///< wrong arguments, or a wrong machine file
+    EXIT_USAGE = 1,       ///< wrong arguments, a disk that is not there, or a wrong machine file
     EXIT_NO_HARDWARE = 2, ///< the plug-in found no supported controller
     EXIT_PLUGIN = 3,      ///< the plug-in or standard output failed
 };

@@ -3,6 +3,7 @@
 #include "host/Names.h"
 #include "host/PropertyText.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <variant>
 #include <vector>
@@ -66,6 +67,13 @@ Json ObjectJson(const PI::CObject& object)
     return json;
 }
 
+// In ASCII, because the output may well end on a terminal: a drive's text then cannot hold a
+// control character in any disguise.
+std::string Dump(const Json& json)
+{
+    return json.dump(2, ' ', true, Json::error_handler_t::replace);
+}
+
 } // namespace
 
 namespace Host
@@ -88,20 +96,33 @@ Json PropertyJson(const PI::CProperty& property)
     return json;
 }
 
-Json TopologyJson(const Objects& objects)
-{
-    Json json;
-    json["objects"] = Json::array();
-    for (const PI::CObject& object : objects)
-        json["objects"].push_back(ObjectJson(object));
-    return json;
-}
-
 std::string JsonText(const Json& json)
 {
-    // In ASCII, because the output may well end on a terminal: a drive's text then cannot hold a
-    // control character in any disguise.
-    return json.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
+    return Dump(json) + "\n";
+}
+
+void WriteTopologyJson(const Objects& objects, const std::function<void(std::string_view)>& write)
+{
+    constexpr std::size_t piece = 65536;
+    std::string text = "{\n  \"objects\": [";
+    const char* separator = "\n    ";
+    for (const PI::CObject& object : objects)
+    {
+        text += separator;
+        for (const char c : Dump(ObjectJson(object)))
+        {
+            text += c;
+            if (c == '\n')
+                text += "    ";
+        }
+        separator = ",\n    ";
+        if (text.size() >= piece)
+        {
+            write(text);
+            text.clear();
+        }
+    }
+    write(text + (objects.empty() ? "]\n}\n" : "\n  ]\n}\n"));
 }
 
 } // namespace Host

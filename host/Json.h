@@ -7,7 +7,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 namespace Host
 {
@@ -15,9 +17,11 @@ namespace Host
 using Json = nlohmann::ordered_json;
 
 Json PropertyJson(const PI::CProperty& property);
-Json TopologyJson(const Objects& objects);
-
 /// Indented, in ASCII, with a line feed at the end. What is not UTF-8 becomes U+FFFD.
 std::string JsonText(const Json& json);
+
+/// The whole picture, as JsonText would give it in one piece. Handed out in pieces, because a
+/// machine of thousands of drives takes many times its text in values.
+void WriteTopologyJson(const Objects& objects, const std::function<void(std::string_view)>& write);
 
 } // namespace Host

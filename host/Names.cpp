@@ -11,6 +11,17 @@
 namespace
 {
 
+using Host::NameTable;
+
+constexpr NameTable properties{"properties", "PROP_", Vocabulary::propertyNames};
+
+// Parameters of the command language stand among the properties under a prefix of their own.
+std::string_view PrefixOf(const NameTable& table, int number)
+{
+    const bool isParameter = table.rows == properties.rows && number >= 35000 && number <= 35099;
+    return isParameter ? "PARAM_" : table.prefix;
+}
+
 std::size_t EditDistance(std::string_view a, std::string_view b)
 {
     std::vector<std::size_t> row(b.size() + 1);
@@ -38,7 +49,7 @@ const std::array<NameTable, 5>& NameTables()
     static const std::array<NameTable, 5> tables{{
         {"errors", "ERR_", Vocabulary::errorNames},
         {"operations", "OP_", Vocabulary::operationNames},
-        {"properties", "PROP_", Vocabulary::propertyNames},
+        properties,
         {"values", "VAL_", Vocabulary::valueNames},
         {"events", "EVENT_", Vocabulary::eventNames},
     }};
@@ -68,13 +79,24 @@ std::string NormalName(std::string_view text)
     return name;
 }
 
+bool IsNameOf(const NameTable& table, int number, const std::string& rowName,
+              const std::string& normal)
+{
+    if (rowName.empty())
+        return false;
+    const std::string name = NormalName(rowName);
+    const std::string_view prefix = PrefixOf(table, number);
+    return normal == name || (normal.size() == prefix.size() + name.size() &&
+                              normal.starts_with(prefix) && normal.ends_with(name));
+}
+
 std::optional<int> PropertyNumber(const std::string& name)
 {
     constexpr int firstProperty = 30000;
     std::optional<int> found;
     for (const auto& [number, rowName] : Vocabulary::propertyNames())
     {
-        if (rowName != name)
+        if (!IsNameOf(properties, number, rowName, name))
             continue;
         if (number >= firstProperty && found.value_or(0) < firstProperty)
             return number;
@@ -90,9 +112,12 @@ std::vector<std::string> SimilarNames(const std::string& name, const Vocabulary:
     std::vector<std::pair<std::size_t, std::string>> close;
     for (const auto& [number, rowName] : rows)
     {
-        std::size_t distance = EditDistance(name, rowName);
+        if (rowName.empty())
+            continue;
+        const std::string candidate = NormalName(rowName);
+        std::size_t distance = EditDistance(name, candidate);
         // Half a name is as good a hint as a mistyped one.
-        if (name.size() >= 3 && rowName.find(name) != std::string::npos)
+        if (name.size() >= 3 && candidate.find(name) != std::string::npos)
             distance = std::min(distance, tolerated);
         if (distance <= tolerated)
             close.emplace_back(distance, rowName);

@@ -23,6 +23,8 @@ Verbs:
   show                        state of all drives, then every property (the default)
   get OBJECT PROPERTY         one value; OBJECT is plugin, adapter, disk0, disk1 ...
                               or an id, PROPERTY a name or a number
+  set OBJECT PROPERTY VALUE   changes a value and keeps it: set plugin POLL_INTERVAL 60
+  watch [--for SECONDS]       prints events as they come, until Ctrl-C or SIGTERM
   explain NUMBER|NAME|--all   what a number or name of the vocabulary stands for;
                               needs no plug-in
 
@@ -41,11 +43,13 @@ Sizes step by 1024. Colours are used on a terminal, unless NO_COLOR is set.
 Examples:
   tarnisctl --machine lab.json
   tarnisctl get disk0 temperature
+  tarnisctl watch --for 3600 --json
   tarnisctl show --json | jq '.objects[].id'
   tarnisctl explain 20001
 
-Exit codes: 0 done; 1 wrong usage or a wrong machine file; 2 no supported hardware;
-3 the plug-in could not be loaded or gave an error, or the output could not be written.
+Exit codes: 0 done; 1 wrong usage, a disk that is not there, or a wrong machine file;
+2 no supported hardware; 3 the plug-in could not be loaded or gave an error, or the output
+could not be written.
 )";
 
 namespace
@@ -95,6 +99,12 @@ Options ParseOptions(int argc, char** argv)
     CLI::App* get = addVerb("get");
     get->add_option("OBJECT", options.object)->required();
     get->add_option("PROPERTY", options.property)->required();
+    CLI::App* set = addVerb("set");
+    set->add_option("OBJECT", options.object)->required();
+    set->add_option("PROPERTY", options.property)->required();
+    set->add_option("VALUE", options.value)->required();
+    CLI::App* watch = addVerb("watch");
+    watch->add_option("--for", options.watchSeconds)->check(CLI::Range(1U, 4294967295U));
     CLI::App* explain = addVerb("explain");
     explain->add_option("NUMBER|NAME", options.query);
     explain->add_flag("--all", options.all);
@@ -120,7 +130,7 @@ Options ParseOptions(int argc, char** argv)
             throw UsageFailure(error.what());
         throw UsageFailure("'" + rest.front() + "' is not understood here" +
                            (app.get_subcommands().empty() && rest.front().front() != '-'
-                                ? "; the verbs are show, get and explain"
+                                ? "; the verbs are show, get, set, watch and explain"
                                 : ""));
     }
     catch (const CLI::ParseError& error)
@@ -130,6 +140,10 @@ Options ParseOptions(int argc, char** argv)
 
     if (get->parsed())
         options.verb = Verb::Get;
+    else if (set->parsed())
+        options.verb = Verb::Set;
+    else if (watch->parsed())
+        options.verb = Verb::Watch;
     else if (explain->parsed())
         options.verb = Verb::Explain;
     if (!options.traceMask.empty())

@@ -1,6 +1,8 @@
 // The command line.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace Host
@@ -10,6 +12,8 @@ enum class Verb
 {
     Show,
     Get,
+    Set,
+    Watch,
     Explain,
     Help,
     Version,
@@ -28,10 +32,12 @@ struct Options
     std::string traceMask;
     std::string traceFile;
 
-    std::string object;   ///< get
-    std::string property; ///< get
-    std::string query;    ///< explain: a number or a name
-    bool all = false;     ///< explain
+    std::string object;                        ///< get, set
+    std::string property;                      ///< get, set
+    std::string value;                         ///< set
+    std::optional<std::uint32_t> watchSeconds; ///< watch; nothing: until a signal comes
+    std::string query;                         ///< explain: a number or a name
+    bool all = false;                          ///< explain
 };
 
 extern const char* const helpText;

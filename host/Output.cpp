@@ -57,7 +57,9 @@ namespace Host
 
 Output::Output() : m_Descriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
 {
-    std::signal(SIGPIPE, SIG_IGN); // a reader that has left is a write error like any other
+    // A reader that has left, and a file that may grow no more, are write errors like any other.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     FillStandardDescriptors();
     ::dup2(STDERR_FILENO, STDOUT_FILENO);
     // Lines of the plug-in appear when they are printed, not at the end of the process.

@@ -114,7 +114,6 @@ PluginSession::Instance::~Instance()
 
 PluginSession::Started::Started(Instance& instance) : m_Instance(instance)
 {
-    std::vector<PI::CAdapterID> adapters;
     const std::int32_t code = m_Instance->Command(PI::COMMAND_INITIALIZE, 0, &adapters);
     if (code == PI::ERR_SUCCESS)
         return;
@@ -148,6 +147,38 @@ std::vector<PI::CObject> PluginSession::Topology()
 std::int32_t PluginSession::GetProperty(std::uint64_t objectId, PI::CProperty& property)
 {
     return m_Instance->Command(PI::COMMAND_GET_PROPERTY, objectId, &property);
+}
+
+std::int32_t PluginSession::SetProperty(std::uint64_t objectId, const PI::CProperty& property)
+{
+    PI::CProperty record = property;
+    return m_Instance->Command(PI::COMMAND_SET_PROPERTY, objectId, &record);
+}
+
+void PluginSession::StartWorker(void* context, HostCallback callback)
+{
+    for (const PI::CObject& object : Topology())
+        if (object.m_Type == PI::OBJECT_PLUGIN)
+            m_PluginId = object.m_ID;
+    m_Instance->m_HostContext = context;
+    m_Instance->m_HostCallback = callback;
+    // This host has no other plug-in, so that an adapter keeps its own number.
+    std::vector<PI::CAdapterID> adapters = m_Started.adapters;
+    for (PI::CAdapterID& adapter : adapters)
+        adapter.m_GlobalAdapterID = adapter.m_AdapterNumber;
+    const std::int32_t code = m_Instance->Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &adapters);
+    if (code != PI::ERR_SUCCESS)
+        throw Failure(EXIT_PLUGIN, "the plug-in does not start to watch: " + CodeText(code));
+}
+
+std::vector<PI::CEvent> PluginSession::Events()
+{
+    PI::COperation collect(PI::OP_GET_EVENTS);
+    const std::int32_t code =
+        m_Instance->Command(PI::COMMAND_EXECUTE_OPERATION, m_PluginId, &collect);
+    if (code != PI::ERR_SUCCESS)
+        throw Failure(EXIT_PLUGIN, "the plug-in does not give its events: " + CodeText(code));
+    return std::move(collect.m_Events);
 }
 
 } // namespace Host

@@ -12,7 +12,7 @@ namespace Host
 {
 
 /// Loads and initialises in the constructor, stops and unloads in the destructor, however far it
-/// came. Starts no worker: what the plug-in found at its start is what it tells.
+/// came. Without StartWorker what the plug-in found at its start is what it tells.
 class PluginSession
 {
   public:
@@ -27,6 +27,16 @@ class PluginSession
 
     /// Command 6. @return the plug-in's code; the property is untouched when it is not 0
     std::int32_t GetProperty(std::uint64_t objectId, PI::CProperty& property);
+
+    /// Command 7. @return the plug-in's code
+    std::int32_t SetProperty(std::uint64_t objectId, const PI::CProperty& property);
+
+    /// Command 2, once. The callback comes on the plug-in's worker thread until the session ends.
+    /// @throws Failure
+    void StartWorker(void* context, HostCallback callback);
+
+    /// Takes what waits in the event queue; behind StartWorker. @throws Failure
+    std::vector<PI::CEvent> Events();
 
   private:
     class Library
@@ -64,6 +74,8 @@ class PluginSession
         Started(const Started&) = delete;
         Started& operator=(const Started&) = delete;
 
+        std::vector<PI::CAdapterID> adapters; ///< as command 1 told them
+
       private:
         Instance& m_Instance;
     };
@@ -72,6 +84,7 @@ class PluginSession
     Library m_Library;
     Instance m_Instance;
     Started m_Started;
+    std::uint64_t m_PluginId = 0;
 };
 
 } // namespace Host

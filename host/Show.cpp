@@ -3,6 +3,8 @@
 #include "host/ShowText.h"
 #include "host/Verbs.h"
 
+#include <string_view>
+
 namespace Host
 {
 
@@ -11,8 +13,10 @@ void Show(const Options& options, Output& output)
     PluginSession session(options.plugin);
     const Objects objects = session.Topology();
     // Written before the session ends: stopping a plug-in takes its time.
-    output.Write(options.json ? JsonText(TopologyJson(objects))
-                              : ShowText(objects, {output.IsColoured(), output.Columns()}));
+    if (options.json)
+        WriteTopologyJson(objects, [&output](std::string_view text) { output.Write(text); });
+    else
+        output.Write(ShowText(objects, {output.IsColoured(), output.Columns()}));
 }
 
 } // namespace Host

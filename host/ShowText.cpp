@@ -42,6 +42,14 @@ std::string Shown(const PI::CObject& object, PI::_PROPERTY_ID id)
     return text.empty() ? "-" : Host::Printable(text);
 }
 
+// As above, without the blank that a name begins with when its vendor is missing.
+std::string ShownName(const PI::CObject& object)
+{
+    const std::string name = Shown(object, PI::PROP_NAME);
+    const std::size_t start = name.find_first_not_of(' ');
+    return start == std::string::npos ? "-" : name.substr(start);
+}
+
 // A few words; the number of the others where there are many.
 std::string WordList(const std::vector<std::string>& words)
 {
@@ -81,6 +89,12 @@ class Report
   private:
     void Line(const std::string& text) { m_Text += Host::noMark + text + "\n"; }
 
+    // A sentence with its mark, over as many lines as it takes.
+    void Prose(const std::string& text)
+    {
+        m_Text += Host::Wrapped(text, m_Style.columns, "       ") + "\n";
+    }
+
     void Verdict()
     {
         std::size_t drives = 0;
@@ -107,16 +121,13 @@ class Report
 
         const std::string ofAll = std::to_string(drives) + (drives == 1 ? " drive" : " drives");
         if (!troubled.empty())
-            m_Text += Coloured(Host::troubleMark + std::to_string(troubled.size()) + " of " +
-                                   ofAll + " in trouble",
-                               ColourOf(worst), m_Style) +
-                      "\n";
+            Prose(Coloured(Host::troubleMark + std::to_string(troubled.size()) + " of " + ofAll +
+                               " in trouble",
+                           ColourOf(worst), m_Style));
         else if (!others.empty())
-            m_Text += Coloured(Host::troubleMark + Host::WordOf(*others.front()) +
-                                   " in trouble: " + Shown(*others.front(), PI::PROP_STATUS) +
-                                   ", but none of " + ofAll,
-                               ColourOf(worst), m_Style) +
-                      "\n";
+            Prose(Coloured(Host::troubleMark + Host::WordOf(*others.front()) + " in trouble: " +
+                               Shown(*others.front(), PI::PROP_STATUS) + ", but none of " + ofAll,
+                           ColourOf(worst), m_Style));
         else if (drives == 0)
             Line("No drive answers.");
         else
@@ -124,20 +135,21 @@ class Report
                 Coloured("No trouble: " + ofAll + ", each with a good status", boldGreen, m_Style));
         for (const PI::CObject* drive : troubled)
             Trouble(*drive);
+        const std::string mark = Host::noMark;
         if (!silent.empty())
-            Line("No SMART readings, so no warning would come, from " + WordList(silent));
+            Prose(mark + "No SMART readings, so no warning would come, from " + WordList(silent));
         if (!noWear.empty())
-            Line("No wear readings, so no wear warning would come, from " + WordList(noWear));
+            Prose(mark + "No wear readings, so no wear warning would come, from " +
+                  WordList(noWear));
     }
 
     void Trouble(const PI::CObject& drive)
     {
-        m_Text += Host::Emphasised(Host::troubleMark + Host::WordOf(drive) + "  " +
-                                       Shown(drive, PI::PROP_STATUS),
-                                   drive, m_Style) +
-                  "  " + Shown(drive, PI::PROP_NAME) + ", serial " +
-                  Shown(drive, PI::PROP_SERIAL_NUMBER) + "\n";
-        Line("  " + Host::Printable(Host::ReasonOf(drive)));
+        Prose(Host::Emphasised(Host::troubleMark + Host::WordOf(drive) + "  " +
+                                   Shown(drive, PI::PROP_STATUS),
+                               drive, m_Style) +
+              "  " + ShownName(drive) + ", serial " + Shown(drive, PI::PROP_SERIAL_NUMBER));
+        Prose(Host::noMark + ("  " + Host::Printable(Host::ReasonOf(drive))));
     }
 
     void Heads()
@@ -146,9 +158,9 @@ class Report
         for (const PI::CObject& object : m_Objects)
         {
             if (object.m_Type == PI::OBJECT_PLUGIN)
-                Line("Plug-in  " + Shown(object, PI::PROP_NAME) + " " +
-                     Shown(object, PI::PROP_VERSION) + ", " + Shown(object, PI::PROP_VENDOR) +
-                     ", poll interval " + Shown(object, PI::PROP_POLL_INTERVAL));
+                Prose(Host::noMark + ("Plug-in  " + ShownName(object) + " ") +
+                      Shown(object, PI::PROP_VERSION) + ", " + Shown(object, PI::PROP_VENDOR) +
+                      ", poll interval " + Shown(object, PI::PROP_POLL_INTERVAL));
             else if (object.m_Type == PI::OBJECT_ADAPTER)
                 Adapter(object);
         }
@@ -157,11 +169,11 @@ class Report
     void Adapter(const PI::CObject& adapter)
     {
         const bool good = Host::HealthOf(adapter) == Health::Good;
-        m_Text += good ? Host::noMark : Host::troubleMark;
-        m_Text += "Adapter  " + Shown(adapter, PI::PROP_NAME) + ", ";
-        m_Text += Host::Emphasised(Shown(adapter, PI::PROP_STATUS), adapter, m_Style);
-        m_Text += ", driver " + Shown(adapter, PI::PROP_DRIVER_NAME) + " " +
-                  Shown(adapter, PI::PROP_DRIVER_VERSION) + "\n";
+        const std::string version = Shown(adapter, PI::PROP_DRIVER_VERSION);
+        Prose((good ? Host::noMark : Host::troubleMark) + ("Adapter  " + ShownName(adapter)) +
+              ", " + Host::Emphasised(Shown(adapter, PI::PROP_STATUS), adapter, m_Style) +
+              ", driver " + Shown(adapter, PI::PROP_DRIVER_NAME) +
+              (version == "-" ? "" : " " + version));
     }
 
     void Tree(const PI::CObject& object, std::size_t depth)
@@ -178,10 +190,9 @@ class Report
     void Details(const PI::CObject& object, const std::string& indent)
     {
         m_Text += "\n";
-        Line(indent +
-             Coloured(Host::WordOf(object) + "  " + Shown(object, PI::PROP_NAME), bold, m_Style) +
-             "  (id " + Host::IdText(object.m_ID) + ", change count " +
-             std::to_string(object.m_ChangeCount) + ")");
+        Line(indent + Coloured(Host::WordOf(object) + "  " + ShownName(object), bold, m_Style));
+        Line(indent + "  " + Host::PadRight("Object id", labelColumns) + Host::IdText(object.m_ID) +
+             ", change count " + std::to_string(object.m_ChangeCount));
         for (const PI::CProperty& property : object.m_Properties)
             Property(object, property, indent + "  ");
         std::vector<std::string> operations;

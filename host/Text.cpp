@@ -114,6 +114,11 @@ std::size_t DisplayWidth(std::string_view printable)
     for (std::size_t i = 0; i < printable.size();)
     {
         const Character c = Decode(printable, i);
+        if (c.code == '\x1b')
+        {
+            i = std::min(printable.find('m', i), printable.size() - 1) + 1;
+            continue;
+        }
         columns += Columns(c.code);
         i += std::max<std::size_t>(c.length, 1);
     }
@@ -135,6 +140,32 @@ std::string Shorten(const std::string& printable, std::size_t columns)
         end += std::max<std::size_t>(c.length, 1);
     }
     return printable.substr(0, end) + "…";
+}
+
+std::string Wrapped(std::string_view printable, std::size_t columns, std::string_view indent)
+{
+    std::string text;
+    std::size_t used = 0; // columns of the line under way
+    while (!printable.empty())
+    {
+        const std::size_t word = std::min(printable.find_first_not_of(' '), printable.size());
+        const std::size_t end = std::min(printable.find(' ', word), printable.size());
+        const std::size_t width = DisplayWidth(printable.substr(0, end));
+        if (used == 0 || used + width <= columns)
+        {
+            text += printable.substr(0, end);
+            used += width;
+        }
+        else
+        {
+            text += '\n';
+            text += indent;
+            text += printable.substr(word, end - word);
+            used = indent.size() + width - word;
+        }
+        printable.remove_prefix(end);
+    }
+    return text;
 }
 
 std::string PadRight(const std::string& printable, std::size_t columns)

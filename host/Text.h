@@ -13,11 +13,15 @@ namespace Host
 /// are not UTF-8 are written as "\xNN" or "\uNNNN". The rest is valid UTF-8 of one line.
 std::string Printable(std::string_view bytes);
 
-/// Columns that a printable text takes on a terminal.
+/// Columns that a printable text takes on a terminal; colours in it take none.
 std::size_t DisplayWidth(std::string_view printable);
 
 /// Cuts a printable text to a number of columns; a cut text ends in an ellipsis.
 std::string Shorten(const std::string& printable, std::size_t columns);
+
+/// Breaks a printable text at blanks into lines of that many columns; all but the first begin with
+/// the indent. A word that is too long for any line is left whole.
+std::string Wrapped(std::string_view printable, std::size_t columns, std::string_view indent);
 
 std::string PadRight(const std::string& printable, std::size_t columns);
 std::string PadLeft(const std::string& printable, std::size_t columns);

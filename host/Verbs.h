@@ -9,6 +9,8 @@ namespace Host
 
 void Show(const Options& options, Output& output);
 void Get(const Options& options, Output& output);
+void Set(const Options& options, Output& output);
+void Watch(const Options& options, Output& output);
 void Explain(const Options& options, Output& output);
 
 } // namespace Host

@@ -3,11 +3,31 @@
 #include "host/Output.h"
 #include "host/Verbs.h"
 
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
 #include <exception>
+#include <new>
 #include <string>
 
 namespace
 {
+
+// Kept for the way out: when memory has run out, what ends there may ask for a little more of it,
+// and in a destructor that would be the end of the process.
+std::atomic<char*> memoryReserve = nullptr;
+
+void KeepReserve()
+{
+    constexpr std::size_t bytes = 1 << 20;
+    memoryReserve = new char[bytes];
+    std::set_new_handler(
+        []
+        {
+            delete[] memoryReserve.exchange(nullptr);
+            throw std::bad_alloc();
+        });
+}
 
 void Run(const Host::Options& options, Host::Output& output)
 {
@@ -19,6 +39,12 @@ void Run(const Host::Options& options, Host::Output& output)
         break;
     case Host::Verb::Get:
         Host::Get(options, output);
+        break;
+    case Host::Verb::Set:
+        Host::Set(options, output);
+        break;
+    case Host::Verb::Watch:
+        Host::Watch(options, output);
         break;
     case Host::Verb::Explain:
         Host::Explain(options, output);
@@ -39,6 +65,7 @@ int main(int argc, char** argv)
 {
     try
     {
+        KeepReserve();
         Host::Output output;
         Run(Host::ParseOptions(argc, argv), output);
         return Host::EXIT_DONE;
@@ -47,6 +74,11 @@ int main(int argc, char** argv)
     {
         Host::Complain(failure.what());
         return failure.Code();
+    }
+    catch (const std::bad_alloc&)
+    {
+        std::fputs("tarnisctl: memory ran out\n", stderr);
+        return Host::EXIT_PLUGIN;
     }
     catch (const std::exception& error)
     {

@@ -62,17 +62,16 @@ DiskRecord ReadDisk(const JsonValue& value, PageFiles& files)
     DiskRecord disk;
     if (value.Has("bytes"))
         disk.bytes = value.Member("bytes").Number(0, HighestSize);
+    const auto page = [&](const JsonValue& content, auto build)
+    {
+        content.DemandKind(content.IsText() || content.IsObject(), "a file name or an object");
+        return content.IsText() ? files.Read(content) : build(content);
+    };
     if (value.Has("identify"))
-    {
-        const JsonValue identify = value.Member("identify");
-        disk.identify =
-            identify.IsText() ? files.Read(identify) : BuildIdentifyPage(identify, disk.bytes);
-    }
+        disk.identify = page(value.Member("identify"), [&](const JsonValue& content)
+                             { return BuildIdentifyPage(content, disk.bytes); });
     if (value.Has("smart"))
-    {
-        const JsonValue smart = value.Member("smart");
-        disk.smart = smart.IsText() ? files.Read(smart) : BuildSmartPage(smart);
-    }
+        disk.smart = page(value.Member("smart"), BuildSmartPage);
     if (value.Has("partitions"))
         value.Member("partitions")
             .EachItem([&](std::size_t, const JsonValue& partition)

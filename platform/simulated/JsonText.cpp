@@ -33,7 +33,7 @@ class Builder : public nlohmann::json_sax<Json>
   public:
     explicit Builder(const std::string& text) : m_Text(text) {}
 
-    Json Take() { return std::move(m_Root); }
+    JsonDocument Take() { return std::move(m_Document); }
 
     bool null() override { return Put(nullptr); }
     bool boolean(bool value) override { return Put(value); }
@@ -43,19 +43,21 @@ class Builder : public nlohmann::json_sax<Json>
     bool string(string_t& value) override { return Put(std::move(value)); }
     bool binary(binary_t&) override { return false; }
 
-    bool start_object(std::size_t) override { return Open(Json::object()); }
-    bool start_array(std::size_t) override { return Open(Json::array()); }
+    bool start_object(std::size_t) override { return Open(Json::value_t::object); }
+    bool start_array(std::size_t) override { return Open(Json::value_t::array); }
     bool end_object() override { return Close(); }
     bool end_array() override { return Close(); }
 
     bool key(string_t& name) override
     {
+        if (m_CommentDepth != 0)
+            return true;
         Json& object = *m_Open.back();
         const auto [member, isNew] = object.emplace(name, nullptr);
         m_Names.back() = name;
         if (!isNew)
             throw Complaint(Place(), "this name stands twice in its object", "remove one of them");
-        m_Member = &*member;
+        m_Member = IsComment(name) ? nullptr : &*member;
         return true;
     }
 
@@ -76,16 +78,24 @@ class Builder : public nlohmann::json_sax<Json>
   private:
     template <class Value> bool Put(Value&& value)
     {
-        Add(Json(std::forward<Value>(value)));
+        if (!IsInComment())
+            Add(Json(std::forward<Value>(value)));
         return true;
+    }
+
+    /// Whether the value that comes belongs to a comment.
+    bool IsInComment() const
+    {
+        return m_CommentDepth != 0 ||
+               (!m_Open.empty() && m_Open.back()->is_object() && m_Member == nullptr);
     }
 
     Json* Add(Json value)
     {
         if (m_Open.empty())
         {
-            m_Root = std::move(value);
-            return &m_Root;
+            m_Document.root = std::move(value);
+            return &m_Document.root;
         }
         Json& container = *m_Open.back();
         if (container.is_array())
@@ -97,9 +107,14 @@ class Builder : public nlohmann::json_sax<Json>
         return m_Member;
     }
 
-    bool Open(Json container)
+    bool Open(Json::value_t kind)
     {
-        Json* added = Add(std::move(container));
+        if (IsInComment())
+        {
+            ++m_CommentDepth;
+            return true;
+        }
+        Json* added = Add(Json(kind));
         if (m_Open.size() == DeepestNesting)
             throw Complaint(Place(),
                             "nested deeper than " + std::to_string(DeepestNesting) + " levels",
@@ -111,6 +126,11 @@ class Builder : public nlohmann::json_sax<Json>
 
     bool Close()
     {
+        if (m_CommentDepth != 0)
+        {
+            --m_CommentDepth;
+            return true;
+        }
         m_Open.pop_back();
         m_Names.pop_back();
         return true;
@@ -134,11 +154,22 @@ class Builder : public nlohmann::json_sax<Json>
     }
 
     const std::string& m_Text;
-    Json m_Root;
+    JsonDocument m_Document;
     std::vector<Json*> m_Open;
     std::vector<std::string> m_Names; ///< of the member under way in each open object
-    Json* m_Member = nullptr;
+    Json* m_Member = nullptr;         ///< its place; null for a comment's
+    std::size_t m_CommentDepth = 0;   ///< open objects and arrays inside a comment
 };
+
+/// From the leaves up, so that nothing with content is left to a destructor.
+void TakeApart(Json& value)
+{
+    if (!value.is_structured())
+        return;
+    for (Json& child : value)
+        TakeApart(child);
+    value.clear();
+}
 
 } // namespace
 
@@ -185,7 +216,17 @@ std::string Printable(std::string_view text, std::size_t limit)
     return shown;
 }
 
-nlohmann::json ParseJson(const std::string& text)
+bool IsComment(const std::string& name)
+{
+    return name == "comment" || name.starts_with('_');
+}
+
+JsonDocument::~JsonDocument()
+{
+    TakeApart(root);
+}
+
+JsonDocument ParseJson(const std::string& text)
 {
     Builder builder(text);
     Json::sax_parse(text, &builder);

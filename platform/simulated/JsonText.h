@@ -26,8 +26,24 @@ class Complaint : public std::runtime_error
 /// A text fit for one line of a message: control bytes escaped, cut to a length.
 std::string Printable(std::string_view text, std::size_t limit);
 
-/// Reads JSON of bounded nesting. Throws a Complaint for what is none, and for a name that an
-/// object holds twice.
-nlohmann::json ParseJson(const std::string& text);
+/// Whether a member is for people only: its name is "comment" or begins with "_".
+bool IsComment(const std::string& name);
+
+/// Owns values of bounded nesting. Takes them apart itself: the library's destructor asks for
+/// memory, and where that has run out it would end the process.
+class JsonDocument
+{
+  public:
+    JsonDocument() = default;
+    ~JsonDocument();
+    JsonDocument(JsonDocument&&) = default;
+    JsonDocument& operator=(JsonDocument&&) = delete;
+
+    nlohmann::json root;
+};
+
+/// Reads JSON of bounded nesting. The values of comments are left out. Throws a Complaint for what
+/// is none, and for a name that an object holds twice.
+JsonDocument ParseJson(const std::string& text);
 
 } // namespace Platform

@@ -15,11 +15,6 @@ std::string Bytes(std::size_t count)
 
 } // namespace
 
-bool IsComment(const std::string& name)
-{
-    return name == "comment" || name.starts_with('_');
-}
-
 std::string JsonValue::Place() const
 {
     if (m_Parent == nullptr)

@@ -10,9 +10,6 @@
 namespace Platform
 {
 
-/// Whether a member is for people only: its name is "comment" or begins with "_".
-bool IsComment(const std::string& name);
-
 /// Refers to the document and to the value it was taken from; both must outlive it. Every reader
 /// throws a Complaint that names the place.
 class JsonValue
@@ -22,10 +19,18 @@ class JsonValue
 
     /// Such as "disks[2].identify.serial".
     std::string Place() const;
+    /// The value for a message, short.
+    std::string Shown() const;
     [[noreturn]] void Fail(const std::string& what, const std::string& remedy) const;
 
     bool IsText() const { return m_Value.is_string(); }
     bool IsList() const { return m_Value.is_array(); }
+    bool IsObject() const { return m_Value.is_object(); }
+    bool Is(std::uint64_t number) const
+    {
+        return m_Value.is_number_unsigned() && m_Value.get<std::uint64_t>() == number;
+    }
+    void DemandKind(bool isKind, const char* kind) const;
 
     /// Demands an object with no members but these and comments.
     void DemandObject(std::initializer_list<const char*> names) const;
@@ -65,10 +70,6 @@ class JsonValue
         : m_Value(value), m_Parent(&parent), m_Name(name), m_Position(position)
     {
     }
-
-    void DemandKind(bool isKind, const char* kind) const;
-    /// The value for a message, short.
-    std::string Shown() const;
 
     const nlohmann::json& m_Value;
     const JsonValue* m_Parent = nullptr;

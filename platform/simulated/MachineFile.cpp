@@ -6,6 +6,7 @@
 
 #include <exception>
 #include <filesystem>
+#include <new>
 #include <utility>
 
 namespace Platform
@@ -17,12 +18,12 @@ namespace
 constexpr std::size_t LongestFile = 64 * 1024 * 1024;
 constexpr std::size_t LongestVersion = 255;
 
-std::shared_ptr<MachineRecord> ReadDocument(const nlohmann::json& document, PageFiles& pages)
+std::shared_ptr<MachineRecord> ReadDocument(const JsonDocument& document, PageFiles& pages)
 {
-    const JsonValue top(document);
+    const JsonValue top(document.root);
     top.DemandObject({"version", "modules", "devices", "disks"});
-    const JsonValue version = top.Member("version");
-    version.Number(1, 1);
+    if (const JsonValue version = top.Member("version"); !version.Is(1))
+        version.Fail("found " + version.Shown(), "this program reads version 1");
 
     auto machine = std::make_shared<MachineRecord>();
     if (top.Has("modules"))
@@ -61,6 +62,10 @@ std::shared_ptr<MachineRecord> WithMessage(const std::string& name, std::string&
     {
         message = complaint.Line();
     }
+    catch (const std::bad_alloc&)
+    {
+        message = "file: memory ran out; make the file smaller";
+    }
     catch (const std::exception& error)
     {
         message = "file: " + Printable(error.what(), 160) + "; make the file smaller";
@@ -94,7 +99,9 @@ std::shared_ptr<MachineRecord> ReadMachine(const std::string& path, std::vector<
             std::string text;
             const std::string wrong = ReadWholeFile(file, LongestFile, text);
             if (!wrong.empty())
-                throw Complaint("file", wrong, "name a readable machine file");
+                throw Complaint("file", wrong,
+                                file.stamp.size > LongestFile ? "make it smaller"
+                                                              : "name a readable machine file");
             if (text.empty())
                 throw Complaint("file", "is empty", "write a machine into it, or name another");
             PageFiles pages(std::filesystem::path(path).parent_path().string(), files);

@@ -73,7 +73,7 @@ class MachineFromDrives(unittest.TestCase):
             "no header line": lambda: self.table(),
             "drives.tsv:3: no slug": lambda: self.table(HEADER, ODD, "\tmodel"),
             "drives.tsv:2: 8 fields, but 7": lambda: self.table(HEADER, ODD + "\tmore"),
-            "bytes is not a number: 12 GB": lambda: self.table("slug\tbytes", "odd\t12 GB"),
+            "bytes is not a number of at most 18 digits: 12 GB": lambda: self.table("slug\tbytes", "odd\t12 GB"),
             "gone.identify.bin: No such file": lambda: self.table(HEADER, "gone"),
             "odd.smart.bin: 511 bytes": lambda: self.write("odd.smart.bin", bytes(511)),
         }
@@ -88,6 +88,9 @@ class MachineFromDrives(unittest.TestCase):
                 self.table(HEADER, ODD, OTHER)
         with open(self.out, encoding="utf-8") as file:
             self.assertEqual(json.load(file), before)
+        self.write("odd.smart.bin", bytes(512))
+        self.out = "/dev/null"
+        self.assertIn("no regular file", self.run_script().stderr)
         self.assertFalse([n for n in os.listdir(self.folder) if n.startswith(".machine-")])
 
     def test_missing_size_comes_from_the_identify_page(self):

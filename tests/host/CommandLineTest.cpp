@@ -16,9 +16,9 @@ TEST(CommandLine, WrongUsageIsOneLineAndExitCodeOne)
         std::vector<std::string> arguments;
         const char* said;
     } cases[] = {
-        {{"shwo"}, "show, get and explain"},
-        {{"watch"}, "'watch' is not understood"},
-        {{"set", "plugin", "POLL_INTERVAL", "5"}, "'set' is not understood"},
+        {{"shwo"}, "show, get, set, watch and explain"},
+        {{"watch", "--for", "soon"}, "--for"},
+        {{"set", "plugin"}, "PROPERTY"},
         {{"--bogus"}, "--bogus"},
         {{"show", "disk0"}, "'disk0' is not understood"},
         {{"get"}, "OBJECT"},

@@ -31,7 +31,7 @@ std::uint32_t StatusIcon(PI::_VALUE_ID status)
 void SetAliasedNumber(PI::CProperty& property, std::uint64_t value, PI::_PROPERTY_ID alias)
 {
     property.SetValue(value);
-    property.m_AliasID = alias;
+    property.m_AliasID = static_cast<std::uint32_t>(alias);
 }
 
 bool SetUnlessEmpty(PI::CProperty& property, const std::string& text)

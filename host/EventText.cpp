@@ -1,0 +1,83 @@
+#include "host/EventText.h"
+
+#include "contracts/zelKitEx/SystemTime.h"
+#include "host/Json.h"
+#include "host/Names.h"
+#include "host/ShowText.h"
+#include "host/Text.h"
+#include "host/Topology.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace
+{
+
+constexpr std::int32_t severityTrouble = 3;
+
+std::string TimeText(std::uint64_t milliseconds)
+{
+    ZKTX::CSystemDate_Win date;
+    ZKTX::CSystemTime_Win::GetDate(milliseconds, date);
+    char text[32];
+    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u", date.m_Year, date.m_Month,
+                  date.m_Day, date.m_Hour, date.m_Minute, date.m_Second);
+    return text;
+}
+
+std::string What(const PI::CEvent& event, bool present)
+{
+    switch (event.m_EventID)
+    {
+    case PI::EVENT_PNPADD_EX:
+        return present ? "drive came" : "drive went";
+    case PI::EVENT_SMART_ERROR:
+        return "drive in trouble by its SMART data";
+    case PI::EVENT_PD_WEAR_LEVEL_COUNT_ABOVE_THRESHOLD:
+        return "wear above its threshold";
+    case PI::EVENT_PD_RESERVED_CELLS_BELOW_THRESHOLD:
+        return "reserve below its threshold";
+    default:
+        return Host::NameOrNumber(Vocabulary::eventNames(), event.m_EventID);
+    }
+}
+
+} // namespace
+
+namespace Host
+{
+
+std::string EventLine(const PI::CEvent& event, bool present)
+{
+    std::string line = event.m_Severity >= severityTrouble ? troubleMark : noMark;
+    line += TimeText(event.m_Time) + "  " + What(event, present) + ": ";
+    if (!event.GetPlaceHolder2().empty())
+        line += "disk" + Printable(event.GetPlaceHolder2()) + "  ";
+    // A drive whose model has no vendor word has a blank in its place.
+    const std::string source = event.GetSource();
+    line += Printable(source.substr(std::min(source.find_first_not_of(' '), source.size())));
+    if (!event.GetPlaceHolder4().empty())
+        line += ", serial " + Printable(event.GetPlaceHolder4());
+    if (!event.GetPlaceHolder3().empty())
+        line += ", firmware " + Printable(event.GetPlaceHolder3());
+    return line;
+}
+
+std::string EventJson(const PI::CEvent& event, bool present)
+{
+    const Json json = {
+        {"event", static_cast<int>(event.m_EventID)},
+        {"name", NameOrNumber(Vocabulary::eventNames(), event.m_EventID)},
+        {"severity", event.m_Severity},
+        {"time", event.m_Time},
+        {"object", IdText(event.m_ObjectID)},
+        {"source", event.GetSource()},
+        {"placeHolders",
+         {event.GetPlaceHolder1(), event.GetPlaceHolder2(), event.GetPlaceHolder3(),
+          event.GetPlaceHolder4()}},
+        {"present", present},
+    };
+    return json.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+} // namespace Host
