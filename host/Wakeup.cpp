@@ -75,7 +75,7 @@ Wakeup::Reason Wakeup::Wait()
     while (::poll(sources, std::size(sources), -1) < 0)
         if (errno != EINTR)
             Checked(-1);
-    if (sources[1].revents != 0 || sources[2].revents != 0)
+    if (sources[0].revents == 0)
         return Reason::End;
     eventfd_t rings = 0;
     ::eventfd_read(m_Doorbell, &rings);

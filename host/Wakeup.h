@@ -27,6 +27,7 @@ class Wakeup
     /// Any thread, any number of times; rings that nobody has answered yet count as one.
     void Ring();
 
+    /// A ring comes before an end, so that what was rung for is still answered.
     Reason Wait();
 
   private:

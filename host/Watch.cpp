@@ -50,9 +50,9 @@ void Watch(const Options& options, Output& output)
         TellStart(session.Topology());
     session.StartWorker(&wakeup,
                         [](void* context, IPLUGINAPI*) { static_cast<Wakeup*>(context)->Ring(); });
+    // At the end nothing is fetched that nobody rang for: a pass under way would hold that up.
     while (wakeup.Wait() == Wakeup::Reason::Doorbell)
         PrintEvents(session, options.json, output);
-    PrintEvents(session, options.json, output);
 }
 
 } // namespace Host

@@ -1,9 +1,13 @@
 // Start and stop of the worker, and commands from many threads at once.
+#include "libraries/zelKit/Clock.h"
+#include "platform/WindowsApi.h"
 #include "tests/support/MachineBuilder.h"
 #include "tests/support/PluginTest.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <filesystem>
 #include <mutex>
 #include <thread>
@@ -44,6 +48,13 @@ struct Host
     int rings = 0;
 };
 
+/// How much of something a test does; more of it by an environment variable.
+unsigned Amount(const char* variable, unsigned preset)
+{
+    const char* text = std::getenv(variable);
+    return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : preset;
+}
+
 std::int32_t SetInterval(LoadedPlugin& plugin, int seconds)
 {
     PI::CProperty interval(PI::PROP_POLL_INTERVAL, true);
@@ -63,7 +74,8 @@ TEST_F(Threads, WorkerStartsAnswersAndStops)
     LoadedPlugin plugin;
     std::thread([] {}).join(); // a sanitizer starts a thread of its own beside the first of ours
     const std::ptrdiff_t before = ThreadCount();
-    for (int round = 0; round < 3; ++round)
+    const unsigned rounds = Amount("TARNIS_TEST_STARTS", 3);
+    for (unsigned round = 0; round < rounds; ++round)
     {
         plugin.Renew();
         Host host;
@@ -82,6 +94,7 @@ TEST_F(Threads, WorkerStartsAnswersAndStops)
     }
     plugin.Renew();
     EXPECT_EQ(ThreadCount(), before);
+    EXPECT_EQ(Platform::OpenHandleCount(), 0U);
 }
 
 TEST_F(Threads, CommandsOfAllKindsAtOnce)
@@ -95,9 +108,20 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
     ASSERT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
 
     std::atomic<int> wrong = 0;
+    const unsigned steps = Amount("TARNIS_TEST_COMMANDS", 2400) / 8;
+    std::atomic<bool> done = false;
+    std::thread passes( // one after the other, as fast as they go
+        [&]
+        {
+            while (!done)
+            {
+                ZKT::Internals::SkipTime(std::chrono::seconds(1000));
+                std::this_thread::yield();
+            }
+        });
     const auto run = [&](unsigned seed)
     {
-        for (unsigned step = 0; step < 300; ++step)
+        for (unsigned step = 0; step < steps; ++step)
         {
             const std::uint64_t object = PluginId + (seed + step) % 10;
             std::vector<PI::CObject> objects;
@@ -118,7 +142,8 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
                 wrong += plugin.Command(PI::COMMAND_GET_PROPERTY, object, &name) != 0;
                 break;
             case 3:
-                wrong += step % 25 == 3 && SetInterval(plugin, 2 + static_cast<int>(step)) != 0;
+                wrong +=
+                    step % 25 == 3 && SetInterval(plugin, 2 + static_cast<int>(step % 250)) != 0;
                 break;
             case 4:
                 wrong += plugin.Command(PI::COMMAND_GET_OPERATIONS, object, &operations) != 0;
@@ -136,6 +161,8 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
         hosts.emplace_back(run, seed);
     for (std::thread& thread : hosts)
         thread.join();
+    done = true;
+    passes.join();
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
 }
