@@ -217,7 +217,7 @@ TEST(Machine, EverythingFitsTheTerminal)
 TEST(Machine, MemoryThatRunsOutIsOneLine)
 {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "a sanitizer needs more memory than there would be";
+    GTEST_SKIP() << "skipped: a sanitizer needs more memory than there would be";
 #endif
     const std::string file = ManyDrives(1500);
     bool failed = false;

@@ -188,7 +188,7 @@ TEST_F(Settings, InPlacesThatAreNoFilesGiveErrors)
 TEST_F(Settings, WithABareNameAreLookedForInTheirFolder)
 {
     if (fs::exists("/etc/tarnis"))
-        GTEST_SKIP() << "this machine has settings of its own";
+        GTEST_SKIP() << "skipped: this machine has settings of its own";
     for (const char* name : {"TARNIS_CONFIG_DIR", "XDG_CONFIG_HOME", "HOME"})
         setenv(name, (m_Folder / name).c_str(), 1);
     const std::pair<const char*, const char*> cases[] = {

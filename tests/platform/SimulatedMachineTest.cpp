@@ -123,7 +123,8 @@ TEST(SimulatedMachine, PartitionsAreAppendedWithEveryField)
 TEST(SimulatedMachine, ADelayedCallHoldsNobodyElseAndItsThreadCanBeCancelled)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "AddressSanitizer takes the frames that a cancellation unwinds for live ones";
+    GTEST_SKIP()
+        << "skipped: AddressSanitizer takes the frames that a cancellation unwinds for live ones";
 #endif
     SetCurrentMachine(MachineOf(MachineText("0", R"({"number": 0, "identify": {},
         "delay_ms": {"smart_version": 600000, "length": 40}}, {"number": 1, "identify": {}})")));

@@ -450,7 +450,8 @@ TEST_F(Watch, ASlowDriveDelaysAndBreaksNothing)
 TEST_F(Watch, ADriveThatHangsIsLeftBehind)
 {
 #if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "AddressSanitizer takes the frames that a cancellation unwinds for live ones";
+    GTEST_SKIP()
+        << "skipped: AddressSanitizer takes the frames that a cancellation unwinds for live ones";
 #endif
     nlohmann::json machine = MachineOf(3);
     UseMachine(machine);
