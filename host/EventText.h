@@ -9,8 +9,8 @@ namespace Host
 {
 
 /// One line without its end: when, how bad, what, which drive. Texts of a drive are made safe.
-/// @param present  whether the object is still in the topology: what tells a drive that came from
-///                 one that went
+/// @param present  whether the drive was there once the event had happened: what tells one that
+///                 came from one that went
 std::string EventLine(const PI::CEvent& event, bool present);
 
 /// One JSON object on one line, in ASCII, without the line's end.

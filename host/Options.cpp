@@ -23,7 +23,8 @@ Verbs:
   show                        state of all drives, then every property (the default)
   get OBJECT PROPERTY         one value; OBJECT is plugin, adapter, disk0, disk1 ...
                               or an id, PROPERTY a name or a number
-  set OBJECT PROPERTY VALUE   changes a value and keeps it: set plugin POLL_INTERVAL 60
+  set OBJECT PROPERTY VALUE   changes a value and keeps it: set plugin POLL_INTERVAL 60;
+                              a watch that runs takes it up at its next start
   watch [--for SECONDS]       prints events as they come, until Ctrl-C or SIGTERM
   explain NUMBER|NAME|--all   what a number or name of the vocabulary stands for;
                               needs no plug-in

@@ -25,6 +25,9 @@ class Output
     /// Ends the output; some file systems tell of a failure only here.
     void Close();
 
+    /// What is written to; -1 when standard output was closed from the start.
+    int Descriptor() const { return m_Descriptor; }
+
     bool IsColoured() const { return m_Coloured; }
     /// Columns of the terminal; 120 when it is none.
     std::size_t Columns() const { return m_Columns; }

@@ -2,6 +2,7 @@
 
 #include "host/Failure.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -9,7 +10,6 @@
 
 #include <poll.h>
 #include <pthread.h>
-#include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
@@ -17,22 +17,33 @@
 namespace
 {
 
-int Checked(int descriptor)
+int Checked(int result)
 {
-    if (descriptor < 0)
+    if (result < 0)
         throw Host::Failure(Host::EXIT_PLUGIN,
                             std::string("cannot wait for events: ") + std::strerror(errno));
-    return descriptor;
+    return result;
 }
 
-int SignalDescriptor()
+/// The signals that end a watch: those of the three that nobody had ignored, as nohup does.
+sigset_t EndSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        sigaddset(&signals, signal);
+    {
+        struct sigaction action = {};
+        if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+            sigaddset(&signals, signal);
+    }
+    return signals;
+}
+
+int SignalDescriptor()
+{
+    const sigset_t signals = EndSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    return Checked(::signalfd(-1, &signals, SFD_CLOEXEC));
+    return Checked(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
 int TimerDescriptor(std::optional<std::uint32_t> seconds)
@@ -47,39 +58,57 @@ int TimerDescriptor(std::optional<std::uint32_t> seconds)
     return timer;
 }
 
+void Sleep(std::array<pollfd, 4>& sources)
+{
+    while (::poll(sources.data(), sources.size(), -1) < 0)
+        if (errno != EINTR)
+            Checked(-1);
+}
+
+constexpr short gone = POLLERR | POLLHUP | POLLNVAL;
+
 } // namespace
 
 namespace Host
 {
 
-Wakeup::Wakeup(std::optional<std::uint32_t> seconds)
-    : m_Doorbell(Checked(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))), m_Signals(SignalDescriptor()),
+Wakeup::Wakeup(int inbox, int output, std::optional<std::uint32_t> seconds)
+    : m_Inbox(inbox), m_Output(output), m_Signals(SignalDescriptor()),
       m_Timer(TimerDescriptor(seconds))
 {
 }
 
 Wakeup::~Wakeup()
 {
-    for (const int descriptor : {m_Doorbell, m_Signals, m_Timer})
-        ::close(descriptor);
+    // What was read here is answered; a further signal has its usual effect.
+    signalfd_siginfo info;
+    while (::read(m_Signals, &info, sizeof info) > 0)
+    {
+    }
+    ::close(m_Signals);
+    ::close(m_Timer);
+    const sigset_t signals = EndSignals();
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
-void Wakeup::Ring()
+Wakeup::Reason Wakeup::WaitForInbox() const
 {
-    ::eventfd_write(m_Doorbell, 1);
+    std::array<pollfd, 4> sources{
+        {{m_Inbox, POLLIN, 0}, {m_Signals, POLLIN, 0}, {m_Timer, POLLIN, 0}, {m_Output, 0, 0}}};
+    Sleep(sources);
+    if (sources[0].revents != 0)
+        return Reason::Inbox;
+    return sources[1].revents != 0 || sources[2].revents != 0 ? Reason::End : Reason::OutputGone;
 }
 
-Wakeup::Reason Wakeup::Wait()
+Wakeup::Reason Wakeup::WaitForOutput() const
 {
-    pollfd sources[] = {{m_Doorbell, POLLIN, 0}, {m_Signals, POLLIN, 0}, {m_Timer, POLLIN, 0}};
-    while (::poll(sources, std::size(sources), -1) < 0)
-        if (errno != EINTR)
-            Checked(-1);
-    if (sources[0].revents == 0)
+    std::array<pollfd, 4> sources{
+        {{-1, 0, 0}, {m_Signals, POLLIN, 0}, {m_Timer, POLLIN, 0}, {m_Output, POLLOUT, 0}}};
+    Sleep(sources);
+    if (sources[1].revents != 0 || sources[2].revents != 0)
         return Reason::End;
-    eventfd_t rings = 0;
-    ::eventfd_read(m_Doorbell, &rings);
-    return Reason::Doorbell;
+    return (sources[3].revents & gone) != 0 ? Reason::OutputGone : Reason::Output;
 }
 
 } // namespace Host

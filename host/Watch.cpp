@@ -1,31 +1,53 @@
+#include "host/EventInbox.h"
 #include "host/EventText.h"
 #include "host/Failure.h"
 #include "host/PluginSession.h"
+#include "host/PropertyText.h"
 #include "host/Topology.h"
 #include "host/Verbs.h"
 #include "host/Wakeup.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstdio>
+#include <string>
+#include <string_view>
 
 namespace
 {
 
-/// Fetches what is waiting and prints it.
-void PrintEvents(Host::PluginSession& session, bool json, Host::Output& output)
+using Host::Wakeup;
+
+[[noreturn]] void FailWithoutReader()
 {
-    const std::vector<PI::CEvent> events = session.Events();
-    if (events.empty())
-        return;
-    const Host::Objects objects = session.Topology();
-    for (const PI::CEvent& event : events)
+    throw Host::Failure(Host::EXIT_PLUGIN, "standard output: nobody reads it any more");
+}
+
+/// Writes a line as far as its reader takes it. @return false when the watch is to end
+bool WriteLine(const std::string& line, const Wakeup& wakeup, Host::Output& output)
+{
+    for (std::string_view rest = line; !rest.empty();)
     {
-        const bool present =
-            std::any_of(objects.begin(), objects.end(),
-                        [&](const PI::CObject& object) { return object.m_ID == event.m_ObjectID; });
-        output.Write((json ? Host::EventJson(event, present) : Host::EventLine(event, present)) +
-                     "\n");
+        const Wakeup::Reason reason = wakeup.WaitForOutput();
+        if (reason == Wakeup::Reason::End)
+            return false;
+        const std::string_view piece = rest.substr(0, PIPE_BUF); // so much never blocks
+        output.Write(piece);
+        rest.remove_prefix(piece.size());
     }
+    return true;
+}
+
+bool PrintEvents(Host::EventInbox& inbox, const Wakeup& wakeup, bool json, Host::Output& output)
+{
+    const std::vector<Host::ReceivedEvent> events = inbox.Take();
+    return std::all_of(events.begin(), events.end(),
+                       [&](const Host::ReceivedEvent& received)
+                       {
+                           const auto text = json ? Host::EventJson : Host::EventLine;
+                           return WriteLine(text(received.event, received.present) + '\n', wakeup,
+                                            output);
+                       });
 }
 
 void TellStart(const Host::Objects& objects)
@@ -33,8 +55,12 @@ void TellStart(const Host::Objects& objects)
     const auto drives = std::count_if(objects.begin(), objects.end(),
                                       [](const PI::CObject& object)
                                       { return object.m_Type == PI::OBJECT_PHYSICAL_DRIVE; });
-    std::fprintf(stderr, "watching %ld drive%s, Ctrl-C ends it\n", static_cast<long>(drives),
-                 drives == 1 ? "" : "s");
+    std::string interval;
+    for (const PI::CObject& object : objects)
+        if (const auto* property = Host::FindProperty(object, PI::PROP_POLL_INTERVAL))
+            interval = " every " + Host::ShortValueText(*property);
+    std::fprintf(stderr, "watching %ld drive%s%s, Ctrl-C ends it\n", static_cast<long>(drives),
+                 drives == 1 ? "" : "s", interval.c_str());
 }
 
 } // namespace
@@ -44,15 +70,26 @@ namespace Host
 
 void Watch(const Options& options, Output& output)
 {
-    Wakeup wakeup(options.watchSeconds); // signals wait for it from here on
+    if (output.Descriptor() < 0)
+        FailWithoutReader();
+    EventInbox inbox;
     PluginSession session(options.plugin);
     if (!options.json)
         TellStart(session.Topology());
-    session.StartWorker(&wakeup,
-                        [](void* context, IPLUGINAPI*) { static_cast<Wakeup*>(context)->Ring(); });
-    // At the end nothing is fetched that nobody rang for: a pass under way would hold that up.
-    while (wakeup.Wait() == Wakeup::Reason::Doorbell)
-        PrintEvents(session, options.json, output);
+    const Wakeup wakeup(inbox.Descriptor(), output.Descriptor(), options.watchSeconds);
+    inbox.Watch(session);
+    for (;;)
+        switch (wakeup.WaitForInbox())
+        {
+        case Wakeup::Reason::Inbox:
+            if (!PrintEvents(inbox, wakeup, options.json, output))
+                return;
+            break;
+        case Wakeup::Reason::OutputGone:
+            FailWithoutReader();
+        default:
+            return;
+        }
 }
 
 } // namespace Host

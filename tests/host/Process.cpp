@@ -3,156 +3,120 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <future>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <pty.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace
 {
 
-struct Ends
+/// @param reader  receives the end to read from, if there is one
+int OpenStdout(Stdout kind, int& reader)
 {
-    int read = -1;
-    int write = -1;
-};
-
-Ends MakePipe()
-{
-    std::array<int, 2> ends{};
-    EXPECT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
-    return {ends[0], ends[1]};
-}
-
-Ends MakeStdout(Stdout kind)
-{
-    Ends ends;
     if (kind == Stdout::Full)
-        ends.write = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
-    else if (kind == Stdout::Limited)
-        ends.write = ::open(WriteFile("limited", "").c_str(), O_WRONLY | O_CLOEXEC);
-    else if (kind == Stdout::Terminal)
-    {
-        winsize size{25, 80, 0, 0};
-        EXPECT_EQ(::openpty(&ends.read, &ends.write, nullptr, nullptr, &size), 0);
-    }
+        return ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    if (kind == Stdout::Limited)
+        return ::open(testFolder.Write("limited", "").c_str(), O_WRONLY | O_CLOEXEC);
+    int ends[2];
+    const winsize size{25, 80, 0, 0};
+    if (kind == Stdout::Terminal)
+        EXPECT_EQ(::openpty(&ends[0], &ends[1], nullptr, nullptr, &size), 0);
     else
-        ends = MakePipe();
+        EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
     if (kind == Stdout::Closed)
-        ::close(std::exchange(ends.read, -1));
-    return ends;
+        ::close(std::exchange(ends[0], -1));
+    reader = ends[0];
+    return ends[1];
 }
 
-// Both are read as they come, so that neither can fill up and stop the process.
-void ReadAll(std::array<std::pair<int, std::string*>, 2> sources)
+std::string ReadAll(int source)
 {
-    for (;;)
-    {
-        std::array<pollfd, 2> waits{{{sources[0].first, POLLIN, 0}, {sources[1].first, POLLIN, 0}}};
-        if (waits[0].fd < 0 && waits[1].fd < 0)
-            return;
-        ::poll(waits.data(), waits.size(), -1);
-        for (std::size_t i = 0; i < waits.size(); ++i)
-        {
-            if (waits[i].revents == 0)
-                continue;
-            std::array<char, 4096> buffer{};
-            const ssize_t got = ::read(waits[i].fd, buffer.data(), buffer.size());
-            if (got > 0)
-                sources[i].second->append(buffer.data(), static_cast<std::size_t>(got));
-            else
-                ::close(std::exchange(sources[i].first, -1));
-        }
-    }
+    std::string text;
+    char buffer[4096];
+    for (ssize_t got = 0; (got = ::read(source, buffer, sizeof buffer)) > 0;)
+        text.append(buffer, static_cast<std::size_t>(got));
+    ::close(source);
+    return text;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts)
+{
+    std::vector<char*> result;
+    for (std::string& text : texts)
+        result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
 }
 
 } // namespace
 
-Outcome RunTarnisctl(const std::vector<std::string>& arguments, const Environment& environment,
-                     Stdout kind, std::size_t memory)
+pid_t StartTarnisctl(const Arguments& arguments, const Environment& environment, int out, int err,
+                     rlim_t fileSize, rlim_t memory)
 {
-    std::vector<std::string> words{TARNIS_BIN_DIR "/tarnisctl"};
+    Arguments words{TARNIS_BIN_DIR "/tarnisctl"};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<std::string> variables{"PATH=/usr/bin:/bin", "TERM=xterm",
-                                       "TARNIS_CONFIG_DIR=" + TestFolder(),
-                                       "TARNIS_DATABASE=" + TestFolder() + "/rows.db"};
+                                       "TARNIS_CONFIG_DIR=" + testFolder.Path(),
+                                       "TARNIS_DATABASE=" + testFolder.File("rows.db")};
     for (const auto& [name, value] : environment)
         variables.push_back(name + "=" + value);
-    const auto pointers = [](std::vector<std::string>& texts)
-    {
-        std::vector<char*> result;
-        for (std::string& text : texts)
-            result.push_back(text.data());
-        result.push_back(nullptr);
-        return result;
-    };
-    std::vector<char*> argv = pointers(words);
-    std::vector<char*> envp = pointers(variables);
-
-    const Ends out = MakeStdout(kind);
-    const Ends err = MakePipe();
+    const std::vector<char*> argv = Pointers(words);
+    const std::vector<char*> envp = Pointers(variables);
     const pid_t child = ::fork();
-    if (child == 0)
-    {
-        ::dup2(out.write, STDOUT_FILENO);
-        ::dup2(err.write, STDERR_FILENO);
-        const rlimit none{0, 0};
-        const rlimit some{memory, memory};
-        if (kind == Stdout::Limited)
-            ::setrlimit(RLIMIT_FSIZE, &none);
-        if (memory != 0)
-            ::setrlimit(RLIMIT_AS, &some);
-        if (::chdir(TestFolder().c_str()) == 0)
-            ::execve(argv[0], argv.data(), envp.data());
-        ::_exit(127);
-    }
-    ::close(out.write);
-    ::close(err.write);
-    Outcome outcome{};
-    ReadAll({{{out.read, &outcome.out}, {err.read, &outcome.err}}});
+    if (child != 0)
+        return child;
+    ::dup2(out, STDOUT_FILENO);
+    ::dup2(err, STDERR_FILENO);
+    const rlimit sizes{fileSize, fileSize};
+    const rlimit bytes{memory, memory};
+    ::setrlimit(RLIMIT_FSIZE, &sizes);
+    ::setrlimit(RLIMIT_AS, &bytes);
+    if (::chdir(testFolder.Path().c_str()) == 0)
+        ::execve(argv[0], argv.data(), envp.data());
+    ::_exit(127);
+}
+
+int WaitFor(pid_t process)
+{
     int status = 0;
-    ::waitpid(child, &status, 0);
-    outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return outcome;
+    ::waitpid(process, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-const std::string& TestFolder()
+Outcome RunTarnisctl(const Arguments& arguments, const Environment& environment, Stdout kind,
+                     rlim_t memory)
 {
-    struct Folder
-    {
-        std::string path = "/tmp/tarnis-host-XXXXXX";
-        Folder() { EXPECT_NE(::mkdtemp(path.data()), nullptr); }
-        ~Folder()
-        {
-            std::error_code ignored;
-            std::filesystem::remove_all(path, ignored);
-        }
-    };
-    static const Folder folder;
-    return folder.path;
+    int reader = -1;
+    int errorReader = -1;
+    const int out = OpenStdout(kind, reader);
+    const int err = OpenStdout(Stdout::Pipe, errorReader);
+    const pid_t child = StartTarnisctl(arguments, environment, out, err,
+                                       kind == Stdout::Limited ? 0 : RLIM_INFINITY, memory);
+    ::close(out);
+    ::close(err);
+    // Both are read as they come, so that neither can fill up and stop the process.
+    auto errors = std::async(std::launch::async, ReadAll, errorReader);
+    const std::string text = ReadAll(reader);
+    return {WaitFor(child), text, errors.get()};
 }
 
-std::string WriteFile(const std::string& name, const std::string& content)
+void ExpectComplaint(const Outcome& outcome, int exitCode, const std::string& said)
 {
-    const std::string path = TestFolder() + "/" + name;
-    std::ofstream(path, std::ios::binary) << content;
-    return path;
+    EXPECT_EQ(outcome.exitCode, exitCode) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    // The plug-in's own line stands before.
+    const bool isLoaded = outcome.err.starts_with("tarnis: ");
+    const std::string line = outcome.err.substr(isLoaded ? outcome.err.find('\n') + 1 : 0);
+    EXPECT_TRUE(line.starts_with("tarnisctl: ") && CountLines(line) == 1) << outcome.err;
+    EXPECT_TRUE(Holds(line, said)) << outcome.err << "not " << said;
 }
 
-std::string ReadFile(const std::string& path)
+bool Holds(const std::string& text, const std::string& piece)
 {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    return content.str();
+    return text.find(piece) != std::string::npos;
 }
 
 std::size_t CountLines(const std::string& text)

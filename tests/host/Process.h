@@ -1,10 +1,14 @@
 // Runs the built tarnisctl as a person would, away from the settings and database of this computer.
 #pragma once
 
+#include "tests/support/TestFolder.h"
+
 #include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <sys/resource.h>
 
 struct Outcome
 {
@@ -22,16 +26,24 @@ enum class Stdout
     Limited,  ///< a file that may not grow
 };
 
+using Arguments = std::vector<std::string>;
 using Environment = std::vector<std::pair<std::string, std::string>>;
 
-/// @param memory  bytes of memory that it may have; 0: no limit
-Outcome RunTarnisctl(const std::vector<std::string>& arguments, const Environment& environment = {},
-                     Stdout kind = Stdout::Pipe, std::size_t memory = 0);
+/// The folder in which each tarnisctl runs.
+inline const TestFolder testFolder;
 
-/// A folder of this test process alone, removed at its end.
-const std::string& TestFolder();
-/// @return the file's path in the test folder
-std::string WriteFile(const std::string& name, const std::string& content);
-std::string ReadFile(const std::string& path);
+Outcome RunTarnisctl(const Arguments& arguments, const Environment& environment = {},
+                     Stdout kind = Stdout::Pipe, rlim_t memory = RLIM_INFINITY);
 
+/// Starts it with these files as its outputs. @return its process
+pid_t StartTarnisctl(const Arguments& arguments, const Environment& environment, int out, int err,
+                     rlim_t fileSize = RLIM_INFINITY, rlim_t memory = RLIM_INFINITY);
+
+/// @return the exit code, -1 when a signal ended it
+int WaitFor(pid_t process);
+
+/// Fails unless it ended so, with nothing but one line on standard error that holds this text.
+void ExpectComplaint(const Outcome& outcome, int exitCode, const std::string& said);
+
+bool Holds(const std::string& text, const std::string& piece);
 std::size_t CountLines(const std::string& text);

@@ -12,13 +12,6 @@ using Platform::SimulatedMachine;
 namespace
 {
 
-/// Beginnings of messages, behind the file's name.
-struct WrongText
-{
-    std::string text;
-    std::string message;
-};
-
 std::string Top(const std::string& members)
 {
     return "{\"version\": 1, " + members + "}";
@@ -57,96 +50,60 @@ void ExpectOneLine(const std::string& message)
 
 TEST(MachineFile, WrongTextsAreNamedWithTheirPlace)
 {
-    const std::vector<WrongText> table = {
+    // With the beginnings of their messages, behind the file's name.
+    const std::vector<std::pair<std::string, std::string>> table = {
         // Not JSON
         {"", "line 1, column 1: syntax error"},
         {"{\n  \"version\": 1,\n  oops\n}", "line 3, column 3: syntax error"},
-        {"{\"version\": 1} x", "line 1, column 16: syntax error"},
         {"{\"version\": 1, \"_\": \"\xFF\"}", "line 1, column 22: syntax error"},
-        {Top("\"_\": 1e999"), "line 1, column 25: number overflow"},
         {Repeat("[", 100000), "[0][0][0]"},
         // JSON of another shape
         {"[]", "top level: expected an object, found a list"},
         {"{}", "top level: the member \"version\" is missing"},
         {"{\"version\": 2}", "version: found 2; this program reads version 1"},
-        {"{\"version\": \"1\"}", "version: found \"1\"; this program reads version 1"},
-        {Top("\"version\": 1"), "version: this name stands twice"},
         {Top("\"_a\": [], \"_a\": {\"b\": [{}]}"), "_a: this name stands twice"},
         {Top("\"disk\": []"), "disk: unknown member"},
         {Top("\"modules\": {\"a\": \"1\", \"A\": \"2\"}"), "modules.a: this service stands twice"},
-        {Top("\"modules\": {\"a\": 1}"), "modules.a: expected a text, found 1"},
         {Top("\"modules\": {\"a\\nb\\u009b\": 1}"), "modules.a\\x0ab\\xc2\\x9b: expected"},
         // The device tree
         {Node(""), "devices[1]: the member \"id\" is missing"},
-        {Node("\"id\": \"\""), "devices[1].id: the text is empty"},
         {Node("\"id\": \"a\\u0000\""), "devices[1].id: the text \"a\\x00\" holds a NUL"},
         {Node("\"id\": \"" + Repeat("x", 201) + "\""),
          "devices[1].id: the text \"" + Repeat("x", 40) + "...\" has 201 bytes"},
-        {Node("\"id\": \"a\""), "devices[1].id: the id \"a\" stands twice"},
         {Node("\"id\": \"htree\\\\root\\\\0\""), "devices[1].id: the id"},
-        {Node("\"id\": \"B\", \"service\": \"" + Repeat("x", 200) + "\""),
-         "devices[1].service: the"},
         {Node("\"id\": \"B\", \"disks\": [0, 2147483648]"), "devices[1].disks[1]: 2147483648"},
-        {Node("\"id\": \"B\", \"children\": [{\"id\": \"b\"}]"),
-         "devices[1].children[0].id: the id"},
-        {Node("\"id\": \"B\", \"disks\": [{\"a\": 1, \"a\": 2}]"),
-         "devices[1].disks[0].a: this name"},
         // Disks
-        {Top("\"disks\": [{}]"), "disks[0]: the member \"number\" is missing"},
-        {Top("\"disks\": [{\"number\": 4294967295}]"), "disks[0].number: 4294967295 is out of"},
-        {Top("\"disks\": [{\"number\": -1}]"), "disks[0].number: -1 is out of range"},
         {Top("\"disks\": [{\"number\": 1.5}]"), "disks[0].number: 1.5 is not a whole number"},
         {Top("\"disks\": [{\"number\": 3}, {\"number\": 3}]"), "disks[1].number: disk 3 stands in"},
-        {Disk("\"colour\": 1"), "disks[1].colour: unknown member"},
         {Disk("\"bytes\": 18446744073709551616"), "disks[1].bytes: 1.8446744073709552e+19 is not"},
-        {Disk("\"faults\": \"open\""), "disks[1].faults: expected a list"},
-        {Disk("\"faults\": [\"partitions\"]"), "disks[1].faults[0]: \"partitions\" is no command"},
         {Disk("\"faults\": [\"open\", \"smart\"]"), "disks[1].faults[1]: \"smart\" is no command"},
-        {Disk("\"delay_ms\": {\"smart\": 1}"), "disks[1].delay_ms.smart: \"smart\" is no command"},
-        {Disk("\"delay_ms\": {\"open\": -1}"), "disks[1].delay_ms.open: -1 is out of range"},
         {Disk("\"delay_ms\": {\"open\": 600001}"), "disks[1].delay_ms.open: 600001 is out of"},
-        {Disk("\"partitions\": [{}]"), "disks[1].partitions[0]: the member \"name\" is missing"},
-        {Disk("\"partitions\": [{\"name\": \"p\", \"index\": 2147483648}]"),
-         "disks[1].partitions[0].index: 2147483648 is out of range"},
         // Pages
         {Disk("\"identify\": \"no.bin\""), "disks[1].identify: the page file \"./no.bin\" cannot"},
-        {Disk("\"identify\": 5"), "disks[1].identify: expected a file name or an object, found 5"},
-        {Disk("\"smart\": []"), "disks[1].smart: expected a file name or an object, found a list"},
-        {Disk("\"identify\": {\"serial\": \"" + Repeat("s", 21) + "\"}"),
-         "disks[1].identify.serial: the"},
-        {Disk("\"identify\": {\"fixed\": 1}"), "disks[1].identify.fixed: expected true or false"},
         {Disk("\"smart\": {\"attributes\": [" + Repeat("{\"id\": 1},", 30) + "{\"id\": 1}]}"),
          "disks[1].smart.attributes[30]: a page holds no more than 30"},
         {Attribute("\"id\": 0"), "disks[1].smart.attributes[1].id: 0 is out of range"},
-        {Attribute("\"id\": 2, \"raw\": 281474976710656"),
-         "disks[1].smart.attributes[1].raw: 2814"},
-        {Attribute("\"id\": 2, \"raw\": [1, 2]"), "disks[1].smart.attributes[1].raw: expected 6"},
         {Attribute("\"id\": 2, \"raw\": [1, 2, 3, 4, 5, 256]"),
          "disks[1].smart.attributes[1].raw[5]: 256 is out of range"},
     };
-    for (const WrongText& row : table)
+    for (const auto& [text, expected] : table)
     {
         std::string message;
-        EXPECT_FALSE(SimulatedMachine::FromText(row.text, ".", message)) << row.text.substr(0, 200);
-        EXPECT_TRUE(message.starts_with("machine text: " + row.message))
-            << message << "\nexpected " << row.message;
+        EXPECT_FALSE(SimulatedMachine::FromText(text, ".", message)) << text.substr(0, 200);
+        EXPECT_TRUE(message.starts_with("machine text: " + expected)) << message << expected;
         ExpectOneLine(message);
     }
 }
 
 TEST(MachineFile, TheTreeHas64LevelsAtMost)
 {
-    const auto nested = [](int depth)
-    {
-        std::string text = Top("\"devices\": [");
-        text.pop_back();
-        for (int level = 1; level <= depth; ++level)
-            text += "{\"id\": \"" + std::to_string(level) + "\", \"children\": [";
-        return text + Repeat("]}", static_cast<std::size_t>(depth)) + "]}";
-    };
+    std::string text = "{\"id\": \"64\"}";
+    for (int level = 63; level >= 1; --level)
+        text = "{\"id\": \"" + std::to_string(level) + "\", \"children\": [" + text + "]}";
     std::string message;
-    EXPECT_TRUE(SimulatedMachine::FromText(nested(64), ".", message)) << message;
-    EXPECT_FALSE(SimulatedMachine::FromText(nested(65), ".", message));
+    EXPECT_TRUE(SimulatedMachine::FromText(Top("\"devices\": [" + text + "]"), ".", message));
+    text = "{\"id\": \"A\", \"children\": [" + text + "]}";
+    EXPECT_FALSE(SimulatedMachine::FromText(Top("\"devices\": [" + text + "]"), ".", message));
     EXPECT_NE(message.find("deeper than 64 levels"), std::string::npos) << message;
 }
 
@@ -154,24 +111,16 @@ TEST(MachineFile, WrongFilesAreNamed)
 {
     const TestFolder folder;
     ASSERT_EQ(mkfifo(folder.File("fifo").c_str(), 0600), 0);
-    std::filesystem::create_directory(folder.File("folder"));
-    folder.Write("empty", "");
     folder.Write("huge", "");
     std::filesystem::resize_file(folder.File("huge"), 64 * 1024 * 1024 + 1);
-    folder.Write("511", std::string(511, 'x'));
     folder.Write("513", std::string(513, 'x'));
-    folder.Write("short.json", Disk("\"smart\": \"511\""));
     folder.Write("long.json", Disk("\"identify\": \"513\""));
     folder.Write("fifo.json", Disk("\"identify\": \"fifo\""));
     folder.Write("bad\n\x1b[31mname", "{");
     const std::vector<std::pair<std::string, std::string>> table = {
         {"missing", ": file: cannot be opened (No such file"},
-        {"folder", ": file: is a directory; "},
         {"fifo", ": file: is not a regular file; "},
-        {"empty", ": file: is empty; "},
         {"huge", ": file: is larger than 64 MiB; make it smaller"},
-        {"short.json",
-         ": disks[1].smart: the page file \"" + folder.File("511") + "\" has 511 bytes"},
         {"long.json", ": disks[1].identify: the page file \"" + folder.File("513") + "\" has 513"},
         {"fifo.json",
          ": disks[1].identify: the page file \"" + folder.File("fifo") + "\" is not a"},
@@ -246,22 +195,10 @@ TEST(MachineFile, RandomMutationsNeverCrash)
         for (std::size_t edits = 1 + below(3); edits != 0; --edits)
         {
             const std::size_t place = below(text.size());
-            switch (below(4))
-            {
-            case 0:
-                text[place] = static_cast<char>(below(256));
-                break;
-            case 1:
-                text.erase(place, below(12));
-                break;
-            case 2:
-                text.insert(place, scraps[below(scraps.size())]);
-                break;
-            default:
-                text.insert(place, text.substr(below(text.size()), below(60)));
-            }
-            if (text.empty())
-                text = " ";
+            const std::string copied = text.substr(below(text.size()), below(60));
+            const std::string byte(1, static_cast<char>(below(256)));
+            const std::string pieces[] = {"", byte, scraps[below(scraps.size())], copied};
+            text.replace(place, below(12), pieces[below(std::size(pieces))]);
         }
         std::string message;
         const auto machine = SimulatedMachine::FromText(text, folder.Path(), message);
@@ -272,16 +209,10 @@ TEST(MachineFile, RandomMutationsNeverCrash)
             continue;
         }
         ++taken;
-        for (const Platform::DeviceNode& node : *machine->ReadDeviceTree())
-        {
-            for (const std::string& path : node.diskInterfaces)
-            {
-                std::unique_ptr<Platform::Device> device;
-                Platform::Sector page;
-                if (machine->OpenDevice(path, true, device) == ERROR_SUCCESS)
-                    device->Identify(page);
-            }
-        }
+        std::unique_ptr<Platform::Device> device;
+        Platform::Sector page;
+        if (machine->OpenDevice("\\\\.\\PhysicalDrive1", true, device) == ERROR_SUCCESS)
+            device->Identify(page);
     }
     EXPECT_GT(taken, 100);
 }

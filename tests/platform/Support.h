@@ -1,47 +1,14 @@
-// Files of a test, and machines made of text.
+// Machines made of text, and their disks.
 #pragma once
 
 #include "platform/WindowsApi.h"
 #include "platform/simulated/SimulatedMachine.h"
+#include "tests/support/TestFolder.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
-
-#include <stdlib.h>
-
-/// A folder that goes with the test.
-class TestFolder
-{
-  public:
-    TestFolder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "platformXXXXXX").string();
-        m_Path = mkdtemp(name.data());
-    }
-    ~TestFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_Path, ignored);
-    }
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-
-    std::string Path() const { return m_Path; }
-    std::string File(const std::string& name) const { return m_Path + "/" + name; }
-
-    std::string Write(const std::string& name, const std::string& content) const
-    {
-        std::ofstream(File(name), std::ios::binary) << content;
-        return File(name);
-    }
-
-  private:
-    std::string m_Path;
-};
 
 inline std::shared_ptr<Platform::SimulatedMachine> MachineOf(const std::string& text,
                                                              const std::string& folder = ".")
@@ -65,6 +32,16 @@ inline HANDLE OpenDisk(DWORD access, DWORD disposition = OPEN_EXISTING)
 {
     return Platform::CreateFileA("\\\\.\\PhysicalDrive0", access, FILE_SHARE_READ, nullptr,
                                  disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+/// Error of the control that asks for a disk's number.
+inline DWORD NumberError(HANDLE device, STORAGE_DEVICE_NUMBER& number)
+{
+    DWORD returned = 0;
+    const bool done = Platform::DeviceIoControl(device, IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0,
+                                                &number, sizeof(number), &returned, nullptr);
+    EXPECT_EQ(returned, done ? sizeof(number) : 0);
+    return done ? ERROR_SUCCESS : Platform::GetLastError();
 }
 
 inline std::unique_ptr<Platform::Device> Open(Platform::Machine& machine, unsigned disk)

@@ -60,10 +60,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     PI::_ERROR_CODE UpdateSystem(std::vector<CAHCIAdapter>& adapters,
                                  std::vector<CAHCIPhysicalDrive>& drives)
         TARNIS_REQUIRES(m_DataLock, m_EventsLock);
-    /// Raises the event of each drive that is not among the others, and gives these drives.
-    std::vector<CAHCIPhysicalDrive> RaiseMissing(std::vector<CAHCIPhysicalDrive>& drives,
-                                                 std::vector<CAHCIPhysicalDrive>& others)
-        TARNIS_REQUIRES(m_DataLock, m_EventsLock);
+    /// Puts events at the end of the queue: all of them, or none when memory runs out.
+    void QueueEvents(std::vector<PI::CEvent>& events) TARNIS_REQUIRES(m_EventsLock);
     /// Links plug-in and adapters anew: an adapter comes out of a scan without a parent.
     void LinkAdapters() TARNIS_REQUIRES(m_DataLock);
 

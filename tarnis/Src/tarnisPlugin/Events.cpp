@@ -1,10 +1,19 @@
-// Delivery of the event queue.
+// The event queue and its delivery.
 #include "tarnis/Src/tarnis/Instance.h"
 #include "tarnis/Src/tarnis/Locks.h"
 #include "tarnis/Src/tarnis/Trace.h"
 
+#include <iterator>
+
 namespace NAMESPACE_tarnis
 {
+
+void IPLUGINAPI_IMPL::QueueEvents(std::vector<PI::CEvent>& events)
+{
+    m_Events.reserve(m_Events.size() + events.size());
+    m_Events.insert(m_Events.end(), std::make_move_iterator(events.begin()),
+                    std::make_move_iterator(events.end()));
+}
 
 // The wait can fail, and the lock is then not held: more than the lock analysis can follow.
 PI::_ERROR_CODE IPLUGINAPI_IMPL::GetEvents(const CAHCIPlugin&, PI::COperation& operation)

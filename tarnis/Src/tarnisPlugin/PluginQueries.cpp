@@ -111,10 +111,10 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::SetPollInterval(CAHCIPlugin& plugin, const PI::
 
     // The bounds are the record's own; a minimum above the maximum leaves the maximum.
     value = std::min(std::max(value, minimum), maximum);
+    const std::string text = Formatted("%d", value);
     m_PollInterval = static_cast<std::uint32_t>(value);
     ++plugin.m_ChangeCount;
-    const PI::_ERROR_CODE result =
-        m_ConfigFile.WriteKeyValue("PollInterval", Formatted("%d", value), -1, -1);
+    const PI::_ERROR_CODE result = m_ConfigFile.WriteKeyValue("PollInterval", text, -1, -1);
     if (auto* event = m_PrivateEvent.GetControlBlock())
         event->Set();
     return result;

@@ -29,6 +29,40 @@ template <class Record> auto FindSame(std::vector<Record>& records, const Record
     return found == records.end() ? nullptr : &*found;
 }
 
+/// Raises the event of each drive that is not among the others, and gives copies of these drives.
+std::vector<CAHCIPhysicalDrive> RaiseMissing(std::vector<CAHCIPhysicalDrive>& drives,
+                                             std::vector<CAHCIPhysicalDrive>& others,
+                                             const std::vector<CAHCIAdapter>& adapters,
+                                             std::vector<PI::CEvent>& raised)
+{
+    std::vector<CAHCIPhysicalDrive> missing;
+    for (CAHCIPhysicalDrive& drive : drives)
+    {
+        if (FindSame(others, drive) != nullptr)
+            continue;
+        for (const CAHCIAdapter& adapter : adapters)
+            if (adapter.m_AdapterNumber == drive.m_AdapterNumber)
+            {
+                raised.push_back(DriveChangeEvent(drive, adapter));
+                drive.m_GlobalAdapterNumber = adapter.m_GlobalAdapterNumber;
+                missing.push_back(drive);
+            }
+    }
+    return missing;
+}
+
+/// Raises the event of a drive that turned bad.
+void RaiseFailing(CAHCIPhysicalDrive& drive, const std::vector<CAHCIAdapter>& adapters,
+                  std::vector<PI::CEvent>& raised)
+{
+    for (const CAHCIAdapter& adapter : adapters)
+        if (adapter.m_AdapterNumber == drive.m_AdapterNumber)
+        {
+            raised.push_back(DriveEvent(drive, adapter, PI::EVENT_SMART_ERROR, SeverityTrouble));
+            drive.m_GlobalAdapterNumber = adapter.m_GlobalAdapterNumber;
+        }
+}
+
 } // namespace
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateSystem(std::vector<CAHCIAdapter>& adapters,
@@ -36,8 +70,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateSystem(std::vector<CAHCIAdapter>& adapter
 {
     Trace(TRACE_FLOW, "ENTER UpdateSystem for %d adapter, %d physicalDrives", adapters.size(),
           drives.size());
-    if (adapters.size() != m_Adapters.size())
-        ++m_Plugin.m_ChangeCount;
+    const bool adaptersCameOrWent = adapters.size() != m_Adapters.size();
     for (CAHCIAdapter& adapter : adapters)
     {
         const CAHCIAdapter* old = FindSame(m_Adapters, adapter);
@@ -46,27 +79,27 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateSystem(std::vector<CAHCIAdapter>& adapter
         ++adapter.m_ChangeCount;
         adapter.m_GlobalAdapterNumber = old->m_GlobalAdapterNumber;
     }
-    m_Adapters = adapters;
 
     // The order of events in the queue: added, removed, changed.
-    const std::vector<CAHCIPhysicalDrive> added = RaiseMissing(drives, m_PhysicalDrives);
-    const std::vector<CAHCIPhysicalDrive> removed = RaiseMissing(m_PhysicalDrives, drives);
+    std::vector<PI::CEvent> raised;
+    const auto added = RaiseMissing(drives, m_PhysicalDrives, adapters, raised);
+    const auto removed = RaiseMissing(m_PhysicalDrives, drives, adapters, raised);
     for (const CAHCIPhysicalDrive& old : m_PhysicalDrives)
     {
         CAHCIPhysicalDrive* drive = FindSame(drives, old);
         if (drive == nullptr || *drive == old)
             continue;
         if (drive->m_Status == PI::VAL_AVAILABLE_SMART && old.m_Status == PI::VAL_AVAILABLE)
-            for (const CAHCIAdapter& adapter : m_Adapters)
-                if (adapter.m_AdapterNumber == drive->m_AdapterNumber)
-                {
-                    m_Events.push_back(
-                        DriveEvent(*drive, adapter, PI::EVENT_SMART_ERROR, SeverityTrouble));
-                    drive->m_GlobalAdapterNumber = adapter.m_GlobalAdapterNumber;
-                }
+            RaiseFailing(*drive, adapters, raised);
         ++drive->m_ChangeCount;
     }
-    m_PhysicalDrives = drives;
+
+    // Memory may have run out up to here, and then nothing has happened. From here on it cannot:
+    // picture and events are taken over together.
+    QueueEvents(raised);
+    m_Plugin.m_ChangeCount += adaptersCameOrWent ? 1 : 0;
+    m_Adapters.swap(adapters);
+    m_PhysicalDrives.swap(drives);
 
     UpdateObjectInDatabase(m_Plugin);
     for (const CAHCIAdapter& adapter : m_Adapters)
@@ -79,26 +112,6 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateSystem(std::vector<CAHCIAdapter>& adapter
         DeleteObjectFromDatabase(drive);
     Trace(TRACE_FLOW, "LEAVE UpdateSystem ret = %d", PI::ERR_SUCCESS);
     return PI::ERR_SUCCESS;
-}
-
-std::vector<CAHCIPhysicalDrive>
-IPLUGINAPI_IMPL::RaiseMissing(std::vector<CAHCIPhysicalDrive>& drives,
-                              std::vector<CAHCIPhysicalDrive>& others)
-{
-    std::vector<CAHCIPhysicalDrive> missing;
-    for (CAHCIPhysicalDrive& drive : drives)
-    {
-        if (FindSame(others, drive) != nullptr)
-            continue;
-        for (const CAHCIAdapter& adapter : m_Adapters)
-            if (adapter.m_AdapterNumber == drive.m_AdapterNumber)
-            {
-                m_Events.push_back(DriveChangeEvent(drive, adapter));
-                drive.m_GlobalAdapterNumber = adapter.m_GlobalAdapterNumber;
-                missing.push_back(drive);
-            }
-    }
-    return missing;
 }
 
 } // namespace NAMESPACE_tarnis

@@ -35,35 +35,30 @@ std::uint32_t IntervalMilliseconds(std::uint32_t seconds)
     return std::clamp(seconds, 1U, most) * 1000;
 }
 
-/// Holds both locks of the instance for a pass. Releases them when the pass is left by an exception
-/// or by cancellation too, so that nobody waits for a thread that is gone.
-class TARNIS_SCOPED_CAPABILITY PassLocks
+/// Holds a lock of the instance for a pass. Releases it when the pass is left by an exception or by
+/// cancellation too, so that nobody waits for a thread that is gone.
+class TARNIS_SCOPED_CAPABILITY PassLock
 {
   public:
     using Lock = ZKT::Threading::Native_OS::CFastMutex;
 
-    PassLocks(Lock& dataLock, Lock& eventsLock, const SourceLocation& where)
-        TARNIS_ACQUIRE(dataLock, eventsLock) TARNIS_NO_THREAD_SAFETY_ANALYSIS
-        : m_DataLock(dataLock),
-          m_EventsLock(eventsLock),
-          m_Where(where)
+    PassLock(Lock& lock, const char* wait, const char* release, const SourceLocation& where)
+        TARNIS_ACQUIRE(lock) TARNIS_NO_THREAD_SAFETY_ANALYSIS : m_Lock(lock),
+                                                                m_Release(release),
+                                                                m_Where(where)
     {
-        TracedStep("m_DataLock.Wait(INFINITE)", m_Where,
-                   [&] { return m_DataLock.Wait(nullptr, ZKT::Infinite); });
-        TracedStep("m_EventsLock.Wait(INFINITE)", m_Where,
-                   [&] { return m_EventsLock.Wait(nullptr, ZKT::Infinite); });
+        TracedStep(wait, m_Where, [&] { return m_Lock.Wait(nullptr, ZKT::Infinite); });
     }
-    ~PassLocks() TARNIS_RELEASE() TARNIS_NO_THREAD_SAFETY_ANALYSIS
+    ~PassLock() TARNIS_RELEASE() TARNIS_NO_THREAD_SAFETY_ANALYSIS
     {
-        TracedStep("m_EventsLock.Release ()", m_Where, [&] { m_EventsLock.Release(); });
-        TracedStep("m_DataLock.Release ()", m_Where, [&] { m_DataLock.Release(); });
+        TracedStep(m_Release, m_Where, [&] { m_Lock.Release(); });
     }
-    PassLocks(const PassLocks&) = delete;
-    PassLocks& operator=(const PassLocks&) = delete;
+    PassLock(const PassLock&) = delete;
+    PassLock& operator=(const PassLock&) = delete;
 
   private:
-    Lock& m_DataLock;
-    Lock& m_EventsLock;
+    Lock& m_Lock;
+    const char* m_Release;
     SourceLocation m_Where;
 };
 
@@ -122,14 +117,21 @@ bool IPLUGINAPI_IMPL::RunPass(std::uint64_t& lastPassTime)
     std::vector<CAHCIAdapter> newAdapters;
     std::vector<CAHCIPhysicalDrive> newDrives;
     PI::_ERROR_CODE result = PI::ERR_GENERAL;
-    std::size_t waiting = 0;
+
+    const auto where = SourceLocation::current();
+    const PassLock data(m_DataLock, "m_DataLock.Wait(INFINITE)", "m_DataLock.Release ()", where);
+    const PassLock queue(m_EventsLock, "m_EventsLock.Wait(INFINITE)", "m_EventsLock.Release ()",
+                         where);
     try
     {
-        const PassLocks locks(m_DataLock, m_EventsLock, SourceLocation::current());
         const std::uint64_t now = ZKT::Misc::now();
         if (IsReportDue(lastPassTime, now, m_SnmpTrapReportTime1, m_SnmpTrapReportTime2))
+        {
+            std::vector<PI::CEvent> standing;
             ReportConditions(m_PhysicalDrives, m_Adapters,
-                             {m_WearLevelThreshold, m_ReservedCellsThreshold}, m_Events);
+                             {m_WearLevelThreshold, m_ReservedCellsThreshold}, standing);
+            QueueEvents(standing);
+        }
         lastPassTime = now;
 
         Trace(TRACE_PROGRESS, "Before ScanSystem()");
@@ -137,19 +139,21 @@ bool IPLUGINAPI_IMPL::RunPass(std::uint64_t& lastPassTime)
         Trace(TRACE_PROGRESS, "After ScanSystem() ret = %d", result);
         if (result == PI::ERR_SUCCESS)
         {
+            for (CAHCIAdapter& adapter : newAdapters)
+                adapter.GetParents().reserve(1); // the links below shall need no memory
             Trace(TRACE_PROGRESS, "Before UpdateSystem()");
             result = UpdateSystem(newAdapters, newDrives);
             Trace(TRACE_PROGRESS, "After UpdateSystem() ret = %d", result);
             LinkAdapters();
         }
-        waiting = m_Events.size();
     }
     catch (const std::exception& error)
     {
         // Memory ran out: the old picture stands, and the next pass tries again.
+        result = PI::ERR_GENERAL;
         Trace(TRACE_FLOW, "Worker() pass given up: %s", error.what());
     }
-    return waiting != 0 || result == PI::ERR_SUCCESS;
+    return !m_Events.empty() || result == PI::ERR_SUCCESS;
 }
 
 void IPLUGINAPI_IMPL::LinkAdapters()

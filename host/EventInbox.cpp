@@ -1,0 +1,74 @@
+#include "host/EventInbox.h"
+
+#include "host/Failure.h"
+
+#include <utility>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace Host
+{
+
+EventInbox::EventInbox() : m_Descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    if (m_Descriptor < 0)
+        throw Failure(EXIT_PLUGIN, "cannot wait for events: the system gives no descriptor");
+}
+
+EventInbox::~EventInbox()
+{
+    ::close(m_Descriptor);
+}
+
+void EventInbox::Watch(PluginSession& session)
+{
+    m_Session = &session;
+    for (const PI::CObject& object : session.Topology())
+        m_Known.insert(object.m_ID);
+    session.StartWorker(this, &EventInbox::Answer);
+}
+
+std::vector<ReceivedEvent> EventInbox::Take()
+{
+    eventfd_t rings = 0;
+    ::eventfd_read(m_Descriptor, &rings);
+    const std::lock_guard guard(m_Lock);
+    if (m_Failure)
+        std::rethrow_exception(m_Failure);
+    return std::exchange(m_Events, {});
+}
+
+void EventInbox::Answer(void* inbox, IPLUGINAPI*)
+{
+    auto& self = *static_cast<EventInbox*>(inbox);
+    try
+    {
+        self.Receive();
+    }
+    catch (const std::exception&) // it belongs to the thread that prints, not to the plug-in's
+    {
+        const std::lock_guard guard(self.m_Lock);
+        self.m_Failure = std::current_exception();
+    }
+    ::eventfd_write(self.m_Descriptor, 1);
+}
+
+void EventInbox::Receive()
+{
+    for (const PI::CEvent& event : m_Session->Events())
+    {
+        // An id is never used twice: one that is known went, any other came.
+        bool present = m_Known.count(event.m_ObjectID) != 0;
+        if (event.m_EventID == PI::EVENT_PNPADD_EX)
+        {
+            present = m_Known.erase(event.m_ObjectID) == 0;
+            if (present)
+                m_Known.insert(event.m_ObjectID);
+        }
+        const std::lock_guard guard(m_Lock);
+        m_Events.push_back({event, present});
+    }
+}
+
+} // namespace Host
