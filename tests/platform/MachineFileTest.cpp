@@ -113,15 +113,15 @@ TEST(MachineFile, WrongFilesAreNamed)
     ASSERT_EQ(mkfifo(folder.File("fifo").c_str(), 0600), 0);
     folder.Write("huge", "");
     std::filesystem::resize_file(folder.File("huge"), 64 * 1024 * 1024 + 1);
-    folder.Write("513", std::string(513, 'x'));
-    folder.Write("long.json", Disk("\"identify\": \"513\""));
+    folder.Write("511", std::string(511, 'x'));
+    folder.Write("short.json", Disk("\"identify\": \"511\""));
     folder.Write("fifo.json", Disk("\"identify\": \"fifo\""));
     folder.Write("bad\n\x1b[31mname", "{");
     const std::vector<std::pair<std::string, std::string>> table = {
         {"missing", ": file: cannot be opened (No such file"},
         {"fifo", ": file: is not a regular file; "},
         {"huge", ": file: is larger than 64 MiB; make it smaller"},
-        {"long.json", ": disks[1].identify: the page file \"" + folder.File("513") + "\" has 513"},
+        {"short.json", ": disks[1].identify: the page file \"" + folder.File("511") + "\" has 511"},
         {"fifo.json",
          ": disks[1].identify: the page file \"" + folder.File("fifo") + "\" is not a"},
         {"bad\n\x1b[31mname", "bad\\x0a\\x1b[31mname: line 1, column 2: syntax error"},
