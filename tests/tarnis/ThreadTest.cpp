@@ -23,15 +23,26 @@ std::ptrdiff_t ThreadCount()
     return std::distance(begin(tasks), end(tasks));
 }
 
-/// A doorbell that sends commands from inside itself.
+/// A doorbell that sends every command from inside itself.
 struct Host
 {
     static void Ring(void* context, IPLUGINAPI* plugin)
     {
         auto& host = *static_cast<Host*>(context);
+        std::vector<PI::CObject> objects;
+        std::vector<PI::CProperty> properties;
+        std::vector<PI::COperation> operations;
+        PI::CProperty name(PI::PROP_NAME, false);
         PI::COperation collect(PI::OP_GET_EVENTS);
         const bool served =
-            plugin->Command(PI::COMMAND_EXECUTE_OPERATION, PluginId, &collect) == PI::ERR_SUCCESS;
+            plugin->Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects) == 0 &&
+            plugin->Command(PI::COMMAND_GET_PROPERTIES, AdapterId, &properties) == 0 &&
+            plugin->Command(PI::COMMAND_GET_PROPERTY, PluginId, &name) == 0 &&
+            plugin->Command(PI::COMMAND_SET_PROPERTY, PluginId, &name) ==
+                PI::ERR_INVALID_PROPERTY && // setting the interval would ring again, and again
+            plugin->Command(PI::COMMAND_GET_OPERATIONS, PluginId, &operations) == 0 &&
+            plugin->Command(PI::COMMAND_CHECK_OPERATION, AdapterId, &collect) == 0 &&
+            plugin->Command(PI::COMMAND_EXECUTE_OPERATION, PluginId, &collect) == 0;
         const std::lock_guard guard(host.lock);
         host.rings += served;
         host.rung.notify_all();
