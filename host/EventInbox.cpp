@@ -21,11 +21,15 @@ EventInbox::~EventInbox()
     ::close(m_Descriptor);
 }
 
-void EventInbox::Watch(PluginSession& session)
+void EventInbox::Watch(PluginSession& session, const Objects& objects)
 {
     m_Session = &session;
-    for (const PI::CObject& object : session.Topology())
+    for (const PI::CObject& object : objects)
+    {
         m_Known.insert(object.m_ID);
+        if (object.m_Type == PI::OBJECT_PLUGIN)
+            m_PluginId = object.m_ID;
+    }
     session.StartWorker(this, &EventInbox::Answer);
 }
 
@@ -56,7 +60,7 @@ void EventInbox::Answer(void* inbox, IPLUGINAPI*)
 
 void EventInbox::Receive()
 {
-    for (const PI::CEvent& event : m_Session->Events())
+    for (const PI::CEvent& event : m_Session->Events(m_PluginId))
     {
         // An id is never used twice: one that is known went, any other came.
         bool present = m_Known.count(event.m_ObjectID) != 0;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/PluginSession.h"
+#include "host/Topology.h"
 
 #include <cstdint>
 #include <exception>
@@ -30,8 +31,10 @@ class EventInbox
     EventInbox(const EventInbox&) = delete;
     EventInbox& operator=(const EventInbox&) = delete;
 
-    /// Starts the session's worker, which rings here from then on. @throws Failure
-    void Watch(PluginSession& session);
+    /// Starts the session's worker, which rings here from then on.
+    /// @param objects  what the session tells before that
+    /// @throws Failure
+    void Watch(PluginSession& session, const Objects& objects);
 
     /// What has come since the last call. @throws what went wrong at a doorbell
     std::vector<ReceivedEvent> Take();
@@ -45,6 +48,7 @@ class EventInbox
 
     int m_Descriptor;
     PluginSession* m_Session = nullptr;
+    std::uint64_t m_PluginId = 0;
     std::set<std::uint64_t> m_Known; ///< objects that are there; the worker's alone after the start
     std::mutex m_Lock;
     std::vector<ReceivedEvent> m_Events;

@@ -7,7 +7,6 @@
 #include "host/Text.h"
 #include "host/Topology.h"
 
-#include <algorithm>
 #include <cstdio>
 
 namespace
@@ -53,9 +52,7 @@ std::string EventLine(const PI::CEvent& event, bool present)
     line += TimeText(event.m_Time) + "  " + What(event, present) + ": ";
     if (!event.GetPlaceHolder2().empty())
         line += "disk" + Printable(event.GetPlaceHolder2()) + "  ";
-    // A drive whose model has no vendor word has a blank in its place.
-    const std::string source = event.GetSource();
-    line += Printable(source.substr(std::min(source.find_first_not_of(' '), source.size())));
+    line += Printable(WithoutLeadingBlanks(event.GetSource()));
     if (!event.GetPlaceHolder4().empty())
         line += ", serial " + Printable(event.GetPlaceHolder4());
     if (!event.GetPlaceHolder3().empty())
@@ -77,7 +74,7 @@ std::string EventJson(const PI::CEvent& event, bool present)
           event.GetPlaceHolder4()}},
         {"present", present},
     };
-    return json.dump(-1, ' ', true, Json::error_handler_t::replace);
+    return JsonLine(json);
 }
 
 } // namespace Host

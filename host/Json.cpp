@@ -69,9 +69,9 @@ Json ObjectJson(const PI::CObject& object)
 
 // In ASCII, because the output may well end on a terminal: a drive's text then cannot hold a
 // control character in any disguise.
-std::string Dump(const Json& json)
+std::string Dump(const Json& json, int indent = 2)
 {
-    return json.dump(2, ' ', true, Json::error_handler_t::replace);
+    return json.dump(indent, ' ', true, Json::error_handler_t::replace);
 }
 
 } // namespace
@@ -99,6 +99,12 @@ Json PropertyJson(const PI::CProperty& property)
 std::string JsonText(const Json& json)
 {
     return Dump(json) + "\n";
+}
+
+std::string JsonLine(const Json& json)
+{
+    constexpr int onOneLine = -1;
+    return Dump(json, onOneLine);
 }
 
 void WriteTopologyJson(const Objects& objects, const std::function<void(std::string_view)>& write)

@@ -157,9 +157,6 @@ std::int32_t PluginSession::SetProperty(std::uint64_t objectId, const PI::CPrope
 
 void PluginSession::StartWorker(void* context, HostCallback callback)
 {
-    for (const PI::CObject& object : Topology())
-        if (object.m_Type == PI::OBJECT_PLUGIN)
-            m_PluginId = object.m_ID;
     m_Instance->m_HostContext = context;
     m_Instance->m_HostCallback = callback;
     // This host has no other plug-in, so that an adapter keeps its own number.
@@ -171,11 +168,11 @@ void PluginSession::StartWorker(void* context, HostCallback callback)
         throw Failure(EXIT_PLUGIN, "the plug-in does not start to watch: " + CodeText(code));
 }
 
-std::vector<PI::CEvent> PluginSession::Events()
+std::vector<PI::CEvent> PluginSession::Events(std::uint64_t pluginId)
 {
     PI::COperation collect(PI::OP_GET_EVENTS);
     const std::int32_t code =
-        m_Instance->Command(PI::COMMAND_EXECUTE_OPERATION, m_PluginId, &collect);
+        m_Instance->Command(PI::COMMAND_EXECUTE_OPERATION, pluginId, &collect);
     if (code != PI::ERR_SUCCESS)
         throw Failure(EXIT_PLUGIN, "the plug-in does not give its events: " + CodeText(code));
     return std::move(collect.m_Events);

@@ -35,8 +35,8 @@ class PluginSession
     /// @throws Failure
     void StartWorker(void* context, HostCallback callback);
 
-    /// Takes what waits in the event queue; behind StartWorker. @throws Failure
-    std::vector<PI::CEvent> Events();
+    /// Takes what waits in the event queue of the plug-in object. @throws Failure
+    std::vector<PI::CEvent> Events(std::uint64_t pluginId);
 
   private:
     class Library
@@ -84,7 +84,6 @@ class PluginSession
     Library m_Library;
     Instance m_Instance;
     Started m_Started;
-    std::uint64_t m_PluginId = 0;
 };
 
 } // namespace Host

@@ -45,9 +45,8 @@ std::string Shown(const PI::CObject& object, PI::_PROPERTY_ID id)
 // As above, without the blank that a name begins with when its vendor is missing.
 std::string ShownName(const PI::CObject& object)
 {
-    const std::string name = Shown(object, PI::PROP_NAME);
-    const std::size_t start = name.find_first_not_of(' ');
-    return start == std::string::npos ? "-" : name.substr(start);
+    const std::string name = Host::WithoutLeadingBlanks(Shown(object, PI::PROP_NAME));
+    return name.empty() ? "-" : name;
 }
 
 // A few words; the number of the others where there are many.

@@ -168,6 +168,11 @@ std::string Wrapped(std::string_view printable, std::size_t columns, std::string
     return text;
 }
 
+std::string WithoutLeadingBlanks(const std::string& text)
+{
+    return text.substr(std::min(text.find_first_not_of(' '), text.size()));
+}
+
 std::string PadRight(const std::string& printable, std::size_t columns)
 {
     const std::size_t width = DisplayWidth(printable);

@@ -23,6 +23,9 @@ std::string Shorten(const std::string& printable, std::size_t columns);
 /// the indent. A word that is too long for any line is left whole.
 std::string Wrapped(std::string_view printable, std::size_t columns, std::string_view indent);
 
+/// Without the blanks at its beginning, such as a drive's name has whose vendor is missing.
+std::string WithoutLeadingBlanks(const std::string& text);
+
 std::string PadRight(const std::string& printable, std::size_t columns);
 std::string PadLeft(const std::string& printable, std::size_t columns);
 

@@ -74,10 +74,11 @@ void Watch(const Options& options, Output& output)
         FailWithoutReader();
     EventInbox inbox;
     PluginSession session(options.plugin);
+    const Objects objects = session.Topology();
     if (!options.json)
-        TellStart(session.Topology());
+        TellStart(objects);
     const Wakeup wakeup(inbox.Descriptor(), output.Descriptor(), options.watchSeconds);
-    inbox.Watch(session);
+    inbox.Watch(session, objects);
     for (;;)
         switch (wakeup.WaitForInbox())
         {

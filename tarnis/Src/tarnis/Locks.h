@@ -12,23 +12,16 @@ namespace NAMESPACE_tarnis
 /// Runs one step of a lock between "Before ..." and "After ...".
 template <class Step> auto TracedStep(const char* name, const SourceLocation& where, Step step)
 {
-    struct After
-    {
-        const char* name;
-        const SourceLocation& where;
-        void operator()() const { Trace(TRACE_LOCK, {"After %s", where}, name); }
-    };
-
     Trace(TRACE_LOCK, {"Before %s", where}, name);
     if constexpr (std::is_void_v<decltype(step())>)
     {
         step();
-        After{name, where}();
+        Trace(TRACE_LOCK, {"After %s", where}, name);
     }
     else
     {
         const auto result = step();
-        After{name, where}();
+        Trace(TRACE_LOCK, {"After %s", where}, name);
         return result;
     }
 }
@@ -51,6 +44,40 @@ class TARNIS_SCOPED_CAPABILITY DataGuard
 
   private:
     ZKT::Threading::CSyncGuard m_Guard;
+};
+
+/// Holds a lock for a scope, its steps traced under names of their own. Releases it when the scope
+/// is left by an exception or by cancellation too, so that nobody waits for a thread that is gone.
+class TARNIS_SCOPED_CAPABILITY TracedLock
+{
+  public:
+    using Lock = ZKT::Threading::Native_OS::CFastMutex;
+
+    TracedLock(Lock& lock, const char* wait, const char* release,
+               const SourceLocation& where = SourceLocation::current())
+        TARNIS_ACQUIRE(lock) TARNIS_NO_THREAD_SAFETY_ANALYSIS : m_Lock(lock),
+                                                                m_Release(release),
+                                                                m_Where(where)
+    {
+        m_Held = TracedStep(wait, m_Where, [&] { return m_Lock.Wait(nullptr, ZKT::Infinite); }) ==
+                 ZKT::RESULT_SUCCESS;
+    }
+    ~TracedLock() TARNIS_RELEASE() TARNIS_NO_THREAD_SAFETY_ANALYSIS
+    {
+        if (m_Held)
+            TracedStep(m_Release, m_Where, [&] { m_Lock.Release(); });
+    }
+    TracedLock(const TracedLock&) = delete;
+    TracedLock& operator=(const TracedLock&) = delete;
+
+    /// False when the wait failed: there is no lock before Initialize.
+    bool IsHeld() const { return m_Held; }
+
+  private:
+    Lock& m_Lock;
+    const char* m_Release;
+    SourceLocation m_Where;
+    bool m_Held;
 };
 
 } // namespace NAMESPACE_tarnis

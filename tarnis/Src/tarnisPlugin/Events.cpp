@@ -15,30 +15,16 @@ void IPLUGINAPI_IMPL::QueueEvents(std::vector<PI::CEvent>& events)
                     std::make_move_iterator(events.end()));
 }
 
-// The wait can fail, and the lock is then not held: more than the lock analysis can follow.
 PI::_ERROR_CODE IPLUGINAPI_IMPL::GetEvents(const CAHCIPlugin&, PI::COperation& operation)
-    TARNIS_NO_THREAD_SAFETY_ANALYSIS
 {
     Trace(TRACE_FLOW, "ENTER GetEvents()");
     operation.m_Events.clear();
-    const std::uint32_t taken =
-        TracedStep("m_EventsLock.Wait(INFINITE)", SourceLocation::current(),
-                   [this] { return m_EventsLock.Wait(nullptr, ZKT::Infinite); });
-    if (taken != ZKT::RESULT_SUCCESS)
-        return PI::ERR_SUCCESS;
-
-    // The queue is copied before it is emptied: when memory runs out nothing is lost.
-    struct Release
     {
-        ZKT::Threading::Native_OS::CFastMutex& lock;
-        SourceLocation where;
-        ~Release()
-        {
-            TracedStep("m_EventsLock.Release()", where, [this] { lock.Release(); });
-        }
-    };
-    {
-        const Release release{m_EventsLock, SourceLocation::current()};
+        const TracedLock queue(m_EventsLock, "m_EventsLock.Wait(INFINITE)",
+                               "m_EventsLock.Release()");
+        if (!queue.IsHeld())
+            return PI::ERR_SUCCESS;
+        // Copied before it is emptied: when memory runs out nothing is lost.
         operation.SetEvents(m_Events);
         m_Events.clear();
     }

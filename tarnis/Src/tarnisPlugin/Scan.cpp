@@ -8,8 +8,8 @@
 #include "tarnis/Src/tarnisPlugin/Discovery.h"
 #include "tarnis/Src/tarnisPlugin/DriveCommands.h"
 #include "tarnis/Src/tarnisPlugin/Health.h"
+#include "tarnis/Src/tarnisPlugin/Identity.h"
 
-#include <algorithm>
 #include <optional>
 
 namespace NAMESPACE_tarnis
@@ -61,15 +61,14 @@ bool HasPartitions(const std::string& osDevice)
     return !partitions.empty();
 }
 
-/// Takes id and change count of the old record that the predicate finds.
-template <class Record, class SameObject>
-bool InheritIdentity(const std::vector<Record>& old, PI::CObject& record, SameObject isSame)
+/// Takes id and change count of the record that the object has in the last picture.
+template <class Record> bool InheritIdentity(const std::vector<Record>& last, Record& record)
 {
-    const auto found = std::find_if(old.begin(), old.end(), isSame);
-    if (found == old.end())
+    const Record* old = FindSame(last, record);
+    if (old == nullptr)
         return false;
-    record.SetID(found->GetID());
-    record.SetChangeCount(found->GetChangeCount());
+    record.SetID(old->GetID());
+    record.SetChangeCount(old->GetChangeCount());
     return true;
 }
 
@@ -86,9 +85,7 @@ CAHCIAdapter IPLUGINAPI_IMPL::MakeAdapter(bool firstScan)
     const PI::CAdapterID* hostID = FindAdapterID(adapter);
     adapter.m_Name = AdapterName(adapter.m_Product, hostID ? hostID->m_GlobalAdapterID : 0);
 
-    const auto isSame = [&](const CAHCIAdapter& old)
-    { return old.m_AdapterNumber == adapter.m_AdapterNumber; };
-    if (firstScan || !InheritIdentity(m_Adapters, adapter, isSame))
+    if (firstScan || !InheritIdentity(m_Adapters, adapter))
         adapter.SetID(NextObjectId());
     adapter.m_DriverName = m_DriverName;
     adapter.m_DriverVersion = m_DriverVersion;
@@ -117,14 +114,9 @@ bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan
                                  adapter.m_PciDevice, adapter.m_PciFunction, drive.m_DeviceNumber);
     drive.m_Name = Formatted("%s %s (%d)", drive.m_Vendor, drive.m_Product, drive.m_DeviceNumber);
 
-    const auto isSame = [&](const CAHCIPhysicalDrive& old)
-    {
-        return old.m_AdapterNumber == drive.m_AdapterNumber &&
-               old.m_DeviceNumber == drive.m_DeviceNumber;
-    };
     if (firstScan)
         drive.SetID(NextObjectId());
-    else if (!InheritIdentity(m_PhysicalDrives, drive, isSame))
+    else if (!InheritIdentity(m_PhysicalDrives, drive))
     {
         Trace(TRACE_FLOW, "The drive is not found yet!");
         drive.SetID(NextObjectId());

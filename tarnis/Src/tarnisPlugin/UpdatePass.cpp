@@ -3,31 +3,12 @@
 #include "tarnis/Src/tarnis/Instance.h"
 #include "tarnis/Src/tarnis/Trace.h"
 #include "tarnis/Src/tarnisPlugin/DriveEvents.h"
-
-#include <algorithm>
+#include "tarnis/Src/tarnisPlugin/Identity.h"
 
 namespace NAMESPACE_tarnis
 {
 namespace
 {
-
-bool IsSame(const CAHCIAdapter& a, const CAHCIAdapter& b)
-{
-    return a.m_AdapterNumber == b.m_AdapterNumber;
-}
-
-bool IsSame(const CAHCIPhysicalDrive& a, const CAHCIPhysicalDrive& b)
-{
-    return a.m_AdapterNumber == b.m_AdapterNumber && a.m_DeviceNumber == b.m_DeviceNumber;
-}
-
-/// The first record of the same object, or null.
-template <class Record> auto FindSame(std::vector<Record>& records, const Record& wanted)
-{
-    const auto found = std::find_if(records.begin(), records.end(),
-                                    [&](const Record& record) { return IsSame(record, wanted); });
-    return found == records.end() ? nullptr : &*found;
-}
 
 /// Raises the event of each drive that is not among the others, and gives copies of these drives.
 std::vector<CAHCIPhysicalDrive> RaiseMissing(std::vector<CAHCIPhysicalDrive>& drives,

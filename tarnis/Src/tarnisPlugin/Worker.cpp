@@ -35,33 +35,6 @@ std::uint32_t IntervalMilliseconds(std::uint32_t seconds)
     return std::clamp(seconds, 1U, most) * 1000;
 }
 
-/// Holds a lock of the instance for a pass. Releases it when the pass is left by an exception or by
-/// cancellation too, so that nobody waits for a thread that is gone.
-class TARNIS_SCOPED_CAPABILITY PassLock
-{
-  public:
-    using Lock = ZKT::Threading::Native_OS::CFastMutex;
-
-    PassLock(Lock& lock, const char* wait, const char* release, const SourceLocation& where)
-        TARNIS_ACQUIRE(lock) TARNIS_NO_THREAD_SAFETY_ANALYSIS : m_Lock(lock),
-                                                                m_Release(release),
-                                                                m_Where(where)
-    {
-        TracedStep(wait, m_Where, [&] { return m_Lock.Wait(nullptr, ZKT::Infinite); });
-    }
-    ~PassLock() TARNIS_RELEASE() TARNIS_NO_THREAD_SAFETY_ANALYSIS
-    {
-        TracedStep(m_Release, m_Where, [&] { m_Lock.Release(); });
-    }
-    PassLock(const PassLock&) = delete;
-    PassLock& operator=(const PassLock&) = delete;
-
-  private:
-    Lock& m_Lock;
-    const char* m_Release;
-    SourceLocation m_Where;
-};
-
 } // namespace
 
 void IPLUGINAPI_IMPL::Worker()
@@ -118,10 +91,8 @@ bool IPLUGINAPI_IMPL::RunPass(std::uint64_t& lastPassTime)
     std::vector<CAHCIPhysicalDrive> newDrives;
     PI::_ERROR_CODE result = PI::ERR_GENERAL;
 
-    const auto where = SourceLocation::current();
-    const PassLock data(m_DataLock, "m_DataLock.Wait(INFINITE)", "m_DataLock.Release ()", where);
-    const PassLock queue(m_EventsLock, "m_EventsLock.Wait(INFINITE)", "m_EventsLock.Release ()",
-                         where);
+    const TracedLock data(m_DataLock, "m_DataLock.Wait(INFINITE)", "m_DataLock.Release ()");
+    const TracedLock queue(m_EventsLock, "m_EventsLock.Wait(INFINITE)", "m_EventsLock.Release ()");
     try
     {
         const std::uint64_t now = ZKT::Misc::now();
