@@ -1,4 +1,6 @@
-// zelStore: the database that host and plug-ins share. Namespace DatabaseORM.
+// The shared database, all of it.
 #pragma once
 
+#include "contracts/zelStore/DatabaseDAO.h"
+#include "contracts/zelStore/Exception.h"
 #include "contracts/zelStore/Storage.h"

@@ -7,11 +7,14 @@
 namespace DatabaseORM
 {
 
-/// The storage object of the shared database. Not defined yet: no database is opened so far.
+/// The storage object of the shared database: maps, tables and the way to the connection
+/// (database/Storage.h).
 class storage_t;
 
-/// The process's storage object, shared by all who ask. Null while there is no database, and then
-/// nothing is stored.
+/// A storage object for the caller, with all maps and tables in place. All objects of a process
+/// share one connection, which any thread may use at any time; one object is used by one thread at
+/// a time. The file is opened by the first statement, so that the call itself touches no disk. It
+/// never gives null. Which file it is, the environment says at the call: TARNIS_DATABASE.
 ZELSTORE_API std::shared_ptr<storage_t> getDatabasePointer();
 
 } // namespace DatabaseORM

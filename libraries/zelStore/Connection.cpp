@@ -1,0 +1,235 @@
+#include "libraries/zelStore/Connection.h"
+
+#include "contracts/zelKit/Thread.h"
+#include "contracts/zelStore/Exception.h"
+#include "libraries/zelStore/Location.h"
+#include "libraries/zelStore/OpenDatabase.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace DatabaseWrapper::Internals
+{
+namespace
+{
+
+// Texts lie in the statement that query was given, and are not copied. Nothing reads them after the
+// statement was reset: it is not run again before all its values are bound anew.
+struct Binder
+{
+    sqlite3_stmt* statement;
+    int place;
+
+    int operator()(std::nullptr_t) const { return sqlite3_bind_null(statement, place); }
+    int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, place, value); }
+    int operator()(double value) const { return sqlite3_bind_double(statement, place, value); }
+    int operator()(std::string_view text) const
+    {
+        return sqlite3_bind_text64(statement, place, text.data(), text.size(), SQLITE_STATIC,
+                                   SQLITE_UTF8);
+    }
+    // As a text, a column for integers would round it to a real.
+    int operator()(Digits digits) const
+    {
+        return sqlite3_bind_blob64(statement, place, digits.text.data(), digits.text.size(),
+                                   SQLITE_STATIC);
+    }
+};
+
+template <class Number> void AppendNumber(std::vector<std::string>& cells, Number number)
+{
+    std::array<char, 32> text;
+    const auto result = std::to_chars(text.data(), text.data() + text.size(), number);
+    cells.emplace_back(text.data(), result.ptr);
+}
+
+void AppendCell(std::vector<std::string>& cells, sqlite3_stmt* statement, int column)
+{
+    switch (sqlite3_column_type(statement, column))
+    {
+    case SQLITE_NULL:
+        cells.emplace_back("NULL");
+        return;
+    case SQLITE_INTEGER:
+        AppendNumber(cells, sqlite3_column_int64(statement, column));
+        return;
+    case SQLITE_FLOAT:
+        AppendNumber(cells, sqlite3_column_double(statement, column));
+        return;
+    default: // the bytes of a text, as those of a blob
+        const void* bytes = sqlite3_column_blob(statement, column);
+        cells.emplace_back(static_cast<const char*>(bytes),
+                           static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
+    }
+}
+
+/// Ends a statement's run, and with it its locks.
+struct RunEnd
+{
+    sqlite3_stmt* statement;
+
+    explicit RunEnd(sqlite3_stmt* running) : statement(running) {}
+    ~RunEnd() { sqlite3_reset(statement); }
+    RunEnd(const RunEnd&) = delete;
+    RunEnd& operator=(const RunEnd&) = delete;
+};
+
+} // namespace
+
+Connection::Connection(std::string path, std::vector<Definition> definitions)
+    : m_Path(std::move(path)), m_Definitions(std::move(definitions))
+{
+}
+
+Connection::~Connection()
+{
+    const ZKT::Threading::CCancellationShield shield;
+    Close();
+}
+
+std::vector<std::string> Connection::query(std::string statement)
+{
+    const ZKT::Threading::CCancellationShield shield;
+    const std::lock_guard lock(m_Mutex);
+    try
+    {
+        m_Reader.Read(statement);
+        Provide();
+        return CarryOut();
+    }
+    catch (const Failure& failure)
+    {
+        AfterFailure(failure.code);
+        throw DBEXCEPTION::DatabaseException(Told(failure.text));
+    }
+}
+
+void Connection::Provide()
+{
+    if (m_Path.empty())
+        throw Failure{SQLITE_MISUSE, "no place for the database: name a file in TARNIS_DATABASE"};
+    m_IsWriting = false;
+    if (m_Database && HasMoved(m_Database.get()))
+    {
+        LeaveMovedFile(m_Database.get(), m_Log);
+        Close();
+    }
+    else if (m_Database && sqlite3_db_readonly(m_Database.get(), "main") == 1)
+        Close(); // perhaps it may be written by now
+    if (m_Database)
+        return;
+    m_Database = OpenDatabase(m_Path, m_Definitions,
+                              m_Blocked == Blocked::Nothing ? patience : shortPatience);
+    m_Log = LogOf(m_Database.get());
+}
+
+void Connection::Close()
+{
+    m_Prepared.Clear();
+    m_Database.reset();
+}
+
+Connection::Cells Connection::CarryOut()
+{
+    Cells cells;
+    for (const StatementPart& part : m_Reader.Parts())
+        if (part.kind == StatementKind::Rows)
+            RunRows(part.text, cells);
+        else
+            RunAsItStands(part, cells);
+    return cells;
+}
+
+void Connection::RunRows(std::string_view text, Cells& cells)
+{
+    const std::vector<Literal>& values = m_Reader.Literals();
+    sqlite3_stmt* statement = m_Prepared.Get(m_Database.get(), text, values.size());
+    Binder binder{statement, 0};
+    for (const Literal& value : values)
+    {
+        ++binder.place;
+        Check(m_Database.get(), std::visit(binder, value));
+    }
+    Run(statement, cells);
+}
+
+void Connection::RunAsItStands(const StatementPart& part, Cells& cells)
+{
+    if (part.text == "PRAGMA foreign_keys = ON")
+    {
+        int enforced = 0;
+        sqlite3_db_config(m_Database.get(), SQLITE_DBCONFIG_ENABLE_FKEY, -1, &enforced);
+        if (enforced != 0)
+            return;
+    }
+    const StatementHandle statement = Prepare(m_Database.get(), part.text);
+    if (statement)
+        Run(statement.get(), cells);
+    if (sqlite3_get_autocommit(m_Database.get()) == 0)
+    {
+        Execute(m_Database.get(), "ROLLBACK");
+        throw Failure{SQLITE_MISUSE,
+                      "statement refused: each statement is a transaction of its own"};
+    }
+}
+
+void Connection::Run(sqlite3_stmt* statement, Cells& cells)
+{
+    m_IsWriting = sqlite3_stmt_readonly(statement) == 0;
+    const RunEnd end(statement);
+    int result = sqlite3_step(statement);
+    const int columns = sqlite3_column_count(statement);
+    if (result == SQLITE_ROW)
+        cells.reserve(cells.size() + static_cast<std::size_t>(columns));
+    for (; result == SQLITE_ROW; result = sqlite3_step(statement))
+        for (int column = 0; column < columns; ++column)
+            AppendCell(cells, statement, column);
+    if (result != SQLITE_DONE)
+        Fail(m_Database.get(), result);
+    // That a row could be read tells nothing of a lock against writing.
+    if (m_Blocked == Blocked::Reading || (m_Blocked == Blocked::Writing && m_IsWriting))
+        SetBlocked(Blocked::Nothing);
+}
+
+void Connection::SetBlocked(Blocked blocked)
+{
+    m_Blocked = blocked;
+    if (m_Database)
+        sqlite3_busy_timeout(m_Database.get(),
+                             blocked == Blocked::Nothing ? patience : shortPatience);
+}
+
+void Connection::AfterFailure(int code)
+{
+    switch (code)
+    {
+    case SQLITE_BUSY:
+        SetBlocked(m_IsWriting ? Blocked::Writing : Blocked::Reading);
+        break;
+    case SQLITE_ERROR: // perhaps the tables are no longer those that were checked
+    case SQLITE_READONLY:
+    case SQLITE_IOERR:
+    case SQLITE_CORRUPT:
+    case SQLITE_CANTOPEN:
+    case SQLITE_NOTADB:
+        // The file may be sound again by the next statement. One that went is put back first, and
+        // what is in memory is all there is.
+        if (m_Database && m_Path != inMemory && !HasMoved(m_Database.get()))
+            Close();
+        break;
+    default:
+        break;
+    }
+}
+
+std::string Connection::Told(const std::string& text) const
+{
+    std::string told = m_Path.empty() ? text : text + " (" + m_Path + ")";
+    std::replace_if(
+        told.begin(), told.end(),
+        [](char letter) { return static_cast<unsigned char>(letter) < ' '; }, ' ');
+    return told;
+}
+
+} // namespace DatabaseWrapper::Internals

@@ -1,0 +1,70 @@
+// The process's connection to the shared database.
+#pragma once
+
+#include "contracts/zelStore/DatabaseDAO.h"
+#include "libraries/zelStore/MovedFile.h"
+#include "libraries/zelStore/PreparedStatements.h"
+#include "libraries/zelStore/Sqlite.h"
+#include "libraries/zelStore/StatementReader.h"
+#include "libraries/zelStore/TableDefinitions.h"
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace DatabaseWrapper::Internals
+{
+
+/// Opens the file at the first statement. When the file was removed, replaced, or gave trouble, the
+/// next statement opens it anew.
+class Connection final : public DatabaseDAO
+{
+  public:
+    /// How long a statement waits for other processes, in milliseconds.
+    static constexpr int patience = 2000;
+    /// How long when the statement before it waited in vain: a pass over many rows must not take
+    /// seconds for each.
+    static constexpr int shortPatience = 50;
+
+    /// @param path  absolute, or inMemory; empty: every statement is refused
+    Connection(std::string path, std::vector<Definition> definitions);
+    ~Connection() override;
+
+    /// Any thread; not cancelled meanwhile. Waits for other processes, see above.
+    /// @throws DBEXCEPTION::DatabaseException, std::bad_alloc
+    std::vector<std::string> query(std::string statement) override;
+
+  private:
+    using Cells = std::vector<std::string>;
+
+    /// What a statement is called that waited in vain, until one like it comes through.
+    enum class Blocked
+    {
+        Nothing,
+        Reading, ///< then everything is
+        Writing,
+    };
+
+    void Provide();
+    void Close();
+    Cells CarryOut();
+    void RunRows(std::string_view text, Cells& cells);
+    void RunAsItStands(const StatementPart& part, Cells& cells);
+    void Run(sqlite3_stmt* statement, Cells& cells);
+    void SetBlocked(Blocked blocked);
+    void AfterFailure(int code);
+    std::string Told(const std::string& text) const;
+
+    const std::string m_Path;
+    const std::vector<Definition> m_Definitions;
+
+    std::mutex m_Mutex; ///< guards all below
+    StatementReader m_Reader;
+    DatabaseHandle m_Database; ///< null: to be opened
+    FileIdentity m_Log;        ///< that of m_Database
+    PreparedStatements m_Prepared;
+    Blocked m_Blocked = Blocked::Nothing;
+    bool m_IsWriting = false; ///< the statement being carried out changes something
+};
+
+} // namespace DatabaseWrapper::Internals

@@ -1,0 +1,101 @@
+#include "libraries/zelStore/OurDatabase.h"
+
+#include <map>
+#include <string>
+
+namespace DatabaseWrapper::Internals
+{
+namespace
+{
+
+constexpr std::int64_t applicationId = 0x54524E53; // "TRNS"
+constexpr std::int64_t schemaVersion = 1;
+constexpr const char* remedy = "; move it away or name another file in TARNIS_DATABASE";
+
+enum class State
+{
+    Empty,
+    Outdated, ///< a view or an index differs
+    Ready,
+};
+
+/// The SQL of everything in the file, by name.
+std::map<std::string, std::string> ReadContents(sqlite3* database)
+{
+    std::map<std::string, std::string> contents;
+    const StatementHandle reader = Prepare(database, "SELECT name, sql FROM sqlite_master");
+    int result;
+    while ((result = sqlite3_step(reader.get())) == SQLITE_ROW)
+    {
+        const auto text = [&reader](int column) -> std::string
+        {
+            const void* bytes = sqlite3_column_blob(reader.get(), column);
+            return {static_cast<const char*>(bytes),
+                    static_cast<std::size_t>(sqlite3_column_bytes(reader.get(), column))};
+        };
+        contents.emplace(text(0), text(1));
+    }
+    if (result != SQLITE_DONE)
+        Fail(database, result);
+    return contents;
+}
+
+/// To be called within a transaction, so that another process's changes come whole.
+State Examine(sqlite3* database, const std::vector<Definition>& definitions)
+{
+    const std::int64_t application = ReadNumber(database, "PRAGMA application_id");
+    const std::int64_t version = ReadNumber(database, "PRAGMA user_version");
+    auto contents = ReadContents(database);
+    if (application == 0 && version == 0 && contents.empty())
+        return State::Empty;
+    if (application != applicationId)
+        throw Failure{SQLITE_NOTADB, std::string("a database of another program") + remedy};
+    if (version != schemaVersion)
+        throw Failure{SQLITE_NOTADB, "a database of version " + std::to_string(version) +
+                                         ", where this program has version " +
+                                         std::to_string(schemaVersion) + remedy};
+    State state = State::Ready;
+    for (const Definition& definition : definitions)
+        if (contents[definition.name] != definition.sql)
+        {
+            if (definition.holdsRows)
+                throw Failure{SQLITE_NOTADB,
+                              "the table " + definition.name + " was changed" + remedy};
+            state = State::Outdated;
+        }
+    return state;
+}
+
+} // namespace
+
+void AdoptDatabase(sqlite3* database, const std::vector<Definition>& definitions)
+{
+    State state;
+    {
+        const Transaction reading(database, "BEGIN");
+        state = Examine(database, definitions);
+    }
+    if (state == State::Ready ||
+        (state == State::Outdated && sqlite3_db_readonly(database, "main") == 1))
+        return;
+
+    Transaction writing(database, "BEGIN IMMEDIATE");
+    // Another process may have been first.
+    state = Examine(database, definitions);
+    for (const Definition& definition : definitions)
+    {
+        if (state == State::Outdated && !definition.holdsRows)
+            Execute(
+                database,
+                (std::string("DROP ") + definition.type + " IF EXISTS " + definition.name).c_str());
+        if (state == State::Empty || (state == State::Outdated && !definition.holdsRows))
+            Execute(database, definition.sql.c_str());
+    }
+    if (state == State::Empty)
+        Execute(database, ("PRAGMA application_id = " + std::to_string(applicationId) +
+                           "; PRAGMA user_version = " + std::to_string(schemaVersion))
+                              .c_str());
+    writing.Commit();
+}
+
+} // namespace DatabaseWrapper::Internals

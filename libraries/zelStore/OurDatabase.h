@@ -1,0 +1,19 @@
+// Whether an open database is ours, and its tables.
+#pragma once
+
+#include "libraries/zelStore/Sqlite.h"
+#include "libraries/zelStore/TableDefinitions.h"
+
+#include <vector>
+
+namespace DatabaseWrapper::Internals
+{
+
+/// Checks that the database holds our tables as they are defined. An empty one gets them, and views
+/// and indexes that differ are made anew, each in one transaction: whoever else opens the file, or
+/// when this process ends, all of it is there or nothing. A read-only database is only checked.
+/// @throws Failure for a database of another program, another version or with changed tables;
+///         nothing was written then
+void AdoptDatabase(sqlite3* database, const std::vector<Definition>& definitions);
+
+} // namespace DatabaseWrapper::Internals
