@@ -12,6 +12,7 @@
 #include "contracts/zelKitEx.h"
 #include "contracts/zelPlug.h"
 #include "contracts/zelStore.h"
+#include "tarnis/Src/tarnis/RowOperation.h"
 #include "tarnis/Src/tarnis/SourceLocation.h"
 #include "tarnis/Src/tarnisAdapter/Adapter.h"
 #include "tarnis/Src/tarnisPhysicalDrive/PhysicalDrive.h"
@@ -109,7 +110,14 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     const PI::CAdapterID* FindAdapterID(const CAHCIAdapter& adapter) const;
     std::uint64_t NextObjectId() TARNIS_REQUIRES(m_DataLock);
 
-    // Rows of the shared database. No caller looks at the result, and no exception comes out.
+    // Rows of the shared database. No caller looks at the result, and no exception comes out of
+    // those that insert, update and delete.
+    PI::_ERROR_CODE SetDatabaseObjectProperties(RaidDataModels::Plugin& row,
+                                                const CAHCIPlugin& plugin) const;
+    PI::_ERROR_CODE SetDatabaseObjectProperties(RaidDataModels::Adapter& row,
+                                                const CAHCIAdapter& adapter) const;
+    PI::_ERROR_CODE SetDatabaseObjectProperties(RaidDataModels::PD& row,
+                                                const CAHCIPhysicalDrive& drive) const;
     PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPlugin& plugin) TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIAdapter& adapter) TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPhysicalDrive& drive)
@@ -123,6 +131,13 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
         TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIPhysicalDrive& drive)
         TARNIS_REQUIRES(m_DataLock);
+    void InsertDriveRow(const CAHCIPhysicalDrive& drive) TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE UpdateDriveRow(const CAHCIPhysicalDrive& drive) TARNIS_REQUIRES(m_DataLock);
+    /// Rows of the drive's partitions; 0 when they cannot be counted.
+    std::size_t CountPartitionRows(const CAHCIPhysicalDrive& drive) TARNIS_REQUIRES(m_DataLock);
+    /// Removes the rows of the adapter's drives that the picture does not hold: of drives that went
+    /// while no instance ran, or while the database could not be written.
+    void RemoveStaleDriveRows(const CAHCIAdapter& adapter) TARNIS_REQUIRES(m_DataLock);
 
     // Members stand in their prescribed order; destruction runs it backwards.
     ZKT::Threading::Native_OS::CFastMutex m_DataLock;
@@ -146,9 +161,10 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     std::uint32_t m_AverageUsageThreshold;  ///< stored only
     ZKTX::CSystemDate_Win m_SnmpTrapReportTime1; ///< hour, minute and second alone
     ZKTX::CSystemDate_Win m_SnmpTrapReportTime2;
-    std::shared_ptr<DatabaseORM::storage_t> m_Database; ///< null: no database
+    std::shared_ptr<DatabaseORM::storage_t> m_Database; ///< never null; used under m_DataLock
     std::string m_DriverName; ///< written by Initialize before any query runs
     std::string m_DriverVersion;
+    RowsInStep m_RowsInStep TARNIS_GUARDED_BY(m_DataLock);
 };
 
 } // namespace NAMESPACE_tarnis

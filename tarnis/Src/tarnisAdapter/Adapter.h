@@ -8,6 +8,8 @@
 namespace NAMESPACE_tarnis
 {
 
+inline constexpr const char* AdapterProduct = "Advanced Host Controller Interface";
+
 /// The adapter: one record for all AHCI controllers of the machine. Identified by m_AdapterNumber.
 class CAHCIAdapter : public PI::CObject
 {

@@ -1,12 +1,8 @@
 #include "tarnis/Src/tarnisPhysicalDrive/PhysicalDriveQueries.h"
 
-#include "contracts/zelKit.h"
-#include "contracts/zelKitEx.h"
 #include "tarnis/Src/tarnis/PropertyRows.h"
-#include "tarnis/Src/tarnis/Text.h"
 #include "tarnis/Src/tarnis/Trace.h"
-
-#include <limits>
+#include "tarnis/Src/tarnisPhysicalDrive/EndOfLife.h"
 
 namespace NAMESPACE_tarnis
 {
@@ -41,24 +37,6 @@ std::uint32_t StatusIcon(PI::_VALUE_ID status, PI::_VALUE_ID media)
     default:
         return ssd ? 24183 : 24081;
     }
-}
-
-/// Now plus the hours that are left; the end of time where the sum would not fit.
-std::uint64_t EndOfLife(std::uint64_t remainingHours)
-{
-    constexpr std::uint64_t endOfTime = std::numeric_limits<std::uint64_t>::max();
-    constexpr std::uint64_t millisecondsPerHour = 3600000;
-    const std::uint64_t now = ZKT::Misc::now();
-    if (remainingHours > (endOfTime - now) / millisecondsPerHour)
-        return endOfTime;
-    return now + remainingHours * millisecondsPerHour;
-}
-
-std::string DateText(std::uint64_t milliseconds)
-{
-    ZKTX::CSystemDate_Win date;
-    ZKTX::CSystemTime_Win::GetDate(milliseconds, date);
-    return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
 }
 
 bool SetTemperature(PI::CProperty& property, std::uint8_t degrees)
@@ -104,7 +82,7 @@ void SetEndOfLife(PI::CProperty& property, std::uint64_t remainingHours)
 {
     if (remainingHours != NoReading64)
     {
-        property.SetValue(DateText(EndOfLife(remainingHours)));
+        property.SetValue(EndOfLifeDate(remainingHours));
         return;
     }
     property.SetValue("");

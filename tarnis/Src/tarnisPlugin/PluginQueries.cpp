@@ -61,9 +61,9 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::GetPluginProperties(const CAHCIPlugin&,
                property.SetValue(Formatted("Plugin:ID=%d", ModuleNumber));
                property.m_ViewMask = ViewNone;
            });
-    text(PI::PROP_NAME, "AHCI-Plugin", LabelName);
-    text(PI::PROP_VERSION, "7.8.1", LabelVersion);
-    text(PI::PROP_VENDOR, "Microsoft Corporation", LabelVendor);
+    text(PI::PROP_NAME, PluginName, LabelName);
+    text(PI::PROP_VERSION, PluginVersion, LabelVersion);
+    text(PI::PROP_VENDOR, PluginVendor, LabelVendor);
     append(PI::PROP_POLL_INTERVAL, true,
            [this](PI::CProperty& property)
            {

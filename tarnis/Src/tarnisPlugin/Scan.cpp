@@ -18,7 +18,6 @@ namespace
 {
 
 constexpr std::int32_t TheAdapterNumber = 0; // one adapter stands for all controllers
-constexpr const char* AdapterProduct = "Advanced Host Controller Interface";
 constexpr unsigned MegabyteShift = 20;
 
 /// What a drive answered while it was open.

@@ -82,6 +82,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateSystem(std::vector<CAHCIAdapter>& adapter
     m_Adapters.swap(adapters);
     m_PhysicalDrives.swap(drives);
 
+    m_RowsInStep = {.behind = false, .catchUp = m_RowsInStep.behind};
     UpdateObjectInDatabase(m_Plugin);
     for (const CAHCIAdapter& adapter : m_Adapters)
         UpdateObjectInDatabase(adapter);
@@ -91,6 +92,10 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateSystem(std::vector<CAHCIAdapter>& adapter
         UpdateObjectInDatabase(drive);
     for (const CAHCIPhysicalDrive& drive : removed)
         DeleteObjectFromDatabase(drive);
+    if (m_RowsInStep.catchUp)
+        for (const CAHCIAdapter& adapter : m_Adapters)
+            RemoveStaleDriveRows(adapter);
+    m_RowsInStep.catchUp = false;
     Trace(TRACE_FLOW, "LEAVE UpdateSystem ret = %d", PI::ERR_SUCCESS);
     return PI::ERR_SUCCESS;
 }

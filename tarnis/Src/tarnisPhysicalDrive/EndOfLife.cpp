@@ -1,0 +1,33 @@
+#include "tarnis/Src/tarnisPhysicalDrive/EndOfLife.h"
+
+#include "contracts/zelKit.h"
+#include "contracts/zelKitEx.h"
+#include "tarnis/Src/tarnis/Text.h"
+
+#include <limits>
+
+namespace NAMESPACE_tarnis
+{
+namespace
+{
+
+std::uint64_t EndOfLife(std::uint64_t remainingHours)
+{
+    constexpr std::uint64_t endOfTime = std::numeric_limits<std::uint64_t>::max();
+    constexpr std::uint64_t millisecondsPerHour = 3600000;
+    const std::uint64_t now = ZKT::Misc::now();
+    if (remainingHours > (endOfTime - now) / millisecondsPerHour)
+        return endOfTime;
+    return now + remainingHours * millisecondsPerHour;
+}
+
+} // namespace
+
+std::string EndOfLifeDate(std::uint64_t remainingHours)
+{
+    ZKTX::CSystemDate_Win date;
+    ZKTX::CSystemTime_Win::GetDate(EndOfLife(remainingHours), date);
+    return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
+}
+
+} // namespace NAMESPACE_tarnis
