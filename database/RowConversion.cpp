@@ -86,10 +86,14 @@ std::int32_t StreamedInt(std::string_view text)
 
 std::uint64_t StreamedUnsigned(std::string_view text)
 {
+    text = WithoutLead(text);
+    const bool isNegative = text.starts_with('-');
     std::uint64_t value = 0;
-    if (ParseLeading(text, value) == std::errc::result_out_of_range)
+    const char* begin = text.data() + (isNegative ? 1 : 0);
+    if (std::from_chars(begin, text.data() + text.size(), value).ec ==
+        std::errc::result_out_of_range)
         return std::numeric_limits<std::uint64_t>::max();
-    return value;
+    return isNegative ? std::uint64_t{0} - value : value; // as a stream counts down from zero
 }
 
 } // namespace DatabaseORM

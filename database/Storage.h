@@ -8,6 +8,7 @@
 #include "contracts/zelStore.h"
 #include "database/Conditions.h"
 #include "database/FieldMap.h"
+#include "database/Models.h"
 #include "database/RowConversion.h"
 #include "database/StatementText.h"
 #include "database/Table.h"
@@ -122,10 +123,11 @@ class storage_t
     template <class T, class Condition> void remove(const Condition& condition)
     {
         MapOf<T>(noModel);
-        if (!TableOf<T>())
+        const Target target = TargetOf<T>();
+        if (target.tableName.empty())
             return;
         const Unqualified unqualified(*this);
-        std::string statement = Begin(TargetOf<T>(), "DELETE FROM ", shortStatement);
+        std::string statement = Begin(target, "DELETE FROM ", shortStatement);
         AppendWhere(condition, statement);
         Query(std::move(statement));
     }

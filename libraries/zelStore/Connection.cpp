@@ -8,11 +8,22 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <limits>
 
 namespace DatabaseWrapper::Internals
 {
 namespace
 {
+
+/// Rows that the database ever took. Ids are never used twice, so that this only grows.
+std::int64_t RowsGiven(sqlite3* database)
+{
+    return ReadNumber(database, "SELECT ifnull(sum(seq), 0) FROM sqlite_sequence");
+}
+
+// Whoever wrote rows to the old file is to know that they may be missing here.
+constexpr const char* otherFile =
+    "another file was put in the database's place: rows may be missing, write them again";
 
 // Texts lie in the statement that query was given, and are not copied. Nothing reads them after the
 // statement was reset: it is not run again before all its values are bound anew.
@@ -110,23 +121,33 @@ void Connection::Provide()
     if (m_Path.empty())
         throw Failure{SQLITE_MISUSE, "no place for the database: name a file in TARNIS_DATABASE"};
     m_IsWriting = false;
+    std::int64_t rowsGiven = 0; // so many rows this process knows of
     if (m_Database && HasMoved(m_Database.get()))
     {
+        rowsGiven = RowsGiven(m_Database.get());
         LeaveMovedFile(m_Database.get(), m_Log);
+        Close();
+    }
+    else if (m_Database && m_Path != inMemory && WasOverwritten(m_Database.get()))
+    {
+        rowsGiven = std::numeric_limits<std::int64_t>::max();
         Close();
     }
     else if (m_Database && sqlite3_db_readonly(m_Database.get(), "main") == 1)
         Close(); // perhaps it may be written by now
     if (m_Database)
         return;
-    m_Database = OpenDatabase(m_Path, m_Definitions,
-                              m_Blocked == Blocked::Nothing ? patience : shortPatience);
+    m_Database = OpenDatabase(m_Path, m_Definitions, Patience());
     m_Log = LogOf(m_Database.get());
+    if (rowsGiven > 0 && RowsGiven(m_Database.get()) < rowsGiven)
+        throw Failure{SQLITE_MISUSE, otherFile};
 }
 
 void Connection::Close()
 {
     m_Prepared.Clear();
+    if (m_Database && m_Path != inMemory && WasOverwritten(m_Database.get()))
+        LeaveOverwrittenFile(m_Database.get(), m_Log);
     m_Database.reset();
 }
 
@@ -195,9 +216,16 @@ void Connection::Run(sqlite3_stmt* statement, Cells& cells)
 void Connection::SetBlocked(Blocked blocked)
 {
     m_Blocked = blocked;
+    m_Waits = blocked == Blocked::Nothing ? 0 : m_Waits + 1;
     if (m_Database)
-        sqlite3_busy_timeout(m_Database.get(),
-                             blocked == Blocked::Nothing ? patience : shortPatience);
+        sqlite3_busy_timeout(m_Database.get(), Patience());
+}
+
+int Connection::Patience() const
+{
+    if (m_Waits == 0)
+        return patience;
+    return m_Waits <= shortWaits ? shortPatience : 0;
 }
 
 void Connection::AfterFailure(int code)
@@ -206,6 +234,12 @@ void Connection::AfterFailure(int code)
     {
     case SQLITE_BUSY:
         SetBlocked(m_IsWriting ? Blocked::Writing : Blocked::Reading);
+        break;
+    case SQLITE_FULL:
+        // The log may hold what the disk lacks. Written back, it needs no more room than there is.
+        if (m_Database)
+            sqlite3_wal_checkpoint_v2(m_Database.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE,
+                                      nullptr, nullptr);
         break;
     case SQLITE_ERROR: // perhaps the tables are no longer those that were checked
     case SQLITE_READONLY:

@@ -25,6 +25,8 @@ class Connection final : public DatabaseDAO
     /// How long when the statement before it waited in vain: a pass over many rows must not take
     /// seconds for each.
     static constexpr int shortPatience = 50;
+    /// After so many of them the next ones do not wait at all.
+    static constexpr int shortWaits = 20;
 
     /// @param path  absolute, or inMemory; empty: every statement is refused
     Connection(std::string path, std::vector<Definition> definitions);
@@ -52,6 +54,7 @@ class Connection final : public DatabaseDAO
     void RunAsItStands(const StatementPart& part, Cells& cells);
     void Run(sqlite3_stmt* statement, Cells& cells);
     void SetBlocked(Blocked blocked);
+    int Patience() const;
     void AfterFailure(int code);
     std::string Told(const std::string& text) const;
 
@@ -64,6 +67,7 @@ class Connection final : public DatabaseDAO
     FileIdentity m_Log;        ///< that of m_Database
     PreparedStatements m_Prepared;
     Blocked m_Blocked = Blocked::Nothing;
+    int m_Waits = 0;          ///< statements in a row that waited in vain
     bool m_IsWriting = false; ///< the statement being carried out changes something
 };
 

@@ -1,8 +1,12 @@
 #include "libraries/zelStore/MovedFile.h"
 
 #include "libraries/zelStore/OpenDatabase.h"
+#include "libraries/zelStore/OurDatabase.h"
 
 #include <boost/filesystem/operations.hpp>
+
+#include <array>
+#include <string_view>
 
 #if !defined(_WIN32)
 #include <sys/stat.h>
@@ -84,6 +88,35 @@ bool HasMoved(sqlite3* database)
            moved != 0;
 }
 
+bool WasOverwritten(sqlite3* database)
+{
+    constexpr std::string_view magic("SQLite format 3", 16);
+    constexpr std::size_t applicationIdAt = 68; // four bytes, the highest first
+    // Through SQLite's own descriptor: closing another one of the file would lose its locks.
+    sqlite3_file* file = nullptr;
+    if (sqlite3_file_control(database, "main", SQLITE_FCNTL_FILE_POINTER, &file) != SQLITE_OK ||
+        file == nullptr || file->pMethods == nullptr)
+        return false;
+    std::array<char, 100> head{};
+    if (file->pMethods->xRead(file, head.data(), static_cast<int>(head.size()), 0) != SQLITE_OK)
+        return true;
+    std::uint32_t application = 0;
+    for (std::size_t i = 0; i < sizeof application; ++i)
+        application = application << 8 | static_cast<unsigned char>(head[applicationIdAt + i]);
+    return !std::string_view(head.data(), head.size()).starts_with(magic) ||
+           application != applicationId;
+}
+
+void LeaveOverwrittenFile(sqlite3* database, const FileIdentity& log)
+{
+    sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    if (!log || LogOf(database) != log)
+        return;
+    const std::string path = sqlite3_db_filename(database, "main");
+    Remove(path + logEnding);
+    Remove(path + logIndexEnding);
+}
+
 void LeaveMovedFile(sqlite3* database, const FileIdentity& log)
 {
     const std::string path = sqlite3_db_filename(database, "main");
@@ -120,6 +153,9 @@ void LeaveMovedFile(sqlite3* database, const FileIdentity& log)
         return;
     error.clear();
     boost::filesystem::create_hard_link(copy->Path(), path, error);
+    // Not every file system has links. Then the look and the step are two, a moment apart.
+    if (error && error != boost::system::errc::file_exists && !boost::filesystem::exists(path))
+        boost::filesystem::rename(copy->Path(), path, error);
     if (error && error != boost::system::errc::file_exists)
         throw Failure{SQLITE_CANTOPEN, "cannot put the removed file back: " + error.message()};
 }

@@ -1,4 +1,4 @@
-// An open file that was removed or replaced.
+// An open file that was removed, replaced or overwritten.
 #pragma once
 
 #include "libraries/zelStore/Sqlite.h"
@@ -19,6 +19,14 @@ FileIdentity LogOf(sqlite3* database);
 
 /// Whether another file or none stands where the open one was.
 bool HasMoved(sqlite3* database);
+
+/// Whether the open file no longer begins as a database of ours: something else was written into
+/// it. A backup of ours that was written into it cannot be told from it.
+bool WasOverwritten(sqlite3* database);
+
+/// Prepares for opening the path anew: the log stays off what stands in the file now.
+/// @param log  what LogOf told after opening
+void LeaveOverwrittenFile(sqlite3* database, const FileIdentity& log);
 
 /// Prepares for opening the path anew. Where no file stands, one with all the contents is put there
 /// in one step, unless another process is first. The log of the old file is taken away, so that it

@@ -8,9 +8,7 @@ namespace DatabaseWrapper::Internals
 namespace
 {
 
-constexpr std::int64_t applicationId = 0x54524E53; // "TRNS"
 constexpr std::int64_t schemaVersion = 1;
-constexpr const char* remedy = "; move it away or name another file in TARNIS_DATABASE";
 
 enum class State
 {
@@ -56,8 +54,11 @@ State Examine(sqlite3* database, const std::vector<Definition>& definitions)
                                          std::to_string(schemaVersion) + remedy};
     State state = State::Ready;
     for (const Definition& definition : definitions)
-        if (contents[definition.name] != definition.sql)
+        if (const std::string& sql = contents[definition.name]; sql != definition.sql)
         {
+            if (!sql.empty() && !sql.starts_with(std::string("CREATE ") + definition.type))
+                throw Failure{SQLITE_NOTADB, "the name " + definition.name +
+                                                 " is taken by something else" + remedy};
             if (definition.holdsRows)
                 throw Failure{SQLITE_NOTADB,
                               "the table " + definition.name + " was changed" + remedy};

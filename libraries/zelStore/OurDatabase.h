@@ -4,10 +4,14 @@
 #include "libraries/zelStore/Sqlite.h"
 #include "libraries/zelStore/TableDefinitions.h"
 
+#include <cstdint>
 #include <vector>
 
 namespace DatabaseWrapper::Internals
 {
+
+/// What our files carry as their application_id: "TRNS".
+inline constexpr std::int64_t applicationId = 0x54524E53;
 
 /// Checks that the database holds our tables as they are defined. An empty one gets them, and views
 /// and indexes that differ are made anew, each in one transaction: whoever else opens the file, or

@@ -13,7 +13,10 @@ void Fail(sqlite3* database, int result)
     if (code == SQLITE_NOMEM)
         throw std::bad_alloc();
     const bool told = database != nullptr && (sqlite3_errcode(database) & primaryCode) == code;
-    throw Failure{code, told ? sqlite3_errmsg(database) : sqlite3_errstr(code)};
+    std::string text = told ? sqlite3_errmsg(database) : sqlite3_errstr(code);
+    if (code == SQLITE_NOTADB || code == SQLITE_CORRUPT)
+        text += remedy;
+    throw Failure{code, std::move(text)};
 }
 
 StatementHandle Prepare(sqlite3* database, std::string_view text, unsigned flags)

@@ -18,6 +18,9 @@ struct Failure
     std::string text;
 };
 
+/// What to do about a file that cannot be used as our database.
+inline constexpr const char* remedy = "; move it away or name another file in TARNIS_DATABASE";
+
 struct DatabaseCloser
 {
     void operator()(sqlite3* database) const { sqlite3_close(database); }

@@ -376,6 +376,7 @@ TEST(File, RemovedOrReplacedWhileOpen)
         files::rename(path, folder.File("old.db"));
         files::rename(folder.File("other.db"), path);
         removeLog();
+        EXPECT_NE(store.Refusal("SELECT 1"), "") << "rows are missing, which is told once";
         EXPECT_EQ(store.Names(), Cells{"other"});
         EXPECT_EQ(store("PRAGMA integrity_check"), Cells{"ok"});
         Outsider(folder.File("old.db"))

@@ -192,7 +192,9 @@ TEST_F(Scan, SendsTheseCommandsAndNoOthers)
                                {1, DriveCall::Length},
                                {1, DriveCall::Partitions},
                                {2, DriveCall::Open},
-                               {2, DriveCall::SmartVersion}});
+                               {2, DriveCall::SmartVersion},
+                               {0, DriveCall::Partitions}, // for the rows
+                               {1, DriveCall::Partitions}});
         return all;
     };
     EXPECT_EQ(scan(), whole(true));

@@ -125,12 +125,22 @@ void IPLUGINAPI_IMPL::InsertDriveRow(const CAHCIPhysicalDrive& drive)
         Trace(TRACE_DATABASE, "PD (%s) (%d) inserted to db.", drive.m_Name, drive.m_DeviceNumber);
 }
 
+PI::_ERROR_CODE IPLUGINAPI_IMPL::ReadPartitions(const CAHCIPhysicalDrive& drive,
+                                                std::vector<Partition>& rows)
+{
+    return RunRowOperation(
+        m_RowsInStep, [&] { rows = SystemPartitionRows(drive); },
+        "partitions of PD (%s) (%d) not read (%s)", drive.m_Name, drive.m_DeviceNumber);
+}
+
 PI::_ERROR_CODE IPLUGINAPI_IMPL::InsertObjectToDatabase(const CAHCIPhysicalDrive& drive)
 {
     InsertDriveRow(drive);
     if (drive.m_OSDevice.empty())
         return PI::ERR_SUCCESS;
-    for (const Partition& row : SystemPartitionRows(drive))
+    std::vector<Partition> rows;
+    ReadPartitions(drive, rows);
+    for (const Partition& row : rows)
     {
         const PI::_ERROR_CODE result = RunRowOperation(
             m_RowsInStep, [&] { m_Database->insert(SafeModel(row)); },
@@ -144,11 +154,12 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::InsertObjectToDatabase(const CAHCIPhysicalDrive
     return PI::ERR_SUCCESS;
 }
 
-PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateDriveRow(const CAHCIPhysicalDrive& drive)
+PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateDriveRow(const CAHCIPhysicalDrive& drive, bool& hasRow)
 {
     try
     {
         const std::vector<PD> rows = m_Database->select<PD>(IsDriveRow(drive));
+        hasRow = !rows.empty() || m_RowsInStep.catchUp;
         if (!rows.empty())
         {
             PD row;
@@ -194,20 +205,33 @@ std::size_t IPLUGINAPI_IMPL::CountPartitionRows(const CAHCIPhysicalDrive& drive)
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPhysicalDrive& drive)
 {
-    const PI::_ERROR_CODE result = UpdateDriveRow(drive);
+    bool hasRow = true;
+    const PI::_ERROR_CODE result = UpdateDriveRow(drive, hasRow);
     if (drive.m_OSDevice.empty())
         return result;
-    const std::vector<Partition> system = SystemPartitionRows(drive);
+    std::vector<Partition> system;
+    if (const PI::_ERROR_CODE error = ReadPartitions(drive, system); error != PI::ERR_SUCCESS)
+        return error; // an empty list would tell of no partitions
     if (CountPartitionRows(drive) == 0 && system.empty())
         return result;
 
+    // Rows of partitions need their drive's. That one was removed by somebody, and stays removed.
+    RowsInStep notCounted;
+    const bool removeFirst = m_RowsInStep.catchUp;
     std::string name; // of the partition in hand; empty while the rows are read
     const PI::_ERROR_CODE partitions = RunRowOperation(
-        m_RowsInStep,
+        hasRow ? m_RowsInStep : notCounted,
         [&]
         {
-            for (const PartitionChange& change :
-                 ReconcilePartitions(system, m_Database->select<Partition>(IsPartitionOf(drive))))
+            std::vector<PartitionChange> changes =
+                ReconcilePartitions(system, m_Database->select<Partition>(IsPartitionOf(drive)));
+            // A name that went to another drive is free only when its row is gone. Two drives that
+            // change names would else stand in each other's way for ever.
+            if (removeFirst)
+                std::stable_partition(changes.begin(), changes.end(),
+                                      [](const PartitionChange& change)
+                                      { return change.step == PartitionStep::REMOVE; });
+            for (const PartitionChange& change : changes)
             {
                 name = change.row.partitionName;
                 WritePartitionRow(*m_Database, change);
