@@ -34,6 +34,7 @@ ReleaseIfFunction releaseIf;
 
 void LoadPlugin()
 {
+    setenv("TARNIS_DATABASE", ":memory:", 1);
     void* library = dlopen(TARNIS_BIN_DIR "/tarnis.so", RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr)
         Fail(dlerror());

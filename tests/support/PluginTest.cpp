@@ -144,6 +144,7 @@ PluginTest::PluginTest()
         throw std::runtime_error("no temporary folder");
     m_Folder = pattern;
     setenv("TARNIS_CONFIG_DIR", m_Folder.c_str(), 1);
+    setenv("TARNIS_DATABASE", (m_Folder + "/rows.db").c_str(), 1);
     unsetenv("TARNIS_MACHINE");
     testClock = ClockStart;
     ZKT::Internals::SetClock(&TestClock);
@@ -153,6 +154,7 @@ PluginTest::~PluginTest()
 {
     ZKT::Internals::SetClock(nullptr);
     unsetenv("TARNIS_MACHINE");
+    unsetenv("TARNIS_DATABASE");
     Platform::SetCurrentMachine(nullptr);
     std::filesystem::remove_all(m_Folder);
 }

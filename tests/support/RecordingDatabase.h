@@ -1,0 +1,49 @@
+// The shared database with an ear in between. An executable that holds these definitions has the
+// plug-in use them too: each statement is kept, and a rule may refuse it or end the process.
+#pragma once
+
+#include "contracts/zelStore.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+
+namespace Support
+{
+
+/// To be used while the worker of the plug-in stands still.
+struct RecordingDatabase : DatabaseWrapper::DatabaseDAO
+{
+    static RecordingDatabase& Get();
+    std::vector<std::string> query(std::string statement) override;
+
+    /// Sees each statement before it is carried out; what it throws refuses the statement.
+    std::function<void(const std::string& statement)> rule;
+    std::vector<std::string> sent;
+    std::vector<std::string> refused; ///< by the real database, and why
+    DatabaseWrapper::DatabaseDAO* real = nullptr;
+};
+
+/// Refuses the statements that hold one of some texts, with "no".
+/// @param texts  "|" between them; an empty one stands in every statement
+std::function<void(const std::string&)> Refusing(const std::string& texts);
+
+/// A connection of another program.
+class OtherProgram
+{
+  public:
+    explicit OtherProgram(const std::string& file);
+    /// @return a text a row, "|" between its cells
+    std::vector<std::string> Run(const std::string& sql);
+
+  private:
+    std::shared_ptr<sqlite3> m_Connection;
+};
+
+/// All rows of the four tables without their ids, sorted.
+std::vector<std::string> AllRows(const std::string& file);
+
+} // namespace Support

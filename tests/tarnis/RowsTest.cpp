@@ -1,0 +1,784 @@
+// The rows of the shared database as another program sees them, and what the plug-in sends for
+// them: at start, pass by pass, and when the database refuses.
+#include "database/SafeText.h"
+#include "database/Schema.h"
+#include "database/Storage.h"
+#include "tests/support/MachineBuilder.h"
+#include "tests/support/MemoryMachine.h"
+#include "tests/support/RecordingDatabase.h"
+#include "tests/support/SteppedPlugin.h"
+
+#include <boost/algorithm/string.hpp>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include <time.h>
+
+using namespace Support;
+
+// Stands in for the reading of SMART pages by model: every attribute is its raw value.
+namespace PI
+{
+
+CSmartValues::CSmartValues(const std::string&, const std::string&)
+    : m_Rating(0), m_PowerOnHours(0), m_BytesWritten(0), m_RemainingReserve(0xFFFFFFFF),
+      m_RatedEndurancePercent(0xFFFFFFFF)
+{
+}
+
+bool CSmartValues::IsSupported() const
+{
+    return true;
+}
+
+bool CSmartValues::Evaluate(const _IDE_SMART_DATA& page)
+{
+    for (const _IDE_SMART_ATTRIBUTE& attribute : page.m_Attributes)
+    {
+        std::uint64_t raw = 0;
+        std::memcpy(&raw, attribute.m_Raw, sizeof attribute.m_Raw);
+        const auto take = [&](int id, auto& member)
+        {
+            if (attribute.m_ID == id)
+                member = static_cast<std::remove_reference_t<decltype(member)>>(raw);
+        };
+        take(9, m_PowerOnHours);
+        take(202, m_RatedEndurancePercent);
+        take(231, m_Rating); // hours of life left
+        take(232, m_RemainingReserve);
+        take(241, m_BytesWritten);
+    }
+    return true;
+}
+
+bool CPluginHelper::ComputeRemainingLifeTime(std::uint64_t, std::uint64_t, std::uint32_t,
+                                             std::uint64_t rating, std::uint64_t& remainingHours)
+{
+    if (rating != 0)
+        remainingHours = rating;
+    return rating != 0;
+}
+
+} // namespace PI
+
+namespace
+{
+
+using Texts = std::vector<std::string>;
+
+constexpr std::int64_t Day = 86400000; // ms
+
+/// A text with words replaced.
+std::string Filled(std::string text, const std::vector<std::pair<std::string, std::string>>& names)
+{
+    for (const auto& [name, value] : names)
+        boost::algorithm::replace_all(text, name, value);
+    return text;
+}
+
+nlohmann::json Partition(const std::string& name, std::uint64_t bytes = 1000)
+{
+    return {{"name", name}, {"bytes", bytes}};
+}
+
+nlohmann::json DiskWith(std::uint32_t number, std::initializer_list<Attribute> attributes,
+                        const std::vector<nlohmann::json>& partitions)
+{
+    nlohmann::json disk = Disk(number);
+    disk["smart"] = SmartPage(attributes);
+    disk["partitions"] = partitions;
+    return disk;
+}
+
+} // namespace
+
+class Rows : public PluginTest
+{
+  protected:
+    Rows()
+    {
+        setenv("TZ", "UTC", 1);
+        tzset();
+        setenv("TARNIS_TRACE_MASK", "128", 1);
+        unsetenv("TARNIS_TRACE_FILE");
+        NewDatabase();
+    }
+    ~Rows() override
+    {
+        m_Plugin.reset();
+        Database().rule = nullptr;
+        for (const char* name : {"TARNIS_TRACE_MASK", "TZ"})
+            unsetenv(name);
+        tzset();
+    }
+
+    static RecordingDatabase& Database() { return RecordingDatabase::Get(); }
+
+    void NewDatabase()
+    {
+        m_File = Folder() + "/" + std::to_string(++m_Files) + ".db";
+        setenv("TARNIS_DATABASE", m_File.c_str(), 1);
+    }
+
+    /// @return the trace lines
+    std::string Start(const nlohmann::json& machine)
+    {
+        UseMachine(machine);
+        return Traced(
+            [this]
+            {
+                m_Plugin = std::make_unique<SteppedPlugin>();
+                EXPECT_TRUE(m_Plugin->Start());
+            });
+    }
+
+    /// @return the trace lines
+    std::string Pass()
+    {
+        AdvanceClock(Day); // SMART pages are read anew
+        return Traced([this] { EXPECT_TRUE(m_Plugin->Pass()); });
+    }
+    std::string Pass(const nlohmann::json& machine)
+    {
+        UseMachine(machine);
+        return Pass();
+    }
+
+    template <class Action> static std::string Traced(Action action)
+    {
+        testing::internal::CaptureStderr();
+        action();
+        static const std::regex prefix(R"([^\n]* 128 tarnis/Src/[^\]\n]*\] )");
+        static const std::regex reason(R"( constraint failed[^)]*\))");
+        const std::string text = testing::internal::GetCapturedStderr();
+        return std::regex_replace(std::regex_replace(text, prefix, ""), reason, "");
+    }
+
+    /// Statements since the last call without values that are NULL, an INSERT without any; the
+    /// number of the adapter among all as "G".
+    static std::string Sent()
+    {
+        static const std::regex unset(", \\w+=NULL");
+        std::string text;
+        for (std::string& statement : std::exchange(Database().sent, {}))
+        {
+            if (statement.find(" VALUES(") != std::string::npos)
+                statement.erase(statement.find(" ("));
+            text += std::regex_replace(statement, unset, "") + '\n';
+        }
+        return Filled(text, {{std::to_string(GlobalNumber()), "G"}});
+    }
+
+    static std::int32_t GlobalNumber()
+    {
+        PI::CGlobalAdapterID id("localhost");
+        id.SetAdapterUniqueID(0);
+        id.GenerateUniqueAdapterNumber();
+        return static_cast<std::int32_t>(id.GetGlobalAdapterNumber());
+    }
+
+    Texts Seen(const std::string& sql) const { return OtherProgram(m_File).Run(sql); }
+
+    /// How many rows each table has.
+    std::string Counts() const
+    {
+        return Seen("SELECT (SELECT count(*) FROM raid_plugin), (SELECT count(*) FROM raid_adapter)"
+                    ", (SELECT count(*) FROM raid_pd), (SELECT count(*) FROM raid_partition)")
+            .at(0);
+    }
+
+    std::string Picture() const { return PictureText(m_Plugin->plugin.Topology()); }
+
+    std::int32_t Execute(PI::_OPERATION_ID id, std::size_t& events) const
+    {
+        PI::COperation operation(id);
+        const std::int32_t result =
+            m_Plugin->plugin.Command(PI::COMMAND_EXECUTE_OPERATION, PluginId, &operation);
+        events = operation.m_Events.size();
+        return result;
+    }
+
+    std::unique_ptr<SteppedPlugin> m_Plugin;
+    std::string m_File;
+
+  private:
+    int m_Files = 0;
+};
+
+TEST_F(Rows, StatementsOfOneDrive)
+{
+    const std::string start = R"(SELECT MAX(ID) FROM raid_plugin
+INSERT INTO raid_plugin
+SELECT MAX(ID) FROM raid_adapter
+{on}INSERT INTO raid_adapter
+SELECT MAX(ID) FROM raid_pd
+{on}INSERT INTO raid_pd
+SELECT MAX(ID) FROM raid_partition
+{on}INSERT INTO raid_partition
+)";
+    const std::string pass =
+        R"x(SELECT * FROM raid_plugin plg  WHERE plg.plg_pluginName = 'AHCI-Plugin'
+UPDATE raid_plugin SET ID=1, plg_objectId=85849867896750080, plg_pluginName="AHCI-Plugin",
+  plg_pollInterval=30, plg_settableProperties="{""settableProperties"":[{""name"":""pollinterval"",
+  ""formatStr"":""<int32>[2..255, 1]""}]}", plg_uniqueId="Plugin:ID=305",
+  plg_vendorName="Microsoft Corporation", plg_version="7.8.1" WHERE ID = 1;
+SELECT * FROM raid_adapter adp  WHERE ( adp.adp_globalAdapterNumber = 'G')
+  AND ( adp.adp_hostName = 'localhost')#
+{on}UPDATE raid_adapter SET ID=1, adp_list2="", adp_list5="", adp_driverName="storahci",
+  adp_driverVersion="10.0.19041.3636", adp_list62="", adp_globalAdapterNumber=G, adp_int71=-1,
+  adp_hostName="localhost", adp_objectId=85849867896750081, adp_zeroField=0,
+  adp_displayName="Windows Advanced Host Controller Interface",
+  adp_productName="Advanced Host Controller Interface", adp_list116="", adp_statusName="OK",
+  adp_list139="", adp_uniqueId="PCI:Bus=0&Device=0&Function=0",
+  adp_vendorName="Microsoft Corporation" WHERE ID = 1;
+SELECT * FROM raid_pd pd  WHERE ( ( pd.pd_globalAdapterNumber = 'G')
+  AND ( pd.pd_hostName = 'localhost') ) AND ( pd.pd_deviceNumber = '0')#
+{on}UPDATE raid_pd SET ID=1, pd_list3="", pd_configurableSize=228936, pd_deviceNumber=0,
+  pd_endOfLifeDate="{date}", pd_firmwareVersion="FW0001", pd_globalAdapterNumber=G, pd_list17="",
+  pd_int18=-1, pd_hostName="localhost", pd_objectId=85849867896750082, pd_mediaTypeName="SSD",
+  pd_displayName="INTEL SSDSC2BB240G7 (0)", pd_osDevice="Disk 0", pd_physicalSize=228936,
+  pd_portNumber=0, pd_powerOnHours=8000, pd_productName="SSDSC2BB240G7",
+  pd_ratedEndurancePercent=3, pd_remainingReserveSpace=88.000000, pd_serialNumber="SERIAL0",
+  pd_deviceNumberCopy=0, pd_statusName="OPERATIONAL", pd_temperature=23,
+  pd_writtenVolume=4882.000000, pd_typeName="SATA", pd_uniqueId="{key}", pd_vendorName="INTEL",
+  pd_ratedEndurancePercentCopy=3 WHERE ID = 1;
+SELECT ID FROM raid_partition prt  WHERE prt.prt_driveUniqueId = '{key}'
+SELECT * FROM raid_partition prt  WHERE prt.prt_driveUniqueId = '{key}'
+)x";
+    const std::string changed =
+        R"({on}UPDATE raid_partition SET ID=1, prt_globalAdapterNumber=G, prt_partText3="L",
+  prt_int3=-1, prt_hostName="localhost", prt_partText6="s", prt_partNumber2=1000,
+  prt_partText5="u", prt_partNumber1=4096, prt_partText4="t", prt_partIndex=2,
+  prt_driveUniqueId="{key}", prt_partText2="x", prt_partText1="/a",
+  prt_partitionName="P" WHERE ID = 1;
+)";
+    const auto sent = [&](const std::string& text, const char* date)
+    {
+        EXPECT_EQ(Sent(), Filled(text, {{",\n  \"\"", ",\"\""},
+                                        {"\n  ", " "},
+                                        {"#\n", " \n"},
+                                        {"{on}", "PRAGMA foreign_keys = ON; "},
+                                        {"{key}", "PCI:Bus=0&Device=0&Function=0&ID=0"},
+                                        {"{date}", date}}));
+    };
+    nlohmann::json disk = DiskWith(0, {{9, 1, 8000}, {194, 1, 23}, {202, 1, 3}}, {Partition("P")});
+    for (const auto& [id, raw] : std::map<int, int>{{231, 2400}, {232, 88}, {241, 5000000}})
+        disk["smart"]["attributes"].push_back({{"id", id}, {"raw", raw}});
+    disk["partitions"][0].update({{"start", 4096}, {"index", 2}, {"mount", "/a"}, {"label", "L"}});
+    disk["partitions"][0].update(
+        {{"filesystem", "x"}, {"type", "t"}, {"uuid", "u"}, {"state", "s"}});
+    Start(MachineWith({disk}));
+    sent(start, "");
+    const Texts rows = AllRows(m_File);
+    EXPECT_TRUE(m_Plugin->Pass());
+    sent(pass, "2026-05-13");
+    EXPECT_EQ(AllRows(m_File), rows);
+    nlohmann::json other = disk;
+    for (const auto& [member, value] : other["partitions"][0].items())
+    {
+        if (member == "name")
+            continue;
+        value = value.is_number() ? nlohmann::json(7) : nlohmann::json("changed");
+        UseMachine(MachineWith({other}));
+        EXPECT_TRUE(m_Plugin->Pass());
+        EXPECT_NE(Sent().find("; UPDATE raid_partition SET ID=1, "), std::string::npos) << member;
+    }
+    UseMachine(MachineWith({disk}));
+    EXPECT_TRUE(m_Plugin->Pass());
+    sent(pass + changed, "2026-05-13");
+    EXPECT_EQ(AllRows(m_File), rows);
+    Pass();
+    sent(pass, "2026-05-14");
+    Pass(MachineWith({}));
+    EXPECT_NE(Sent().find("PRAGMA foreign_keys = ON; DELETE FROM raid_pd  WHERE ( ( "
+                          "pd_globalAdapterNumber = 'G') AND ( pd_hostName = 'localhost') ) AND ( "
+                          "pd_deviceNumber = '0') \n"),
+              std::string::npos);
+    EXPECT_EQ(Counts(), "1|1|0|0");
+}
+
+// Each statement is refused once: what is traced, that the host sees no difference, and that the
+// next pass makes up for it.
+TEST_F(Rows, RefusedStatements)
+{
+    const std::string adapter = "Adapter (Windows Advanced Host Controller Interface (0)) (" +
+                                std::to_string(GlobalNumber()) + ")";
+    const std::vector<std::pair<std::string, std::string>> names = {
+        {"{adapter}", adapter},
+        {"{drive0}", "PD (INTEL SSDSC2BB240G7 (0)) (0)"},
+        {"{drive1}", "PD (INTEL SSDSC2BB240G7 (1)) (1)"},
+        {"{drive2}", "PD (INTEL SSDSC2BB240G7 (2)) (2)"},
+        {"{query}", "Storage query exception thrown during "},
+        {"{id}", "Storage query exception thrown! Cannot read ID from database! ({no})"},
+        {"{no}", "Storage query exception thrown! (no)"},
+        {"{fk}", "Storage query exception thrown! (FOREIGN KEY)"}};
+    const auto lines = [&](const std::string& text)
+    {
+        Texts all;
+        boost::split(all, Filled(Filled(text, names), names), boost::is_any_of("\n"));
+        return all;
+    };
+    const Texts normal[] = {lines(R"(Plugin AHCI inserted to db.
+{adapter} inserted to db.
+{drive0} inserted to db.
+AHCI Partition ( stay on localhost ) inserted to db.
+AHCI Partition ( change on localhost ) inserted to db.
+AHCI Partition ( gone on localhost ) inserted to db.
+{drive1} inserted to db.
+AHCI Partition ( Disk 1 Partition 1 on localhost ) inserted to db.)"),
+                            lines(R"(Plugin AHCI updated in db.
+{adapter} entry updated in db.
+{drive2} inserted to db.
+AHCI Partition ( Disk 2 Partition 1 on localhost ) inserted to db.
+{drive0} entry updated in DB.
+AHCI Partition (stay on localhost) updated in db.
+AHCI Partition (change on localhost) updated in db.
+AHCI Partition (new on localhost) inserted to db.
+AHCI Partition (gone on localhost) removed from db.
+{drive2} entry updated in DB.
+AHCI Partition (Disk 2 Partition 1 on localhost) updated in db.
+{drive1} removed from DB.)")};
+    // "start" or "pass" and what is refused there; below it the traces in the place of others, by
+    // their number, and the numbers of those that are missing.
+    const Texts cases = lines(R"(start nothing at all
+start INTO raid_plugin
+0 {query}inserting AHCI plugin to db. ({no})
+start INTO raid_adapter
+1 Exception thrown during inserting {adapter} to db. ({no})
+start INTO raid_pd
+2 Exception thrown during inserting {drive0} to db. ({no})
+3 {query}inserting localhost AHCI partition (stay) to DB. ({fk})
+4 {query}inserting localhost AHCI partition (change) to DB. ({fk})
+5 {query}inserting localhost AHCI partition (gone) to DB. ({fk})
+6 Exception thrown during inserting {drive1} to db. ({no})
+7 {query}inserting localhost AHCI partition (Disk 1 Partition 1) to DB. ({fk})
+start "change")
+4 {query}inserting localhost AHCI partition (change) to DB. ({no})
+pass FROM raid_plugin plg|FROM raid_adapter|pd.pd_deviceNumber = '0'
+0 Exception thrown during updating AHCI plugin object in db. ({no})
+1 Exception thrown during updating {adapter} entry in db. ({no})
+4 {query}updating {drive0} in DB. ({no})
+pass UPDATE raid_plugin|UPDATE raid_adapter|pd_deviceNumber=0,
+0 Exception thrown during updating AHCI plugin object in db. (no)
+1 Exception thrown during updating {adapter} entry in db. (no)
+4 {query}updating {drive0} in DB. (no)
+pass INTO raid_pd
+2 Exception thrown during inserting {drive2} to db. ({no})
+3 {query}inserting localhost AHCI partition (Disk 2 Partition 1) to DB. ({fk})
+9
+10 {query}updating AHCI Partition (Disk 2 Partition 1 on localhost) in db. ({fk})
+pass INTO raid_partition
+3 {query}inserting localhost AHCI partition (Disk 2 Partition 1) to DB. ({no})
+7 {query}updating AHCI Partition (new on localhost) in db. ({no})
+8
+10 {query}updating AHCI Partition (Disk 2 Partition 1 on localhost) in db. ({no})
+pass SELECT ID FROM raid_partition
+5 {query}updating AHCI partitions in db. ({no})|AHCI Partition (stay on localhost) updated in db.
+10 {query}updating AHCI partitions in db. ({no})|AHCI Partition (Disk 2 Partition 1 on localhost) updated in db.
+pass * FROM raid_partition
+5 {query}updating AHCI Partition ( on localhost) in db. ({no})
+6
+7
+8
+10 {query}updating AHCI Partition ( on localhost) in db. ({no})
+pass UPDATE raid_partition
+6 {query}updating AHCI Partition (change on localhost) in db. (no)
+7
+8
+pass DELETE FROM raid_partition
+8 {query}updating AHCI Partition (gone on localhost) in db. ({no})
+pass DELETE FROM raid_pd
+11 {query}removing {drive1} from DB. ({no}))");
+    const auto before = MachineWith(
+        {DiskWith(0, {}, {Partition("stay"), Partition("change"), Partition("gone")}), Disk(1)});
+    const auto after = MachineWith(
+        {DiskWith(0, {}, {Partition("stay"), Partition("change", 2), Partition("new")}), Disk(2)});
+    std::string pictures;
+    Texts rows;
+    for (std::size_t i = 0; i < cases.size();)
+    {
+        SCOPED_TRACE(cases[i]);
+        const std::size_t refusing = cases[i].starts_with("pass") ? 1 : 0;
+        const std::string refused = cases[i].substr(cases[i].find(' ') + 1);
+        Texts expected[] = {normal[0], normal[1]};
+        for (++i; i < cases.size() && std::isdigit(static_cast<unsigned char>(cases[i][0])); ++i)
+        {
+            const auto text = cases[i].find(' ');
+            expected[refusing].at(std::stoul(cases[i])) =
+                text == std::string::npos ? "" : cases[i].substr(text + 1);
+        }
+        const auto traced = [&](std::size_t step, const auto& run)
+        {
+            Database().rule = step == refusing ? Refusing(refused) : nullptr;
+            std::erase(expected[step], ""); // the missing ones
+            const std::string text = boost::algorithm::join(expected[step], "\n") + '\n';
+            EXPECT_EQ(run(), Filled(text, {{"|", "\n"}}));
+            Database().rule = nullptr;
+        };
+        NewDatabase();
+        SetClock(1770000000000);
+        traced(0, [&] { return Start(before); });
+        std::string seen = Picture();
+        Pass();
+        traced(1, [&] { return Pass(after); });
+        seen += Picture();
+        Pass();
+        std::size_t events = 0;
+        EXPECT_EQ(Execute(PI::OP_GET_EVENTS, events), 0);
+        EXPECT_EQ(events, 2U);
+        m_Plugin.reset();
+        if (rows.empty())
+        {
+            pictures = seen;
+            rows = AllRows(m_File);
+        }
+        EXPECT_EQ(seen, pictures);
+        EXPECT_EQ(AllRows(m_File), rows);
+    }
+}
+
+TEST_F(Rows, ReadingsAndNames)
+{
+    nlohmann::json silent = Disk(5), spinning = DiskWith(6, {{9, 1, 0x100000007}}, {});
+    silent.erase("smart");
+    spinning["identify"] = Identity("ST4000DM004", "S", 7200);
+    spinning["bytes"] = 1048575;
+    const std::vector<nlohmann::json> disks = {
+        DiskWith(0, {{194, 0, 0}, {202, 1, 0}, {232, 1, 10}, {241, 1, 1023}, {231, 1, 1440}}, {}),
+        DiskWith(1, {{194, 1, 127}, {202, 1, 95}, {232, 1, 100}, {241, 1, 1ULL << 47}}, {}),
+        DiskWith(2, {{202, 1, 150}, {232, 1, 101}}, {}),
+        DiskWith(3, {{202, 1, 100}, {232, 1, 0}}, {Partition("P")}),
+        DiskWith(4, {{231, 1, 1416}}, {}),
+        silent,
+        spinning};
+    Start(MachineWith(disks));
+    const Texts expected = {
+        "0|NULL|0|0|10.0|NULL|NULL|2026-04-03|AVAILABLE|SSD|228936",
+        "1|127|95|95|100.0|137438953472.0|NULL|NULL|AVAILABLE|SSD|228936",
+        "2|NULL|100|100|100.0|NULL|NULL|NULL|AVAILABLE_SMART|SSD|228936",
+        "3|NULL|100|100|NULL|NULL|NULL|NULL|AVAILABLE_SMART|SSD|228936",
+        "4|NULL|NULL|NULL|NULL|NULL|NULL|2026-04-02|AVAILABLE_SMART|SSD|228936",
+        "5|NULL|NULL|NULL|NULL|NULL|NULL|NULL|OPERATIONAL|SSD|228936",
+        "6|NULL|NULL|NULL|NULL|NULL|7|NULL|AVAILABLE|HDD|0",
+    };
+    const char* const columns =
+        "SELECT pd_deviceNumber, pd_temperature, pd_ratedEndurancePercent, "
+        "pd_ratedEndurancePercentCopy, pd_remainingReserveSpace, pd_writtenVolume, "
+        "pd_powerOnHours, pd_endOfLifeDate, pd_statusName, pd_mediaTypeName, pd_physicalSize "
+        "FROM raid_pd ORDER BY 1";
+    EXPECT_EQ(Seen(columns), expected);
+    EXPECT_EQ(Seen("SELECT adp_statusName FROM raid_adapter"), Texts{"WARNING"});
+}
+
+TEST_F(Rows, OverRestartsAndOtherHands)
+{
+    const auto rows = [&](const char* expected) { EXPECT_EQ(Counts(), expected); };
+    const std::string ids = "SELECT ID, pd_deviceNumber, pd_serialNumber FROM raid_pd ORDER BY 2";
+    Database().rule = Refusing("");
+    Start(MachineOf(3));
+    Database().rule = nullptr;
+    Pass(); // makes up for the start
+    rows("1|1|3|3");
+    const Texts before = Seen(ids);
+
+    m_Plugin.reset();
+    Start(MachineOf(3)); // makes no second row
+    rows("1|1|3|3");
+    Pass();
+    EXPECT_EQ(Seen(ids), before);
+
+    nlohmann::json replaced = Disk(1);
+    replaced["identify"]["serial"] = "NEW";
+    Pass(MachineWith({Disk(0), replaced, Disk(2)}));
+    EXPECT_EQ(Seen(ids), (Texts{before[0], Filled(before[1], {{"SERIAL1", "NEW"}}), before[2]}));
+    rows("1|1|3|3");
+
+    // Rows of other hosts and adapters are none of ours.
+    OtherProgram other(m_File);
+    other.Run("INSERT INTO raid_pd (pd_hostName, pd_globalAdapterNumber, pd_deviceNumber) VALUES "
+              "('localhost', 1, 7)");
+    other.Run("INSERT INTO raid_pd (pd_hostName, pd_globalAdapterNumber, pd_deviceNumber) SELECT "
+              "'elsewhere', pd_globalAdapterNumber, 7 FROM raid_pd WHERE pd_deviceNumber = 0");
+    other.Run("INSERT INTO raid_plugin (plg_pluginName) VALUES ('another')");
+    m_Plugin.reset();
+    Start(MachineOf(2)); // a drive went while nothing ran
+    rows("2|1|5|3");
+    Pass();
+    rows("2|1|4|2");
+
+    // Whoever removes a row by hand wants it gone: it comes back with the next start alone.
+    Pass();
+    other.Run("PRAGMA foreign_keys = ON");
+    other.Run("DELETE FROM raid_adapter");
+    other.Run("DELETE FROM raid_pd WHERE pd_deviceNumber = 0");
+    other.Run("DELETE FROM raid_plugin WHERE plg_pluginName != 'another'");
+    for (int pass = 0; pass < 3; ++pass)
+    {
+        Pass();
+        rows("1|0|3|1");
+    }
+    m_Plugin.reset();
+    Start(MachineOf(2));
+    rows("2|1|4|2");
+}
+
+// A failure in the pass that makes up for another one is made up for, too.
+TEST_F(Rows, RefusedAndRefusedAgain)
+{
+    for (const char* const again :
+         {"raid_plugin plg", "raid_adapter adp", "pd.pd_deviceNumber", "INTO"})
+    {
+        NewDatabase();
+        Database().rule = Refusing("");
+        Start(MachineWith({DiskWith(0, {}, {})}));
+        Database().rule = Refusing(again);
+        Pass();
+        Database().rule = nullptr;
+        Pass();
+        m_Plugin.reset();
+        EXPECT_EQ(Counts(), "1|1|1|0") << again;
+    }
+}
+
+TEST_F(Rows, PartitionsThatChangeDrives)
+{
+    const auto machine = [](const char* first, const char* second)
+    {
+        return MachineWith(
+            {DiskWith(0, {}, {Partition(first)}), DiskWith(1, {}, {Partition(second)})});
+    };
+    Start(machine("a", "b"));
+    Pass();
+    for (const bool changed : {true, false})
+    {
+        Pass(changed ? machine("b", "a") : machine("a", "b"));
+        Pass();
+        Pass();
+        EXPECT_EQ(Seen("SELECT prt_partitionName FROM raid_partition ORDER BY prt_driveUniqueId"),
+                  changed ? (Texts{"b", "a"}) : (Texts{"a", "b"}));
+    }
+}
+
+TEST_F(Rows, ThePluginRow)
+{
+    Start(MachineOf(1));
+    Pass();
+    Sent();
+    const std::string interval = "SELECT poll_seconds FROM plugins";
+    PI::CProperty property(PI::PROP_POLL_INTERVAL, true);
+    property.SetValue(77, 2, 255, 1U);
+    EXPECT_EQ(m_Plugin->plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &property), 0);
+    EXPECT_EQ(Sent(), ""); // not at once
+    EXPECT_EQ(Seen(interval), Texts{"30"});
+    std::size_t events = 0;
+    for (const PI::_OPERATION_ID id : {PI::OP_GET_EVENTS, static_cast<PI::_OPERATION_ID>(50099)})
+    {
+        EXPECT_EQ(Execute(id, events) == 0, id == PI::OP_GET_EVENTS);
+        const std::string sent = Sent(); // whatever the outcome
+        EXPECT_EQ(sent.substr(0, sent.find('\n')),
+                  "SELECT * FROM raid_plugin plg  WHERE plg.plg_pluginName = 'AHCI-Plugin'");
+        EXPECT_NE(sent.find("\nUPDATE raid_plugin SET ID=1, "), std::string::npos);
+    }
+    EXPECT_EQ(Seen(interval), Texts{"77"});
+    property.SetValue(30, 2, 255, 1U);
+    EXPECT_EQ(m_Plugin->plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &property), 0);
+    Pass(); // the ring for the new interval
+    Pass();
+    EXPECT_EQ(Seen(interval), Texts{"30"});
+}
+
+TEST_F(Rows, TheHostSeesNoDatabase)
+{
+    std::string answers[2];
+    for (std::string& text : answers)
+    {
+        NewDatabase();
+        SetClock(1770000000000);
+        Database().rule = &text == answers ? nullptr : Refusing("");
+        Start(MachineOf(3));
+        const auto command = [&](std::int32_t number, std::uint64_t object, auto record)
+        { text += std::to_string(m_Plugin->plugin.Command(number, object, &record)) + ' '; };
+        const auto ask = [&]
+        {
+            text += Picture();
+            for (std::uint64_t object = PluginId; object < PluginId + 6; ++object)
+            {
+                command(PI::COMMAND_GET_PROPERTIES, object, std::vector<PI::CProperty>());
+                command(PI::COMMAND_GET_PROPERTY, object, PI::CProperty(PI::PROP_NAME, false));
+                command(PI::COMMAND_SET_PROPERTY, object, PI::CProperty(PI::PROP_NAME, false));
+                command(PI::COMMAND_GET_OPERATIONS, object, std::vector<PI::COperation>());
+                command(PI::COMMAND_CHECK_OPERATION, object, PI::COperation(PI::OP_GET_EVENTS));
+                command(PI::COMMAND_EXECUTE_OPERATION, object, PI::COperation(PI::OP_UNDEFINED));
+            }
+            std::size_t events = 0;
+            text += std::to_string(Execute(PI::OP_GET_EVENTS, events)) + std::to_string(events);
+        };
+        ask();
+        for (const std::uint32_t disks : {3U, 5U, 1U})
+        {
+            Pass(MachineOf(disks));
+            ask();
+        }
+        EXPECT_EQ(m_Plugin->plugin.Topology().size(), 3U);
+        m_Plugin.reset();
+        EXPECT_EQ(std::filesystem::exists(m_File), &text == answers);
+    }
+    EXPECT_EQ(answers[0], answers[1]);
+}
+
+namespace
+{
+
+/// Everything that could be taken for something else, alone and mixed.
+Texts HostileTexts()
+{
+    Texts pieces;
+    boost::split(pieces,
+                 R"(|"|'|""|''|;|--|/*|*/|NULL|null|"NULL"|?|%s|\|`|[|]|(|x'41'|?1|:a|@b|$c)"
+                 R"(|1e999|-1|0x|%|_|ID|rowid|"WHERE|PRAGMA|prt_partText1|raid_partition)"
+                 R"(|'; DROP TABLE raid_pd; --|"); DELETE FROM raid_pd; --| |, | = )",
+                 boost::is_any_of("|"));
+    for (const char* piece : {"|", "\n", "\xFF", "\xED\xA0\x80", "\xC3\xA9", "\xC3"})
+        pieces.emplace_back(piece);
+    pieces.emplace_back(1, '\0');
+    const char* const wanted = std::getenv("TARNIS_TEST_HOSTILE");
+    const std::size_t count = wanted ? std::strtoul(wanted, nullptr, 10) : 2000;
+    Texts texts = pieces;
+    std::mt19937 random(20261122);
+    while (texts.size() < count)
+    {
+        std::string text;
+        const std::size_t parts = texts.size() == pieces.size() ? 250000 : 2 + random() % 6;
+        for (std::size_t part = 0; part < parts; ++part)
+            text += pieces[random() % pieces.size()];
+        texts.push_back(text);
+    }
+    return texts;
+}
+
+/// Drive 0 has the partitions that a test gives it, drive 1 one of its own.
+class PartitionMachine : public MemoryMachine
+{
+  public:
+    bool Partitions(DWORD number, std::vector<ZKTX::CSystemPartition>& partitions) override
+    {
+        ZKTX::CSystemPartition other;
+        other.m_PartitionName = "other";
+        partitions = number == 0 ? given : decltype(given){other};
+        return true;
+    }
+
+    std::vector<ZKTX::CSystemPartition> given;
+};
+
+} // namespace
+
+TEST_F(Rows, HostileTextsOfPartitions)
+{
+    unsetenv("TARNIS_TRACE_MASK");
+    const auto machine = std::make_shared<PartitionMachine>();
+    machine->Set({{0, {"A"}}, {1, {"B"}}});
+    Platform::SetCurrentMachine(machine);
+    Texts expected;
+    std::set<std::string> names;
+    for (const std::string& text : HostileTexts())
+    {
+        ZKTX::CSystemPartition partition;
+        partition.m_Index = static_cast<std::int32_t>(expected.size());
+        partition.m_Text1 = partition.m_Text2 = partition.m_Text3 = text;
+        partition.m_Text4 = partition.m_Text5 = partition.m_Text6 = text;
+        std::string kept = DatabaseORM::KeptText(text);
+        EXPECT_TRUE(DatabaseORM::KeptText(kept) == kept);
+        const bool isNew = names.insert(kept).second;
+        partition.m_PartitionName = isNew ? text : text + std::to_string(partition.m_Index) + "#";
+        expected.push_back(DatabaseORM::KeptText(partition.m_PartitionName));
+        for (int i = 0; i < 6; ++i)
+            expected.back() += '|' + kept;
+        machine->given.push_back(partition);
+    }
+    const auto everythingElse = [this]
+    {
+        Texts rows;
+        for (const char* from : {"sqlite_master", "raid_plugin", "raid_adapter", "raid_pd",
+                                 "raid_partition WHERE prt_driveUniqueId LIKE '%ID=1'"})
+            for (const std::string& row : Seen(std::string("SELECT * FROM ") + from))
+                rows.push_back(row);
+        return rows;
+    };
+    const std::string ours =
+        "SELECT prt_partitionName, prt_partText1, prt_partText2, "
+        "prt_partText3, prt_partText4, prt_partText5, prt_partText6 FROM "
+        "raid_partition WHERE prt_driveUniqueId LIKE '%ID=0' ORDER BY prt_partIndex";
+    const auto changesInPass = [this]
+    {
+        Database().sent.clear();
+        EXPECT_TRUE(m_Plugin->Pass());
+        std::map<std::string, std::size_t> changes;
+        for (const std::string& statement : Database().sent)
+            for (const std::string verb : {"INSERT INTO", "UPDATE", "DELETE FROM"})
+                if (statement.substr(0, 60).find(verb + " raid_partition") != std::string::npos)
+                    ++changes[verb];
+        return changes;
+    };
+    using Changes = std::map<std::string, std::size_t>;
+
+    m_Plugin = std::make_unique<SteppedPlugin>();
+    ASSERT_TRUE(m_Plugin->Start());
+    EXPECT_TRUE(Seen(ours) == expected);
+    EXPECT_EQ(changesInPass(), Changes()); // and all of it reads back as it was
+    const Texts before = everythingElse();
+    for (ZKTX::CSystemPartition& partition : machine->given)
+        partition.m_Text3 += "'\"";
+    EXPECT_EQ(changesInPass(), (Changes{{"UPDATE", expected.size()}}));
+    EXPECT_EQ(changesInPass(), Changes());
+    machine->given.resize(1);
+    EXPECT_EQ(changesInPass(), (Changes{{"DELETE FROM", expected.size() - 1}}));
+    EXPECT_EQ(Seen(ours).size(), 1U);
+    EXPECT_TRUE(everythingElse() == before);
+    EXPECT_EQ(Seen("PRAGMA integrity_check"), Texts{"ok"});
+}
+
+TEST_F(Rows, HostileTextsOfDrives)
+{
+    // What a drive can tell in its page comes to the host and to the database alike.
+    const std::string texts[] = {"\"'",   "';--",     "NULL",  "\xFF\xFE\"\"",
+                                 "pd_ID", "a\nb\x01", "?1;\"x"};
+    std::vector<nlohmann::json> disks;
+    for (const std::string& text : texts)
+    {
+        std::string page(512, '\0');
+        page[0] = 0x40;
+        const auto put = [&](std::size_t first, std::size_t size, const std::string& words)
+        {
+            for (std::size_t i = 0; i < size; ++i)
+                page[2 * first + (i ^ 1)] = i < words.size() ? words[i] : ' ';
+        };
+        put(10, 20, text);
+        put(23, 8, text);
+        put(27, 40, text + " " + text);
+        const auto number = static_cast<std::uint32_t>(disks.size());
+        disks.push_back(Disk(number));
+        WriteSettings(std::to_string(number) + ".bin", page);
+        disks.back()["identify"] = std::to_string(number) + ".bin";
+    }
+    Start(MachineWith(disks));
+    Pass();
+    Texts told;
+    for (const PI::CObject& object : m_Plugin->plugin.Topology())
+        if (object.m_Type == PI::OBJECT_PHYSICAL_DRIVE)
+        {
+            told.emplace_back();
+            for (const auto id : {PI::PROP_VENDOR, PI::PROP_PRODUCT, PI::PROP_SERIAL_NUMBER,
+                                  PI::PROP_FIRMWARE_VERSION})
+                told.back() += ValueText(object, id).substr(5) + '|';
+        }
+    EXPECT_EQ(told.at(0), "\"'|\"'|\"'|\"'|");
+    EXPECT_EQ(Seen("SELECT vendor, product, serial, firmware, '' FROM drives ORDER BY disk"), told);
+}
