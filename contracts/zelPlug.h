@@ -5,6 +5,7 @@
 #include "contracts/zelPlug/ConfigFile.h"
 #include "contracts/zelPlug/Event.h"
 #include "contracts/zelPlug/GlobalAdapterID.h"
+#include "contracts/zelPlug/LifeTimeTable.h"
 #include "contracts/zelPlug/Object.h"
 #include "contracts/zelPlug/Operation.h"
 #include "contracts/zelPlug/PluginHelper.h"

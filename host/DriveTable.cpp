@@ -54,6 +54,7 @@ std::vector<Column> Columns()
         {"WRITTEN", Cell<PI::PROP_BYTES_WRITTEN>, true, 0, 1, true},
         {"USED", Cell<PI::PROP_RATED_ENDURANCE_PERCENT>, true, 0, 0, true},
         {"RESERVE", Cell<PI::PROP_REMAINING_RESERVE_SPACE>, true, 0, 0, true},
+        {"LASTS UNTIL", Cell<PI::PROP_ESTIMATED_LIFETIME>, true, 0, 5, true},
     };
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "contracts/Export.h"
+#include "contracts/zelPlug/LifeTimeTable.h"
 #include "contracts/zelPlug/Property.h"
 #include "vocabulary/Identifiers.h"
 
@@ -10,16 +11,6 @@
 namespace PI
 {
 
-/// What is known of an SSD model's life.
-struct CSATALifeTimeData
-{
-    std::string m_Vendor;           ///< in capitals, as the system shows it
-    std::string m_Model;            ///< without a vendor word
-    std::uint32_t m_CompareLength;  ///< leading characters that stand for the model, 0: all
-    std::uint64_t m_RatedEndurance; ///< terabytes written
-    std::uint32_t m_LifeTimeFlag;
-};
-
 /// Helpers that every storage plug-in needs. All are static and safe from any thread.
 class ZELPLUG_API CPluginHelper
 {
@@ -27,25 +18,46 @@ class ZELPLUG_API CPluginHelper
     /// Fills identifier, label, view mask and unit from the row and leaves the value empty.
     static void GenerateCProperty(const _PROPERTY_DESCRIPTION& row, CProperty& property);
 
-    /// The largest unit, from kilobytes to terabytes, in which the value is at least 1; kilobytes
-    /// for less. Units step by 1024. The value is rounded to two decimal places.
+    /// The largest unit, from kilobytes to terabytes, in which the value, rounded to two decimal
+    /// places, is at least 1; kilobytes for less. Units step by 1024, and so does the rounded
+    /// value: what would read 1024.00 of a unit is 1.00 of the next.
     /// @return false for 0 bytes, with `value` and `unit` untouched
     static bool ConvertBytesToOtherUnit(std::uint64_t bytes, float& value, _UNITS& unit);
 
-    /// Splits an IDENTIFY model text at its first run of blanks: the first word is the vendor, the
-    /// rest the product. A single word is a product without a vendor.
+    /// Splits an IDENTIFY model text as a person would. In this order:
+    ///   - a text whose form only one vendor uses ("ST1000DM003", "SATADOM-SH 3ME3") is the
+    ///   product,
+    ///     as it stands, of that vendor, whose name comes in capitals. One form has no vendor to
+    ///     tell ("SATA SSD");
+    ///   - a known vendor that an underscore glues to the product ends there
+    ///     ("Micron_5300_MTFDDAK480TDS": "Micron", "5300_MTFDDAK480TDS");
+    ///   - a few vendors have two words ("InnoDisk Corp.");
+    ///   - otherwise the first word is the vendor, known or not, and the rest the product;
+    ///   - any other single word is a product without a vendor.
+    /// Vendor and product together hold every word of the model, but for a dash between them.
     /// @return 0; 20006 (INVALID_PARAMETER) for a blank text, with both results empty
     static _ERROR_CODE SplitSATAModelName(const std::string& model, std::string& vendor,
                                           std::string& product);
 
-    /// @return the model's row, which lives as long as the library, or null for an unknown model.
-    ///         The table of models is not filled yet, so that every model is unknown.
+    /// Looks a product up in the SATA table, whatever its letter case, with underscores as blanks,
+    /// with or without vendor words in front ("Micron_5300_MTFDDAK480TDS"). The whole text comes
+    /// first; then the rows whose m_CompareLength leading characters it has, of these the one with
+    /// which it goes along furthest, of equal ones the first.
+    /// @return the model's row, which lives as long as the library, or null for an unknown model
     static const CSATALifeTimeData* findLifeTimeProp(const std::string& product);
 
-    /// Estimates the hours that a drive has left. Without a table of models there is nothing to
-    /// estimate from yet: gives false and leaves `remainingHours` as it is.
-    /// @param hours     power-on hours, at least 1
-    /// @param percent   rated endurance used up, 0xFFFFFFFF: not known
+    /// Estimates the hours that a drive has left when life goes on as it did so far. Of the share
+    /// of its life that its wear tells and the one that its writes tell, the larger counts.
+    /// @param hours         power-on hours; callers pass 1 for a drive that does not tell them
+    /// @param bytesWritten  0: not known
+    /// @param percent       rated endurance used up, 0xFFFFFFFF: not known
+    /// @param rating        terabytes (10^12 bytes) written that the model is rated for, 0: not
+    /// known
+    /// @return true with the hours, rounded down, all bits set for more than fit: 0 from a whole
+    ///         share on; else hours * (1 - share) / share.
+    ///         false, with `remainingHours` untouched, when there is nothing to go by: hours 0; no
+    ///         share, or one of 0; below the whole share also when no hours are told (1), and below
+    ///         168 hours with less than a tenth used: filling a new drive says nothing of its life.
     static bool ComputeRemainingLifeTime(std::uint64_t hours, std::uint64_t bytesWritten,
                                          std::uint32_t percent, std::uint64_t rating,
                                          std::uint64_t& remainingHours);

@@ -34,23 +34,40 @@ static_assert(sizeof(_IDE_SMART_ATTRIBUTE) == 12);
 static_assert(offsetof(_IDE_SMART_DATA, m_Attributes) == 2);
 static_assert(sizeof(_IDE_SMART_DATA) == 512);
 
-/// Reads a SMART page by what is known of the drive's model. One object serves one drive.
+namespace Internals
+{
+struct SmartFamily;
+}
+
+/// Reads a SMART page by what is known of the drive's model: docs/health.md tells what for which.
+/// One object serves one drive. A reading that is not trusted is none, since it could raise an
+/// alarm.
 class ZELPLUG_API CSmartValues
 {
   public:
+    /// Takes the texts as CPluginHelper::SplitSATAModelName gives them, any texts of any length.
     CSmartValues(const std::string& vendor, const std::string& product);
 
-    /// Whether the meaning of the attributes is known for this model. No model is known yet.
+    /// Whether the meaning of the attributes is known for this model.
     bool IsSupported() const;
 
-    /// @return true when the fields below were filled from the page; they are untouched otherwise
+    /// Reads any 512 bytes.
+    /// @return true when the fields below were filled from the page, at least one of them with a
+    ///         reading; they are untouched otherwise
     bool Evaluate(const _IDE_SMART_DATA& page);
 
-    std::uint64_t m_Rating;                ///< rated endurance, for ComputeRemainingLifeTime alone
+    /// Terabytes (10^12 bytes) written that the model is rated for, 0: not known. For
+    /// ComputeRemainingLifeTime alone.
+    std::uint64_t m_Rating;
     std::uint64_t m_PowerOnHours;          ///< hours, 0: no reading
-    std::uint64_t m_BytesWritten;          ///< bytes, 0: no reading
-    std::uint32_t m_RemainingReserve;      ///< percent, 0xFFFFFFFF: no reading
-    std::uint32_t m_RatedEndurancePercent; ///< percent used up, 0xFFFFFFFF: no reading
+    std::uint64_t m_BytesWritten;          ///< bytes, 0: no reading; all bits set: more than fit
+    std::uint32_t m_RemainingReserve;      ///< percent, 0 to 100; 0xFFFFFFFF: no reading
+    std::uint32_t m_RatedEndurancePercent; ///< percent used up, 0 to 255; 0xFFFFFFFF: no reading
+
+  private:
+    // Marked, since a test that brings its own definitions does not use them.
+    [[maybe_unused]] const Internals::SmartFamily* m_Family = nullptr;
+    [[maybe_unused]] std::uint64_t m_RatedCycles = 0; ///< of the cells
 };
 
 } // namespace PI

@@ -10,14 +10,24 @@ difference is printed; exits with 0 for none, 1 for some, 77 when there is no su
 
 import json
 import os
+import re
 import subprocess
 import sys
 import tempfile
 
 SKIPPED = 77
-PHYSICAL_DRIVE, HDD, SSD = 19018, 40292, 40293
+PHYSICAL_DRIVE, HDD, SSD, AVAILABLE_SMART = 19018, 40292, 40293, 40180
 # Vendors that a drive may get by its model, whatever its first word is.
-VENDORS_BY_MODEL = {"INTEL", "SAMSUNG", "MICRON", "INNODISK"}
+VENDORS_BY_MODEL = {
+    "CRUCIAL", "HGST", "INNODISK", "INTEL", "MICRON", "SAMSUNG", "SANDISK", "SEAGATE", "TOSHIBA",
+    "TRANSCEND", "VIRTIUM", "WDC",
+}  # fmt: skip
+# Drives that are to be replaced, and why. Every other drive is healthy.
+WORN = {
+    "intel-ssdsc2bb240g4": "516 TB written, rated for 140 (its own count says 78 percent)",
+    "intel-ssdsc2bb240g7": "740 TB written, rated for 600 (its own count says 57 percent)",
+    "samsung-ssd-850-pro-256gb": "99 percent of its rated erase cycles used",
+}
 
 
 def rows_of(folder):
@@ -59,20 +69,30 @@ def expected_of(row):
     return expected
 
 
+def words_of(text):
+    """The words of a model text: blanks and underscores part them, a lone dash is none."""
+    return [word for word in re.split(r"[\s_]+", text.lower()) if word not in ("", "-")]
+
+
 def compare_model(model, values, notes):
-    """Differences of vendor and product."""
-    words = model.split()
-    vendor, product = (words[0], words[1:]) if len(words) > 1 else ("", words)
-    if "M.2" in vendor and "(S42)" in " ".join(product):
-        vendor = "INNODISK"
-    if values["PRODUCT"].split() != product:
+    """Differences of vendor and product, which together have the words of the model."""
+    words, vendor, product = words_of(model), values["VENDOR"], words_of(values["PRODUCT"])
+    front = words[: len(words) - len(product)]
+    if not product or front + product != words:
         yield f"PRODUCT is {values['PRODUCT']!r}, the model is {model!r}"
-    if values["VENDOR"].lower() != vendor.lower():
-        told = f"VENDOR is {values['VENDOR']!r}, the model is {model!r}"
-        if values["VENDOR"] in VENDORS_BY_MODEL:
+    if words_of(vendor) != front:
+        told = f"VENDOR is {vendor!r}, the model is {model!r}"
+        if vendor in VENDORS_BY_MODEL and front in ([], ["m.2"]):
             notes.append(told)
         else:
             yield told
+
+
+def compare_status(slug, values):
+    shown = values["STATUS"] == AVAILABLE_SMART
+    if shown != (slug in WORN):
+        why = f"replace it: {WORN[slug]}" if slug in WORN else "it is healthy"
+        yield f"STATUS is {values['STATUS']}, but {why}"
 
 
 def main(tarnisctl, machine_from_drives, folder):
@@ -95,6 +115,7 @@ def main(tarnisctl, machine_from_drives, folder):
         told = []
         if row.get("model"):
             found += compare_model(row["model"], values, told)
+        found += compare_status(row["slug"], values)
         plain, rule = row.get("expected_temperature"), row.get("rule_temperature")
         if plain and rule and plain != rule:
             told.append(f"another tool told {plain} degrees, the rule gives {rule}")

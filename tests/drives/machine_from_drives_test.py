@@ -12,6 +12,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 import compare_drives
 
@@ -119,6 +120,9 @@ class MachineFromDrives(unittest.TestCase):
                 wrong = column.replace("1", "7").replace("X", "Y")
                 self.table(HEADER, ODD.replace(column, wrong), OTHER)
                 self.assertEqual(compare(), 1)
+        self.table(HEADER, ODD, OTHER)
+        with unittest.mock.patch.dict(compare_drives.WORN, {"odd": "it is not"}):
+            self.assertEqual(compare(), 1)
         self.assertEqual(compare("/nowhere"), compare_drives.SKIPPED)
 
 

@@ -65,8 +65,12 @@ TEST(Helpers, ConvertBytes)
     const std::tuple<std::uint64_t, float, _UNITS> cases[] = {
         {1, 0.0F, UNIT_KILOBYTES},
         {kilo, 1.0F, UNIT_KILOBYTES},
-        {kilo * kilo - 1, 1024.0F, UNIT_KILOBYTES},
+        {kilo * kilo - 6, 1023.99F, UNIT_KILOBYTES}, // 1023.994
+        {kilo * kilo - 5, 1.0F, UNIT_MEGABYTES},     // 1023.995
         {kilo * kilo, 1.0F, UNIT_MEGABYTES},
+        {kilo * kilo * kilo - 5243, 1023.99F, UNIT_MEGABYTES},
+        {kilo * kilo * kilo - 5242, 1.0F, UNIT_GIGABYTES},
+        {kilo * kilo * kilo * kilo - 1, 1.0F, UNIT_TERABYTES},
         {240057409536, 223.57F, UNIT_GIGABYTES},
         {kilo * kilo * kilo * kilo, 1.0F, UNIT_TERABYTES},
         {UINT64_MAX, 16777216.0F, UNIT_TERABYTES},
@@ -77,23 +81,6 @@ TEST(Helpers, ConvertBytes)
         _UNITS unit = UNIT_NONE;
         EXPECT_EQ(CPluginHelper::ConvertBytesToOtherUnit(bytes, value, unit), bytes != 0);
         EXPECT_EQ(std::tuple(value, unit), std::tuple(expected, expectedUnit)) << bytes;
-    }
-}
-
-TEST(Helpers, SplitModelNames)
-{
-    const std::tuple<std::string, const char*, const char*, int> cases[] = {
-        {"INTEL SSDSC2BB240G7", "INTEL", "SSDSC2BB240G7", 0},
-        {"  WDC   WD10EZEX-08 X  ", "WDC", "WD10EZEX-08 X", 0},
-        {"ST1000DM003   ", "", "ST1000DM003", 0},
-        {"    ", "", "", 20006},
-    };
-    for (const auto& [model, vendor, product, result] : cases)
-    {
-        std::string first = "old";
-        std::string own = model; // a result may be the model's own string
-        EXPECT_EQ(PI::CPluginHelper::SplitSATAModelName(own, first, own), result) << model;
-        EXPECT_EQ(std::tuple(first, own), std::tuple(vendor, product)) << model;
     }
 }
 

@@ -112,7 +112,7 @@ TEST_F(Query, EveryPropertyOfATree)
                        {30486, 23313, 0, 21010, "range:0 in 0..100 by 1"},
                        {30494, 23309, 0, 21010, "range:0 in 0..100 by 1"},
                        {30490, 23279, 0, 1, "real:0"},
-                       {30498, 23307, 0, 21005, "number:0"},
+                       {30498, 23307, All, 21005, "number:8000"},
                        {30483, 23286, 0, 1, "text:"},
                        {30320, 23296, All, 1, "choice:40293 of 40292 40293"}});
     EXPECT_TRUE(objects[2].m_Operations.empty());
