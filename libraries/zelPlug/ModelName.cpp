@@ -62,7 +62,8 @@ Parts SplitTrimmed(std::string_view text)
         return SplitAt(text, end);
     if (Internals::IsVendorOfTwoWords(normal.View()))
         return SplitAt(text, EndOfSecondWord(text));
-    if (const std::size_t end = text.find_first_of(blanks); end != std::string_view::npos)
+    const std::size_t end = text.find_first_of(blanks);
+    if (text.find_first_not_of(gaps, end) != std::string_view::npos) // "X _" is one word
         return SplitAt(text, end);
     return {{}, text};
 }

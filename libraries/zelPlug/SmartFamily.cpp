@@ -21,9 +21,10 @@ constexpr Reading Hours(std::uint64_t countsAnHour = 1, std::uint64_t most = 0xF
     return {9, Field::RawLow, Meaning::Count, countsAnHour, most};
 }
 
+/// A counter of host writes. All its bits set are no count.
 constexpr Reading Writes(std::uint8_t id, std::uint64_t unit)
 {
-    return {id, Field::Raw, Meaning::Count, unit, 0xFFFFFFFFFFFF};
+    return {id, Field::Raw, Meaning::Count, unit, 0xFFFFFFFFFFFE};
 }
 
 /// A current value that counts down from 100. Above 100 it has another scale, or no use.

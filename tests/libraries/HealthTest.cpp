@@ -143,6 +143,7 @@ TEST(ModelNames, SplitAsAPersonWould)
         {"FOO_BAR", "", "FOO_BAR"},
         {"Micron_", "", "Micron_"},
         {"_", "", "_"},
+        {"X _\t_", "", "X _\t_"},
         {"INTEL -", "INTEL", "-"},
         {" \t ", "", ""},
     };
@@ -201,8 +202,9 @@ TEST(SmartValues, AreReadByFamily)
         // Steps of 32 MiB; the upper bytes of 9 are no hours; of two entries the first holds.
         {"INTEL", "SSDSC2BA012T4", "9:100:0xABCDEF00BBBD 9:1:7 241:100:4729932 233:99:0 232:98:0",
          "48061 158710181658624 1 98 24300"},
-        {"intel", "ssdsc2kb480g8", "241:1:0xFFFFFFFFFFFF 233:1:0 170:97:0",
+        {"intel", "ssdsc2kb480g8", "241:1:0xFFFFFFFFFFFE 233:1:0 170:97:0",
          "0 18446744073709551615 99 97 0"},
+        {"SAMSUNG", "MZ7LH960HAJR-00005", "9:1:1 241:1:0xFFFFFFFFFFFF", "1 0 - - 1366"},
         {"INTEL", "SSDSC2BB240G7", "233:101:0 232:253:0 170:0:0", "0 0 - 0 600"},
         {"INTEL", "SSDSC2BB240G7", "233:101:0 225:1:9 177:1:0", "0 0 - - 600"},
         // OEM firmware: another place, or none that is certain.

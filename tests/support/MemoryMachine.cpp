@@ -29,7 +29,7 @@ class OpenDisk : public Platform::Device
         page[0] = 0x40;
         PutText(page, 10, 10, m_Disk.serial);
         PutText(page, 23, 4, "FW1");
-        PutText(page, 27, 20, "TEST DRIVE");
+        PutText(page, 27, 20, "CRUCIAL CT480MX500SSD1");
         return ERROR_SUCCESS;
     }
     DWORD SmartData(Sector& page) override
@@ -37,7 +37,7 @@ class OpenDisk : public Platform::Device
         page = {};
         page[2] = 194;
         page[2 + 5] = m_Disk.temperature;
-        page[14] = 202;
+        page[14] = 202; // the endurance used, of this model
         page[14 + 5] = m_Disk.wear;
         return ERROR_SUCCESS;
     }

@@ -39,13 +39,14 @@ std::string EventText(const PI::CEvent& event)
 std::string Came(unsigned disk, const std::string& serial)
 {
     const std::string number = std::to_string(disk);
-    return "10920 TEST DRIVE (" + number + ") [" + number + "][FW1][" + serial + "] severity 2";
+    return "10920 CRUCIAL CT480MX500SSD1 (" + number + ") [" + number + "][FW1][" + serial +
+           "] severity 2";
 }
 
 std::string Failing(unsigned disk)
 {
     const std::string number = std::to_string(disk);
-    return "10045 TEST DRIVE (" + number + ") [" + number + "][][] severity 3";
+    return "10045 CRUCIAL CT480MX500SSD1 (" + number + ") [" + number + "][][] severity 3";
 }
 
 } // namespace
@@ -361,7 +362,7 @@ TEST_F(Watch, StandingConditionsAtReportTimes)
     WriteSettings("CustomOpts.ini", "WearLevelThreshold=97\nReservedCellsThreshold=0\n"
                                     "SnmpTrapReportTime1=11:00\nSnmpTrapReportTime2=2:30\n");
     const std::vector<std::string> report = {Failing(1), Failing(7),
-                                             "11090 TEST DRIVE (7) [7][][] severity 3"};
+                                             "11090 CRUCIAL CT480MX500SSD1 (7) [7][][] severity 3"};
     const auto at = [](const char* utc)
     {
         tm fields = {};

@@ -1,0 +1,52 @@
+#!/usr/bin/env python3
+"""Makes the inputs that the fuzz targets begin with: every model of the lifetime table, and the
+pages of real drives in DIR, if they are there.
+
+seeds.py DIR ROWS OUT     ROWS is SataLifeTime.inc; OUT gets a folder for each target
+"""
+
+import glob
+import os
+import re
+import sys
+
+# All attributes that tell something of some drive.
+IDS = (9, 167, 169, 170, 173, 175, 177, 179, 180, 190, 194, 202, 225, 231, 232, 233, 241, 245, 246)
+
+
+def pages_of_table(rows):
+    """Both pages of a drive of each model of the table, 100 in every attribute."""
+    with open(rows, encoding="utf-8") as file:
+        models = re.findall(r'^LIFETIME_ROW\("([^"]*)", "([^"]*)"', file.read(), re.MULTILINE)
+    smart = b"\x10\x00" + b"".join(bytes([i, 0, 0, 100, 100, 100, 0, 0, 0, 0, 0, 0]) for i in IDS)
+    for number, texts in enumerate(models):
+        model = " ".join(texts).encode().ljust(40)[:40]
+        swapped = bytes(model[i ^ 1] for i in range(40))
+        yield f"row{number}", (bytes(54) + swapped).ljust(512, b"\0"), smart.ljust(512, b"\0")
+
+
+def pages_of_drives(folder):
+    for path in sorted(glob.glob(os.path.join(glob.escape(folder), "*.identify.bin"))):
+        slug = path[: -len(".identify.bin")]
+        with open(path, "rb") as identify, open(slug + ".smart.bin", "rb") as smart:
+            yield os.path.basename(slug), identify.read(), smart.read()
+
+
+def main(folder, rows, out):
+    drives = list(pages_of_drives(folder))
+    if not drives:
+        print(f"fuzz: no pages of drives in {os.path.normpath(folder)}, so none among the seeds")
+    for target in ("smart_page", "identify_page"):
+        os.makedirs(os.path.join(out, target), exist_ok=True)
+    for name, identify, smart in [*pages_of_table(rows), *drives]:
+        model = bytes(identify[i ^ 1] for i in range(54, 94)).rstrip()
+        with open(os.path.join(out, "smart_page", name), "wb") as file:
+            file.write(bytes([len(model)]) + model + smart)
+        with open(os.path.join(out, "identify_page", name), "wb") as file:
+            file.write(identify)
+
+
+if __name__ == "__main__":
+    if len(sys.argv) != 4:
+        sys.exit(__doc__)
+    main(*sys.argv[1:])
