@@ -39,9 +39,8 @@ struct Item
 /// A storage object with one table T, alias A, and its connection.
 struct Items : storage_t, DatabaseWrapper::DatabaseDAO
 {
-    /// @param layout  a letter a column; + behind the one whose value the database gives; ! in
-    /// front for a table with foreign keys. At the end, what goes wrong: no map (M), no table (T),
-    /// no name of the last column, a text (N), refused (R), out of memory (O)
+    /// @param layout  a letter a column, + behind a generated key, ! for foreign keys; faults: no
+    /// map (M), no table (T), no name of the text (N), refused (R), out of memory (O)
     explicit Items(const std::string& layout)
     {
         dao = this;

@@ -37,26 +37,6 @@ auto FieldsOf(const PI::CSmartValues& values)
                       values.m_RemainingReserve, values.m_RatedEndurancePercent);
 }
 
-PI::CSmartValues Evaluated(const std::string& vendor, const std::string& product,
-                           const PI::_IDE_SMART_DATA& page)
-{
-    PI::CSmartValues values(vendor, product);
-    const auto before = FieldsOf(values);
-    Require(before == std::tuple(values.m_Rating, 0U, 0U, NoReading32, NoReading32),
-            "no reading yet");
-    const bool filled = values.Evaluate(page);
-    const auto once = FieldsOf(values);
-    Require(filled ? values.IsSupported() : once == before, "fields change with a reading alone");
-    Require(values.Evaluate(page) == filled && FieldsOf(values) == once, "evaluated again");
-    Require(values.IsSupported() || values.m_Rating == 0, "an unknown model has no rating");
-    Require(values.m_PowerOnHours <= 0xFFFFFF, "hours");
-    Require(values.m_RemainingReserve <= 100 || values.m_RemainingReserve == NoReading32,
-            "reserve");
-    Require(values.m_RatedEndurancePercent <= 255 || values.m_RatedEndurancePercent == NoReading32,
-            "endurance used");
-    return values;
-}
-
 /// Against a plain division in 128 bits.
 /// @return hours left, or NoReading64 without an estimate
 std::uint64_t LifeOf(std::uint64_t hours, std::uint64_t bytes, std::uint32_t percent,
@@ -85,21 +65,29 @@ std::uint64_t LifeOf(std::uint64_t hours, std::uint64_t bytes, std::uint32_t per
     return estimated ? left : NoReading64;
 }
 
-void EvaluateDrive(const PI::CSmartValues& values, const PI::_IDE_SMART_DATA& page,
-                   CAHCIPhysicalDrive& drive)
+void EvaluateDrive(const PI::_IDE_SMART_DATA& page, CAHCIPhysicalDrive& drive)
 {
+    PI::CSmartValues values(drive.m_Vendor, drive.m_Product);
+    const auto before = FieldsOf(values);
+    const bool filled = values.Evaluate(page);
+    const auto once = FieldsOf(values);
+    Require(filled ? values.IsSupported() : once == before, "fields change with a reading alone");
+    Require(values.IsSupported() || values.m_Rating == 0, "an unknown model has no rating");
+    for (const auto& [percent, most] : {std::pair(values.m_RemainingReserve, 100U),
+                                        std::pair(values.m_RatedEndurancePercent, 255U)})
+        Require(percent <= most || percent == NoReading32, "reserve and endurance used");
+
     CAHCIAdapter adapter;
     EvaluateSmartPage(page, drive);
     ApplyHealthLimits(drive, adapter);
-    Require(drive.m_Temperature <= 127, "temperature");
-    Require(FieldsOf(values) == std::tuple(values.m_Rating, drive.m_PowerOnHours,
-                                           drive.m_BytesWritten, drive.m_RemainingReserve,
-                                           drive.m_RatedEndurancePercent),
+    Require(drive.m_PowerOnHours <= 0xFFFFFF && drive.m_Temperature <= 127, "hours, temperature");
+    Require(once == std::tuple(values.m_Rating, drive.m_PowerOnHours, drive.m_BytesWritten,
+                               drive.m_RemainingReserve, drive.m_RatedEndurancePercent),
             "the drive has the values of its page");
-    const std::uint64_t left =
-        LifeOf(std::max<std::uint64_t>(values.m_PowerOnHours, 1), values.m_BytesWritten,
-               values.m_RatedEndurancePercent, values.m_Rating);
-    Require(drive.m_RemainingLifeTimeHours == left, "the drive has its hours left");
+    Require(drive.m_RemainingLifeTimeHours ==
+                LifeOf(std::max<std::uint64_t>(values.m_PowerOnHours, 1), values.m_BytesWritten,
+                       values.m_RatedEndurancePercent, values.m_Rating),
+            "the drive has its hours left");
     Require(values.IsSupported() || drive.m_Status == PI::VAL_AVAILABLE,
             "no alarm of an unknown model");
     Require((adapter.m_Status == PI::VAL_WARNING) == (drive.m_Status == PI::VAL_AVAILABLE_SMART),
@@ -119,11 +107,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     CAHCIPhysicalDrive drive;
     SplitModel(model, drive.m_Vendor, drive.m_Product);
-    const auto table = PI::SataLifeTimeTable();
     const PI::CSATALifeTimeData* row = CPluginHelper::findLifeTimeProp(drive.m_Product);
-    Require(row == nullptr || (row >= table.data() && row < table.data() + table.size()),
-            "a row of the table");
-    EvaluateDrive(Evaluated(drive.m_Vendor, drive.m_Product, page), page, drive);
+    Require(row == nullptr || row->m_RatedEndurance != 0, "a row of the table");
+    EvaluateDrive(page, drive);
 
     // Figures that no page tells; the rest of the page, which nothing reads, gives them.
     std::uint64_t figures[4];

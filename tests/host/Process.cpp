@@ -44,10 +44,9 @@ std::string ReadAll(int source)
 
 std::vector<char*> Pointers(std::vector<std::string>& texts)
 {
-    std::vector<char*> result;
-    for (std::string& text : texts)
-        result.push_back(text.data());
-    result.push_back(nullptr);
+    std::vector<char*> result(texts.size() + 1);
+    std::transform(texts.begin(), texts.end(), result.begin(),
+                   [](auto& text) { return text.data(); });
     return result;
 }
 
@@ -70,10 +69,9 @@ pid_t StartTarnisctl(const Arguments& arguments, const Environment& environment,
         return child;
     ::dup2(out, STDOUT_FILENO);
     ::dup2(err, STDERR_FILENO);
-    const rlimit sizes{fileSize, fileSize};
-    const rlimit bytes{memory, memory};
-    ::setrlimit(RLIMIT_FSIZE, &sizes);
-    ::setrlimit(RLIMIT_AS, &bytes);
+    const rlimit limits[]{{fileSize, fileSize}, {memory, memory}};
+    ::setrlimit(RLIMIT_FSIZE, &limits[0]);
+    ::setrlimit(RLIMIT_AS, &limits[1]);
     if (::chdir(testFolder.Path().c_str()) == 0)
         ::execve(argv[0], argv.data(), envp.data());
     ::_exit(127);

@@ -51,10 +51,8 @@ const std::string bom = "\xEF\xBB\xBF";
 TEST_F(Settings, AreReadByTheRules)
 {
     const std::pair<std::string, std::string> cases[] = {
-        {"Key=30", "30"},
         {bom + "Key=30\r\n", "30"},
-        {" \tkEY \t= 30 ", " 30 "},
-        {"Key=a=b\n", "a=b"},
+        {" \tkEY \t= a=b ", " a=b "},
         {"Key=\nKey=2\n", ""},
         {"Key=1\r", "1\r"},
         {"#Key=1\n;Key=2\n[Key=3\n# Key=4\nKey=5", "5"},
@@ -76,13 +74,11 @@ TEST_F(Settings, AreWrittenAndAllElseKept)
 {
     const std::string large(5'000'000, '\n');
     const std::pair<std::string, std::string> cases[] = {
-        {"", "Key=42\n"},
         {bom, bom + "Key=42\n"},
         {"a=1", "a=1\nKey=42\n"},
         {"a=1\r\nb=2\n", "a=1\r\nb=2\nKey=42\r\n"},
         {"a=1\r\nKEY =7\r\nb=2", "a=1\r\nKEY =42\r\nb=2"},
         {bom + "key=123456\n\n\nKey=2\n", bom + "key=42\n\n\nKey=2\n"},
-        {"x\n Key=", "x\n Key=42"},
         {"#Key=1\n\0\0=\xFF\n[s]\n"s, "#Key=1\n\0\0=\xFF\n[s]\nKey=42\n"s},
         {large + "Key=1\r\n" + large, large + "Key=42\r\n" + large},
     };
@@ -112,8 +108,7 @@ TEST_F(Settings, AreWrittenAndAllElseKept)
 TEST_F(Settings, ThatNoLineCanHoldAreRefused)
 {
     SetBytes("=1\n#a=1\n");
-    for (const std::string& key :
-         {" "s, "a=b"s, "a\n"s, "\ra"s, "a\0b"s, "#a"s, ";a"s, " [a"s, bom + "a"})
+    for (const std::string& key : {" "s, "a=b"s, "a\n"s, "\ra"s, "a\0b"s, "#a"s, " [a"s, bom + "a"})
     {
         EXPECT_EQ(Write(m_File, key, "1"), 20006) << key;
         EXPECT_EQ(Read(m_File, key), "none") << key;

@@ -32,12 +32,10 @@ TEST(Trace, FillsTheFormat)
 {
     using Fill = std::function<void(CFormatStream&)>;
     const std::tuple<const char*, Fill, std::string> cases[] = {
-        {"%d and %s, 0x%x", [](auto& s) { s << -5 << "text" << 255U; }, "-5 and text, 0xff"},
-        {"%d %x", [](auto& s) { s << INT64_MIN << -1; }, "-9223372036854775808 ffffffff"},
-        {"%d %x", [](auto& s) { s << UINT64_MAX << INT64_MAX; },
-         "18446744073709551615 7fffffffffffffff"},
-        {"%s left: %d", [](auto& s) { s << "over"; }, "over left: %d"},
-        {"%s%s", [](auto& s) { s << "%d" << 3; }, "%d3"},
+        {"0x%x %x", [](auto& s) { s << INT64_MAX << -1; }, "0x7fffffffffffffff ffffffff"},
+        {"%d %d", [](auto& s) { s << INT64_MIN << UINT64_MAX; },
+         "-9223372036854775808 18446744073709551615"},
+        {"%s%s left: %d", [](auto& s) { s << "%d" << 3; }, "%d3 left: %d"},
         {"100%% %5d %", [](auto& s) { s << 1; }, "100%% %5d %"},
         {"%s", [](auto& s) { s << std::string("\n\0\x7F\xC3\xA9", 5); }, "\\x0a\\x00\\x7f\xC3\xA9"},
     };
@@ -58,10 +56,11 @@ TEST(Trace, FillsTheFormat)
 TEST(Trace, MaskIsTakenStrictly)
 {
     const std::tuple<const char*, std::uint32_t, bool> cases[] = {
-        {"159", 159, true}, {"0x9F", 159, true},      {"0XffffFFFF", 0xFFFFFFFF, true},
-        {"0", 0, true},     {"4294967296", 0, false}, {"0x100000000", 0, false},
-        {"", 0, true},      {" 1", 0, false},         {"1 ", 0, false},
-        {"-1", 0, false},   {"0x", 0, false},         {"9F", 0, false},
+        {"159", 159, true},  {"0XffffFFFF", 0xFFFFFFFF, true},
+        {"", 0, true},       {"4294967296", 0, false},
+        {"0x9F", 159, true}, {"1 ", 0, false},
+        {" 1", 0, false},    {"-1", 0, false},
+        {"0x", 0, false},
     };
     for (const auto& [text, mask, isMask] : cases)
     {

@@ -10,17 +10,30 @@
 namespace
 {
 
-std::string OneDisk(const std::string& model)
+std::string OneDisk(const std::string& model, const std::string& numbers = "0")
 {
-    return MachineText("0", "{\"number\": 0, \"identify\": {\"model\": \"" + model + "\"}}");
+    return MachineText(numbers, "{\"number\": 0, \"identify\": {\"model\": \"" + model + "\"}}");
 }
 
-char FirstLetter(Platform::Machine& machine)
+/// A machine read from a file in a folder of its own.
+struct Rereading : testing::Test
 {
-    Platform::Sector page = {};
-    const auto device = Open(machine, 0);
-    return device && device->Identify(page) == ERROR_SUCCESS ? static_cast<char>(page[55]) : '?';
-}
+    /// @return the first letter of disk 0's model after a walk
+    char Letter() const
+    {
+        machine->ReadDeviceTree();
+        Platform::Sector page = {};
+        const auto device = Open(*machine, 0);
+        return device && device->Identify(page) == ERROR_SUCCESS ? static_cast<char>(page[55]) : 0;
+    }
+
+    const TestFolder folder;
+    const std::string good = OneDisk("A");
+    const std::string file = folder.Write("m.json", good);
+    std::string message;
+    const std::shared_ptr<Platform::SimulatedMachine> machine =
+        Platform::SimulatedMachine::FromFile(file, message);
+};
 
 /// Fails unless this many lines go to standard error meanwhile. @return them
 std::string ExpectWarnings(std::ptrdiff_t count, const std::function<void()>& run)
@@ -34,11 +47,8 @@ std::string ExpectWarnings(std::ptrdiff_t count, const std::function<void()>& ru
 
 } // namespace
 
-TEST(Rereading, ChangesAreTakenUpAtAWalk)
+TEST_F(Rereading, ChangesAreTakenUpAtAWalk)
 {
-    const TestFolder folder;
-    const std::string file = folder.Write("m.json", OneDisk("A"));
-    const auto machine = MachineOfFile(file);
     const auto device = Open(*machine, 0);
     const auto tree = machine->ReadDeviceTree();
 
@@ -47,34 +57,26 @@ TEST(Rereading, ChangesAreTakenUpAtAWalk)
     {
         folder.Write("m.json", OneDisk(model));
         EXPECT_EQ(machine->ReadDeviceTree(), tree) << "an equal tree is the same tree";
-        EXPECT_EQ(FirstLetter(*machine), model[0]);
+        EXPECT_EQ(Letter(), model[0]);
     }
     // By rename, with another tree.
     std::filesystem::rename(folder.Write("new", MachineText("5, 6", "{\"number\": 5}")), file);
-    Platform::Sector page = {};
-    EXPECT_EQ(device->Identify(page), ERROR_SUCCESS) << "no walk yet";
+    EXPECT_EQ(device->SmartVersion(), ERROR_SUCCESS) << "no walk yet";
     EXPECT_NE(machine->ReadDeviceTree(), tree);
-    EXPECT_EQ(device->Identify(page), ERROR_NOT_READY) << "the disk is gone";
+    EXPECT_EQ(device->SmartVersion(), ERROR_NOT_READY) << "the disk is gone";
     EXPECT_TRUE(Open(*machine, 5));
 }
 
-TEST(Rereading, AWrongVersionLeavesTheLastGoodOneWithOneWarning)
+TEST_F(Rereading, AWrongVersionLeavesTheLastGoodOneWithOneWarning)
 {
-    const TestFolder folder;
-    const std::string good = OneDisk("A");
-    const std::string file = folder.Write("m.json", good);
-    const auto machine = MachineOfFile(file);
     const auto walk = [&]
     {
-        for (int walks = 0; walks < 3; ++walks)
-        {
-            machine->ReadDeviceTree();
-            EXPECT_EQ(FirstLetter(*machine), 'A');
-        }
+        EXPECT_EQ(Letter(), 'A');
+        EXPECT_EQ(Letter(), 'A');
         // Beyond the time in which a file counts as freshly changed.
         std::this_thread::sleep_for(std::chrono::milliseconds(60));
-        machine->ReadDeviceTree();
-        machine->ReadDeviceTree();
+        EXPECT_EQ(Letter(), 'A');
+        EXPECT_EQ(Letter(), 'A');
     };
     folder.Write("m.json", good.substr(0, good.size() / 2));
     EXPECT_TRUE(ExpectWarnings(1, walk).starts_with(file + ": line "));
@@ -83,74 +85,60 @@ TEST(Rereading, AWrongVersionLeavesTheLastGoodOneWithOneWarning)
     folder.Write("m.json", good);
     ExpectWarnings(0, walk);
     folder.Write("m.json", OneDisk("Z"));
-    machine->ReadDeviceTree();
-    EXPECT_EQ(FirstLetter(*machine), 'Z');
-}
+    EXPECT_EQ(Letter(), 'Z');
 
-TEST(Rereading, PageFilesAreWatched)
-{
-    const TestFolder folder;
-    folder.Write("page", std::string(512, 'a'));
-    const auto machine = MachineOfFile(
-        folder.Write("m.json", MachineText("0", R"({"number": 0, "identify": "page"})")));
-    folder.Write("page", std::string(512, 'b'));
-    machine->ReadDeviceTree();
-    EXPECT_EQ(FirstLetter(*machine), 'b');
-
+    // The same with a page in a file of its own.
+    folder.Write("m.json", MachineText("0", R"({"number": 0, "identify": "page"})"));
+    for (const char letter : {'a', 'b'})
+    {
+        folder.Write("page", std::string(512, letter));
+        EXPECT_EQ(Letter(), letter);
+    }
     std::filesystem::remove(folder.File("page"));
-    ExpectWarnings(1, [&] { machine->ReadDeviceTree(); });
-    EXPECT_EQ(FirstLetter(*machine), 'b');
-    std::string message;
+    ExpectWarnings(1, [&] { EXPECT_EQ(Letter(), 'b'); });
     EXPECT_FALSE(machine->Replace("{", message));
-    EXPECT_EQ(FirstLetter(*machine), 'b');
+    EXPECT_EQ(Letter(), 'b');
 }
 
-TEST(Rereading, ReadersMayWorkWhileTheFileChanges)
+TEST_F(Rereading, ReadersMayWorkWhileTheFileChanges)
 {
-    const TestFolder folder;
-    const std::string first = OneDisk("A");
-    const std::string second =
-        MachineText("0, 1", R"({"number": 1}, {"number": 0, "identify": {"model": "B"}})");
-    const std::string file = folder.Write("m.json", first);
-    const auto machine = MachineOfFile(file);
+    const std::string second = OneDisk("B", "0, 1");
     Platform::SetCurrentMachine(machine);
 
     std::atomic<bool> stop = false;
     std::atomic<int> strange = 0;
-    std::vector<std::thread> readers;
+    const auto read = [&]
+    {
+        while (!stop)
+        {
+            DEVINST node = 0;
+            Platform::CM_Locate_DevNodeA(&node, nullptr, 0);
+            // Another walker's new picture may have made the node an old one.
+            const CONFIGRET result = Platform::CM_Get_Child(&node, node, 0);
+            strange += result != CR_SUCCESS && result != CR_NO_SUCH_DEVNODE;
+            const char letter = Letter();
+            strange += letter != 'A' && letter != 'B';
+            const HANDLE device = OpenDisk(0);
+            STORAGE_DEVICE_NUMBER number = {};
+            strange += NumberError(device, number) != ERROR_SUCCESS;
+            strange += !Platform::CloseHandle(device) || Platform::CloseHandle(device);
+            machine->JournalEntries();
+        }
+    };
+    std::vector<std::jthread> readers;
     for (int reader = 0; reader < 3; ++reader)
-        readers.emplace_back(
-            [&]
-            {
-                while (!stop)
-                {
-                    DEVINST node = 0;
-                    DEVINST child = 0;
-                    Platform::CM_Locate_DevNodeA(&node, nullptr, 0);
-                    // Another walker's new picture may have made the node an old one.
-                    const CONFIGRET result = Platform::CM_Get_Child(&child, node, 0);
-                    strange += result != CR_SUCCESS && result != CR_NO_SUCH_DEVNODE;
-                    const char letter = FirstLetter(*machine);
-                    strange += letter != 'A' && letter != 'B';
-                    const HANDLE device = OpenDisk(0);
-                    STORAGE_DEVICE_NUMBER number = {};
-                    strange += NumberError(device, number) != ERROR_SUCCESS;
-                    strange += !Platform::CloseHandle(device) || Platform::CloseHandle(device);
-                    machine->JournalEntries();
-                }
-            });
+        readers.emplace_back(read);
     testing::internal::CaptureStderr();
     for (int change = 0; change < 150; ++change)
     {
         if (change % 3 == 0)
             folder.Write("m.json", second.substr(0, 20));
         else
-            std::filesystem::rename(folder.Write("new", change % 2 == 0 ? first : second), file);
+            std::filesystem::rename(folder.Write("new", change % 2 == 0 ? good : second), file);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     stop = true;
-    for (std::thread& reader : readers)
-        reader.join();
+    readers.clear(); // waits for them
     testing::internal::GetCapturedStderr();
     EXPECT_EQ(strange, 0);
     Platform::SetCurrentMachine(nullptr);

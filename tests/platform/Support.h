@@ -10,19 +10,10 @@
 #include <memory>
 #include <string>
 
-inline std::shared_ptr<Platform::SimulatedMachine> MachineOf(const std::string& text,
-                                                             const std::string& folder = ".")
+inline std::shared_ptr<Platform::SimulatedMachine> MachineOf(const std::string& text)
 {
     std::string message;
-    auto machine = Platform::SimulatedMachine::FromText(text, folder, message);
-    EXPECT_TRUE(machine) << message;
-    return machine;
-}
-
-inline std::shared_ptr<Platform::SimulatedMachine> MachineOfFile(const std::string& path)
-{
-    std::string message;
-    auto machine = Platform::SimulatedMachine::FromFile(path, message);
+    auto machine = Platform::SimulatedMachine::FromText(text, ".", message);
     EXPECT_TRUE(machine) << message;
     return machine;
 }

@@ -5,10 +5,11 @@
 #include "tests/support/PluginTest.h"
 
 #include <algorithm>
-#include <fstream>
 #include <locale>
 #include <map>
 #include <random>
+#include <regex>
+#include <set>
 
 using namespace Support;
 using Platform::DriveCall;
@@ -114,7 +115,6 @@ TEST_F(Scan, TheHostsLocaleHasNoSay)
               "text:Windows Advanced Host Controller Interface (1234)");
     EXPECT_EQ(ValueText(objects[2], PI::PROP_NAME), "text:INTEL SSDSC2BB240G7 (12345)");
     EXPECT_EQ(ValueText(objects[2], PI::PROP_OS_DEVICE), "text:Disk 12345");
-    EXPECT_EQ(ValueText(objects[2], PI::PROP_STATUS), "choice:40093 of 40099 40180 40095");
     EXPECT_EQ(ReadSettings("tarnis.ini"), "PollInterval=5000");
 }
 
@@ -125,33 +125,24 @@ TEST_F(Scan, FaultsStayWithTheirDrive)
     const struct
     {
         const char* fault;
-        bool present;
-        const char* lines; ///< what differs in the drive's properties
-    } cases[] = {
-        {"open", false, ""},
-        {"device_number", false, ""},
-        {"smart_version", false, ""},
-        {"identify", false, ""},
-        {"smart_data", true, "30069"},
-        {"length", true, "30059=number:18446744073709551615 30060=number:18446744073709551615"},
-    };
+        const char* changed; ///< which of the drive's properties, or null when it is not there
+        const char* to;
+    } cases[] = {{"open", nullptr, ""},
+                 {"device_number", nullptr, ""},
+                 {"smart_version", nullptr, ""},
+                 {"identify", nullptr, ""},
+                 {"smart_data", "30069=.*\n([^]*)=number:8000", "$1=number:0"},
+                 {"length", "(30059|30060)=.*", "$1=number:18446744073709551615"}};
     for (const auto& c : cases)
     {
         nlohmann::json machine = healthy;
         machine["disks"][1]["faults"] = {c.fault};
-        auto drives = Drives(Picture(machine));
-        const std::string faulty = drives["number:1"];
-        EXPECT_EQ(!faulty.empty(), c.present) << c.fault;
-        for (const char* other : {"number:0", "number:2"})
-            EXPECT_EQ(drives[other], expected.at(other)) << c.fault;
-        if (!c.present)
-            continue;
-        if (std::string(c.fault) == "smart_data")
-            EXPECT_EQ(faulty.find("30069="), std::string::npos);
+        auto left = expected;
+        if (c.changed)
+            left["number:1"] = std::regex_replace(left["number:1"], std::regex(c.changed), c.to);
         else
-            for (const char* line :
-                 {"30059=number:18446744073709551615\n", "30060=number:18446744073709551615\n"})
-                EXPECT_NE(faulty.find(line), std::string::npos);
+            left.erase("number:1");
+        EXPECT_EQ(Drives(Picture(machine)), left) << c.fault;
     }
     EXPECT_EQ(Platform::OpenHandleCount(), 0U);
 }
@@ -164,52 +155,50 @@ TEST_F(Scan, SendsTheseCommandsAndNoOthers)
     deaf["faults"] = {"smart_version"};
     Platform::SimulatedMachine& machine = UseMachine(MachineWith({Disk(0), removable, deaf}));
     LoadedPlugin plugin;
+    std::set<std::string> pictures;
     const auto scan = [&]
     {
         machine.ClearJournal();
         EXPECT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
         const auto journal = machine.JournalEntries();
+        pictures.insert(PictureText(plugin.Topology()));
+        EXPECT_EQ(machine.JournalEntries(), journal); // a query asks no drive
         plugin.Renew();
         return journal;
     };
-    using Journal = std::vector<Platform::JournalEntry>;
-    Journal walk;
-    for (const DWORD disk : {0U, 1U, 2U})
-        walk.insert(walk.end(), {{disk, DriveCall::Open}, {disk, DriveCall::DeviceNumber}});
-    const auto whole = [&](bool smartRead)
+    using enum DriveCall;
+    const auto whole = [](bool smartRead)
     {
-        Journal all = walk; // the driver check
-        all.insert(all.end(), walk.begin(), walk.end());
-        all.insert(all.end(),
-                   {{0, DriveCall::Open}, {0, DriveCall::SmartVersion}, {0, DriveCall::Identify}});
+        std::vector<Platform::JournalEntry> all;
+        const auto add = [&](DWORD disk, std::initializer_list<DriveCall> calls)
+        {
+            for (const DriveCall call : calls)
+                all.push_back({disk, call});
+        };
+        for (const DWORD disk : {0U, 1U, 2U, 0U, 1U, 2U}) // the driver check and the walk
+            add(disk, {Open, DeviceNumber});
+        add(0, {Open, SmartVersion, Identify});
         if (smartRead)
-            all.push_back({0, DriveCall::SmartData});
-        all.insert(all.end(), {{0, DriveCall::Length},
-                               {0, DriveCall::Partitions},
-                               {1, DriveCall::Open},
-                               {1, DriveCall::SmartVersion},
-                               {1, DriveCall::Identify},
-                               {1, DriveCall::Length},
-                               {1, DriveCall::Partitions},
-                               {2, DriveCall::Open},
-                               {2, DriveCall::SmartVersion},
-                               {0, DriveCall::Partitions}, // for the rows
-                               {1, DriveCall::Partitions}});
+            add(0, {SmartData});
+        add(0, {Length, Partitions});
+        add(1, {Open, SmartVersion, Identify, Length, Partitions});
+        add(2, {Open, SmartVersion});
+        add(0, {Partitions}); // for the rows
+        add(1, {Partitions});
         return all;
     };
-    EXPECT_EQ(scan(), whole(true));
-    EXPECT_EQ(scan(), whole(false));
-    AdvanceClock(300000);
-    EXPECT_EQ(scan(), whole(false));
-    AdvanceClock(1);
-    EXPECT_EQ(scan(), whole(true));
-    AdvanceClock(300000);
-    EXPECT_EQ(scan(), whole(false));
-    AdvanceClock(-300001); // a page from the future is not trusted
-    EXPECT_EQ(scan(), whole(true));
-
-    plugin.Topology();
-    EXPECT_EQ(machine.JournalEntries(), whole(true)); // a query asks no drive
+    // A page from the future is not trusted.
+    for (const auto& [later, smartRead] : {std::pair{0, true},
+                                           {0, false},
+                                           {300000, false},
+                                           {1, true},
+                                           {300000, false},
+                                           {-300001, true}})
+    {
+        AdvanceClock(later);
+        EXPECT_EQ(scan(), whole(smartRead)) << later;
+    }
+    EXPECT_EQ(pictures.size(), 1U); // an unchanged machine looks as before
 }
 
 TEST_F(Scan, StaleSmartPages)
@@ -248,18 +237,6 @@ TEST_F(Scan, StaleSmartPages)
     EXPECT_EQ(ValueText(picture[3], PI::PROP_TEMPERATURE), "real:23");
 }
 
-TEST_F(Scan, SecondLookAtAnUnchangedMachine)
-{
-    UseMachine(MachineOf(20));
-    LoadedPlugin plugin;
-    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
-    const std::string first = PictureText(plugin.Topology());
-    EXPECT_EQ(PictureText(plugin.Topology()), first);
-    plugin.Renew();
-    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
-    EXPECT_EQ(PictureText(plugin.Topology()), first);
-}
-
 // Every platform call of a start fails in turn, once and then for good. Only calls of the tree walk
 // may cost more than the one drive that they were made for, since they hide what lies behind.
 TEST_F(Scan, EveryPlatformCallMayFail)
@@ -283,11 +260,9 @@ TEST_F(Scan, EveryPlatformCallMayFail)
             Platform::SetCallGate(
                 [&](const char* name)
                 {
-                    ++calls;
-                    const bool passes = forGood ? calls < failing : calls != failing;
-                    if (calls == failing)
+                    if (++calls == failing)
                         refused = name;
-                    return passes;
+                    return forGood ? calls < failing : calls != failing;
                 });
             LoadedPlugin plugin;
             const std::int32_t result = plugin.Initialize();
@@ -307,20 +282,10 @@ TEST_F(Scan, EveryPlatformCallMayFail)
             std::size_t touched = whole.size() - drives.size();
             for (const auto& [number, text] : drives)
                 touched += text != whole.at(number);
+            // When all calls fail from then on, all that counts is that nothing is left behind.
             const bool treeWalk = refused.substr(0, 3) == "CM_" && refused != "CM_Get_Device_IDA";
-            if (forGood)
-                continue; // all that counts then is that nothing is left behind
-            if (!treeWalk)
-            {
-                EXPECT_LE(touched, 1U);
-            }
-            for (const auto& [number, text] : drives)
-            {
-                if (treeWalk)
-                {
-                    EXPECT_EQ(text, whole.at(number));
-                }
-            }
+            const std::size_t allowed = treeWalk ? whole.size() - drives.size() : 1;
+            EXPECT_TRUE(forGood || touched <= allowed) << touched;
         }
         EXPECT_GT(reached, 150); // two walks and six drives
     }
@@ -342,7 +307,7 @@ TEST_F(Scan, AnyPagesWhatever)
             for (char& byte : bytes)
                 byte = static_cast<char>(number % 2 ? random() : few[random() % sizeof few]);
             const std::string file = std::to_string(number) + page;
-            std::ofstream(Folder() + "/" + file, std::ios::binary) << bytes;
+            WriteSettings(file, bytes);
             disk[page] = file;
         }
         disks.push_back(disk);

@@ -23,26 +23,52 @@ std::ptrdiff_t ThreadCount()
     return std::distance(begin(tasks), end(tasks));
 }
 
+/// Sends one command of a kind, 0 to 6.
+/// @return whether it came out as it must
+bool Send(IPLUGINAPI* plugin, unsigned kind, std::uint64_t object, std::size_t objectCount)
+{
+    std::vector<PI::CObject> objects;
+    std::vector<PI::CProperty> properties;
+    std::vector<PI::COperation> operations;
+    PI::CProperty name(PI::PROP_NAME, false);
+    PI::COperation collect(PI::OP_GET_EVENTS);
+    switch (kind)
+    {
+    case 0:
+        return plugin->Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects) == 0 &&
+               objects.size() == objectCount;
+    case 1:
+        return plugin->Command(PI::COMMAND_GET_PROPERTIES, object, &properties) == 0;
+    case 2:
+        return plugin->Command(PI::COMMAND_GET_PROPERTY, object, &name) == 0;
+    case 3: // setting the interval would ring again, and again
+        return plugin->Command(PI::COMMAND_SET_PROPERTY, object, &name) == PI::ERR_INVALID_PROPERTY;
+    case 4:
+        return plugin->Command(PI::COMMAND_GET_OPERATIONS, object, &operations) == 0;
+    case 5:
+        return plugin->Command(PI::COMMAND_CHECK_OPERATION, object, &collect) == 0;
+    default:
+        return plugin->Command(PI::COMMAND_EXECUTE_OPERATION, object, &collect) == 0 ||
+               object != PluginId;
+    }
+}
+
 /// A doorbell that sends every command from inside itself.
 struct Host
 {
+    explicit Host(LoadedPlugin& plugin, std::size_t count) : objectCount(count)
+    {
+        plugin.Interface()->m_HostContext = this;
+        plugin.Interface()->m_HostCallback = &Host::Ring;
+    }
+
     static void Ring(void* context, IPLUGINAPI* plugin)
     {
         auto& host = *static_cast<Host*>(context);
-        std::vector<PI::CObject> objects;
-        std::vector<PI::CProperty> properties;
-        std::vector<PI::COperation> operations;
-        PI::CProperty name(PI::PROP_NAME, false);
-        PI::COperation collect(PI::OP_GET_EVENTS);
-        const bool served =
-            plugin->Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects) == 0 &&
-            plugin->Command(PI::COMMAND_GET_PROPERTIES, AdapterId, &properties) == 0 &&
-            plugin->Command(PI::COMMAND_GET_PROPERTY, PluginId, &name) == 0 &&
-            plugin->Command(PI::COMMAND_SET_PROPERTY, PluginId, &name) ==
-                PI::ERR_INVALID_PROPERTY && // setting the interval would ring again, and again
-            plugin->Command(PI::COMMAND_GET_OPERATIONS, PluginId, &operations) == 0 &&
-            plugin->Command(PI::COMMAND_CHECK_OPERATION, AdapterId, &collect) == 0 &&
-            plugin->Command(PI::COMMAND_EXECUTE_OPERATION, PluginId, &collect) == 0;
+        bool served = true;
+        for (unsigned kind = 0; kind < 7; ++kind)
+            for (const std::uint64_t object : {PluginId, AdapterId})
+                served = Send(plugin, kind, object, host.objectCount) && served;
         const std::lock_guard guard(host.lock);
         host.rings += served;
         host.rung.notify_all();
@@ -57,6 +83,7 @@ struct Host
     std::mutex lock;
     std::condition_variable rung;
     int rings = 0;
+    const std::size_t objectCount;
 };
 
 /// Whether so many threads are left. The kernel strikes one off its list a moment after its end.
@@ -97,9 +124,7 @@ TEST_F(Threads, WorkerStartsAnswersAndStops)
     for (unsigned round = 0; round < rounds; ++round)
     {
         plugin.Renew();
-        Host host;
-        plugin.Interface()->m_HostContext = &host;
-        plugin.Interface()->m_HostCallback = &Host::Ring;
+        Host host(plugin, 4);
         ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
         EXPECT_TRUE(ThreadsAre(before));
         ASSERT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs),
@@ -120,9 +145,7 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
 {
     UseMachine(MachineOf(8));
     LoadedPlugin plugin;
-    Host host;
-    plugin.Interface()->m_HostContext = &host;
-    plugin.Interface()->m_HostCallback = &Host::Ring;
+    Host host(plugin, 10);
     ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
     ASSERT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
 
@@ -142,37 +165,10 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
     {
         for (unsigned step = 0; step < steps; ++step)
         {
-            const std::uint64_t object = PluginId + (seed + step) % 10;
-            std::vector<PI::CObject> objects;
-            std::vector<PI::CProperty> properties;
-            std::vector<PI::COperation> operations;
-            PI::CProperty name(PI::PROP_NAME, false);
-            PI::COperation collect(PI::OP_GET_EVENTS);
-            switch ((seed * 7 + step) % 7)
-            {
-            case 0:
-                wrong +=
-                    plugin.Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects) || objects.size() != 10;
-                break;
-            case 1:
-                wrong += plugin.Command(PI::COMMAND_GET_PROPERTIES, object, &properties) != 0;
-                break;
-            case 2:
-                wrong += plugin.Command(PI::COMMAND_GET_PROPERTY, object, &name) != 0;
-                break;
-            case 3:
-                wrong +=
-                    step % 25 == 3 && SetInterval(plugin, 2 + static_cast<int>(step % 250)) != 0;
-                break;
-            case 4:
-                wrong += plugin.Command(PI::COMMAND_GET_OPERATIONS, object, &operations) != 0;
-                break;
-            case 5:
-                wrong += plugin.Command(PI::COMMAND_CHECK_OPERATION, object, &collect) != 0;
-                break;
-            default:
-                plugin.Command(PI::COMMAND_EXECUTE_OPERATION, object, &collect);
-            }
+            const unsigned kind = (seed * 7 + step) % 7;
+            wrong += !Send(plugin.Interface(), kind, PluginId + (seed + step) % 10, 10);
+            if (kind == 3 && step % 25 == 3)
+                wrong += SetInterval(plugin, 2 + static_cast<int>(step % 250)) != 0;
         }
     };
     std::vector<std::thread> hosts;
