@@ -724,6 +724,7 @@ TEST_F(Rows, HostileTextsOfPartitions)
 
     m_Plugin = std::make_unique<SteppedPlugin>();
     ASSERT_TRUE(m_Plugin->Start());
+    ASSERT_TRUE(m_Plugin->Pass()); // the first one, which comes by itself
     EXPECT_TRUE(Seen(ours) == expected);
     EXPECT_EQ(changesInPass(), Changes()); // and all of it reads back as it was
     const Texts before = everythingElse();
