@@ -3,7 +3,7 @@
 
 #include "platform/Machine.h"
 #include "platform/simulated/DriveCall.h"
-#include "platform/simulated/HostSystem.h"
+#include "platform/HostSystem.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "platform/simulated/SimulatedMachine.h"
 
 #include "platform/DeviceNames.h"
-#include "platform/simulated/HostSystem.h"
+#include "platform/HostSystem.h"
 #include "platform/simulated/MachineFile.h"
 
 #include <algorithm>

@@ -1,78 +1,18 @@
-#include "platform/simulated/HostSystem.h"
+#include "platform/HostSystem.h"
+
+#include "platform/linux/FileDescriptor.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
-#include <cstdio>
 #include <system_error>
 
-#if defined(_WIN32)
-#include <filesystem>
-#include <fstream>
-#include <thread>
-#else
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <time.h>
-#include <unistd.h>
-#endif
 
 namespace Platform
 {
-
-namespace
-{
-
-std::string TooLarge(std::size_t limit)
-{
-    return limit % (1024 * 1024) == 0
-               ? "is larger than " + std::to_string(limit / (1024 * 1024)) + " MiB"
-               : "is longer than " + std::to_string(limit) + " bytes";
-}
-
-} // namespace
-
-#if defined(_WIN32)
-
-CancellationPause::CancellationPause() = default;
-CancellationPause::~CancellationPause() = default;
-
-FileStamp StampOf(const std::string& path)
-{
-    std::error_code error;
-    FileStamp stamp;
-    const auto time = std::filesystem::last_write_time(path, error);
-    if (error)
-        return stamp;
-    stamp.changed = time.time_since_epoch().count();
-    stamp.size = std::filesystem::file_size(path, error);
-    stamp.inode = 1;
-    return stamp;
-}
-
-std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content)
-{
-    const std::string& path = file.path;
-    file.stamp = StampOf(path);
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(path, error))
-        return "is missing or not a regular file";
-    if (file.stamp.size > limit)
-        return TooLarge(limit);
-    content.assign(static_cast<std::size_t>(file.stamp.size), '\0');
-    std::ifstream stream(path, std::ios::binary);
-    stream.read(content.data(), static_cast<std::streamsize>(content.size()));
-    content.resize(static_cast<std::size_t>(stream.gcount()));
-    return stream.bad() ? "cannot be read" : "";
-}
-
-void SleepFor(std::uint32_t milliseconds)
-{
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-}
-
-#else
 
 namespace
 {
@@ -103,24 +43,6 @@ std::string Reason(int error)
 {
     return std::generic_category().message(error);
 }
-
-class FileDescriptor
-{
-  public:
-    explicit FileDescriptor(int descriptor) : m_Descriptor(descriptor) {}
-    ~FileDescriptor()
-    {
-        if (m_Descriptor >= 0)
-            close(m_Descriptor);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    int Get() const { return m_Descriptor; }
-
-  private:
-    int m_Descriptor;
-};
 
 } // namespace
 
@@ -193,16 +115,6 @@ void SleepFor(std::uint32_t milliseconds)
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR)
     {
     }
-}
-
-#endif
-
-void Warn(const std::string& text)
-{
-    const CancellationPause pause;
-    // One call, so that lines of several threads do not mix.
-    const std::string line = text + "\n";
-    std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 } // namespace Platform

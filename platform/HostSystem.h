@@ -1,4 +1,5 @@
-// What the simulated machine needs of the system it runs on: files, sleep, a line for people.
+// What the machines need of the system they run on: files, sleep, a line for people. linux/ and
+// windows/ have their own HostSystem.cpp.
 #pragma once
 
 #include <cstddef>
@@ -50,6 +51,9 @@ struct WatchedFile
 /// @param limit  longest content taken
 /// @return empty, or what is wrong with the file
 std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content);
+
+/// What is wrong with a file of more than the limit.
+std::string TooLarge(std::size_t limit);
 
 /// Sleeps with no lock held. A thread may be cancelled in here, and unwinds.
 void SleepFor(std::uint32_t milliseconds);

@@ -1,0 +1,39 @@
+// An open file, closed with its owner.
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+namespace Platform
+{
+
+/// Owns a descriptor; a negative one stands for none. close() is a place where a thread can be
+/// cancelled, which no destructor survives: to be used under a CancellationPause.
+class FileDescriptor
+{
+  public:
+    explicit FileDescriptor(int descriptor = -1) : m_Descriptor(descriptor) {}
+    FileDescriptor(FileDescriptor&& other) noexcept
+        : m_Descriptor(std::exchange(other.m_Descriptor, -1))
+    {
+    }
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept
+    {
+        std::swap(m_Descriptor, other.m_Descriptor);
+        return *this;
+    }
+    ~FileDescriptor()
+    {
+        if (m_Descriptor >= 0)
+            close(m_Descriptor);
+    }
+
+    int Get() const { return m_Descriptor; }
+    bool IsOpen() const { return m_Descriptor >= 0; }
+
+  private:
+    int m_Descriptor;
+};
+
+} // namespace Platform
