@@ -89,12 +89,13 @@ std::string Lines(const Json& found)
 namespace Host
 {
 
-void Explain(const Options& options, Output& output)
+ExitCode Explain(const Options& options, Output& output)
 {
     const Json found = Select(options.query);
     if (IsEmpty(found))
         FailUnknown(options.query);
     output.Write(options.json ? JsonText(found) : Lines(found));
+    return EXIT_DONE;
 }
 
 } // namespace Host

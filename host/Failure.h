@@ -13,6 +13,7 @@ enum ExitCode : int
     EXIT_USAGE = 1,       ///< wrong arguments, a disk that is not there, or a wrong machine file
     EXIT_NO_HARDWARE = 2, ///< the plug-in found no supported controller
     EXIT_PLUGIN = 3,      ///< the plug-in or standard output failed
+    EXIT_RIGHTS = 4,      ///< for want of a right, not every disk could be read
 };
 
 class Failure : public std::runtime_error

@@ -9,7 +9,7 @@
 namespace Host
 {
 
-void Get(const Options& options, Output& output)
+ExitCode Get(const Options& options, Output& output)
 {
     const ObjectQuery object = ParseObject(options.object);
     const PI::_PROPERTY_ID id = ParseProperty(options.property);
@@ -23,6 +23,7 @@ void Get(const Options& options, Output& output)
                                        CodeText(code));
     output.Write(options.json ? JsonText(PropertyJson(property))
                               : Printable(ValueText(property)) + "\n");
+    return EXIT_DONE;
 }
 
 } // namespace Host

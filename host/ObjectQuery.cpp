@@ -59,8 +59,9 @@ std::uint64_t ResolveObject(const ObjectQuery& query, PluginSession& session)
         if (object.m_Type == PI::OBJECT_PHYSICAL_DRIVE)
             disks += (disks.empty() ? "" : ", ") + word;
     }
-    throw Failure(EXIT_USAGE, "there is no " + query.word +
-                                  " (disks: " + (disks.empty() ? "none" : disks) + ")");
+    const ExitCode reason = session.Result() == EXIT_DONE ? EXIT_USAGE : session.Result();
+    throw Failure(reason, "there is no " + query.word +
+                              " (disks: " + (disks.empty() ? "none" : disks) + ")");
 }
 
 } // namespace Host

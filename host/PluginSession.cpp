@@ -3,6 +3,7 @@
 #include "contracts/zelKitEx/System.h"
 #include "host/Failure.h"
 #include "host/Names.h"
+#include "host/Output.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -48,15 +49,13 @@ const std::string& WithMachineOpen(const std::string& plugin)
 
 [[noreturn]] void FailWithoutHardware()
 {
-    std::string line =
-        "no supported AHCI controller was found: " + Host::CodeText(PI::ERR_NO_SUPPORTED_HARDWARE);
     const char* machine = std::getenv("TARNIS_MACHINE");
-    if (machine == nullptr || *machine == '\0')
-        line += "; reading the real hardware is not part of this build yet, "
-                "give a machine file with --machine FILE";
-    else
-        line += std::string(" in the machine file ") + machine;
-    throw Host::Failure(Host::EXIT_NO_HARDWARE, line);
+    const bool isThisComputer = machine == nullptr || *machine == '\0';
+    throw Host::Failure(
+        Host::EXIT_NO_HARDWARE,
+        "no supported AHCI controller was found: " + Host::CodeText(PI::ERR_NO_SUPPORTED_HARDWARE) +
+            (isThisComputer ? " on this computer; --machine FILE shows a machine file in its place"
+                            : std::string(" in the machine file ") + machine));
 }
 
 } // namespace
@@ -133,6 +132,10 @@ PluginSession::Started::~Started()
 PluginSession::PluginSession(const std::string& plugin)
     : m_Library(WithMachineOpen(plugin)), m_Instance(m_Library), m_Started(m_Instance)
 {
+    std::string line;
+    m_IsRightMissing = ZKTX::CSystem::IsRightMissing(line);
+    if (m_IsRightMissing)
+        Complain(line);
 }
 
 std::vector<PI::CObject> PluginSession::Topology()

@@ -3,6 +3,7 @@
 
 #include "contracts/PluginInterface.h"
 #include "contracts/zelPlug.h"
+#include "host/Failure.h"
 
 #include <cstdint>
 #include <string>
@@ -16,11 +17,15 @@ namespace Host
 class PluginSession
 {
   public:
-    /// Opens the machine, then the plug-in. The environment is set before.
+    /// Opens the machine, then the plug-in. The environment is set before. A right that is missing
+    /// to read a disk is told on standard error.
     /// @param plugin  file of the library; empty: tarnis.so beside this program, else wherever the
     ///                loader finds it
     /// @throws Failure
     explicit PluginSession(const std::string& plugin);
+
+    /// What a verb ends with that did what it was asked: whether all disks could be read.
+    ExitCode Result() const { return m_IsRightMissing ? EXIT_RIGHTS : EXIT_DONE; }
 
     /// Command 4. @throws Failure
     std::vector<PI::CObject> Topology();
@@ -84,6 +89,7 @@ class PluginSession
     Library m_Library;
     Instance m_Instance;
     Started m_Started;
+    bool m_IsRightMissing = false;
 };
 
 } // namespace Host

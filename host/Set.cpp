@@ -44,7 +44,7 @@ void PutValue(PI::CProperty& property, const std::string& name, const std::strin
 namespace Host
 {
 
-void Set(const Options& options, Output& output)
+ExitCode Set(const Options& options, Output& output)
 {
     const ObjectQuery object = ParseObject(options.object);
     const PI::_PROPERTY_ID id = ParseProperty(options.property);
@@ -71,6 +71,7 @@ void Set(const Options& options, Output& output)
     session.GetProperty(objectId, inForce);
     output.Write(options.json ? JsonText(PropertyJson(inForce))
                               : Printable(ValueText(inForce)) + "\n");
+    return EXIT_DONE;
 }
 
 } // namespace Host

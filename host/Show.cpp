@@ -8,7 +8,7 @@
 namespace Host
 {
 
-void Show(const Options& options, Output& output)
+ExitCode Show(const Options& options, Output& output)
 {
     PluginSession session(options.plugin);
     const Objects objects = session.Topology();
@@ -17,6 +17,7 @@ void Show(const Options& options, Output& output)
         WriteTopologyJson(objects, [&output](std::string_view text) { output.Write(text); });
     else
         output.Write(ShowText(objects, {output.IsColoured(), output.Columns()}));
+    return session.Result();
 }
 
 } // namespace Host

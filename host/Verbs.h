@@ -1,16 +1,18 @@
-// The verbs. Each writes its answer to the output and gives up with a Failure.
+// The verbs. Each writes its answer to the output and gives up with a Failure; one
+// that did what it was asked may still end with another code than EXIT_DONE.
 #pragma once
 
+#include "host/Failure.h"
 #include "host/Options.h"
 #include "host/Output.h"
 
 namespace Host
 {
 
-void Show(const Options& options, Output& output);
-void Get(const Options& options, Output& output);
-void Set(const Options& options, Output& output);
-void Watch(const Options& options, Output& output);
-void Explain(const Options& options, Output& output);
+ExitCode Show(const Options& options, Output& output);
+ExitCode Get(const Options& options, Output& output);
+ExitCode Set(const Options& options, Output& output);
+ExitCode Watch(const Options& options, Output& output);
+ExitCode Explain(const Options& options, Output& output);
 
 } // namespace Host

@@ -68,7 +68,7 @@ void TellStart(const Host::Objects& objects)
 namespace Host
 {
 
-void Watch(const Options& options, Output& output)
+ExitCode Watch(const Options& options, Output& output)
 {
     if (output.Descriptor() < 0)
         FailWithoutReader();
@@ -84,12 +84,12 @@ void Watch(const Options& options, Output& output)
         {
         case Wakeup::Reason::Inbox:
             if (!PrintEvents(inbox, wakeup, options.json, output))
-                return;
+                return session.Result();
             break;
         case Wakeup::Reason::OutputGone:
             FailWithoutReader();
         default:
-            return;
+            return session.Result();
         }
 }
 

@@ -29,26 +29,20 @@ void KeepReserve()
         });
 }
 
-void Run(const Host::Options& options, Host::Output& output)
+Host::ExitCode RunVerb(const Host::Options& options, Host::Output& output)
 {
-    Host::ApplyEnvironment(options);
     switch (options.verb)
     {
     case Host::Verb::Show:
-        Host::Show(options, output);
-        break;
+        return Host::Show(options, output);
     case Host::Verb::Get:
-        Host::Get(options, output);
-        break;
+        return Host::Get(options, output);
     case Host::Verb::Set:
-        Host::Set(options, output);
-        break;
+        return Host::Set(options, output);
     case Host::Verb::Watch:
-        Host::Watch(options, output);
-        break;
+        return Host::Watch(options, output);
     case Host::Verb::Explain:
-        Host::Explain(options, output);
-        break;
+        return Host::Explain(options, output);
     case Host::Verb::Help:
         output.Write(Host::helpText);
         break;
@@ -56,7 +50,7 @@ void Run(const Host::Options& options, Host::Output& output)
         output.Write(Host::versionText);
         break;
     }
-    output.Close();
+    return Host::EXIT_DONE;
 }
 
 } // namespace
@@ -67,8 +61,11 @@ int main(int argc, char** argv)
     {
         KeepReserve();
         Host::Output output;
-        Run(Host::ParseOptions(argc, argv), output);
-        return Host::EXIT_DONE;
+        const Host::Options options = Host::ParseOptions(argc, argv);
+        Host::ApplyEnvironment(options);
+        const Host::ExitCode result = RunVerb(options, output);
+        output.Close();
+        return result;
     }
     catch (const Host::Failure& failure)
     {

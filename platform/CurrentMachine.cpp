@@ -15,8 +15,7 @@ namespace Platform
 namespace
 {
 
-/// A computer of which nothing is known. Stands for the computer itself until its machine is built,
-/// and for a machine that cannot be had.
+/// A computer without devices, for a machine that cannot be had.
 class EmptyMachine : public Machine
 {
   public:
@@ -63,9 +62,9 @@ void Make(Current& current)
     if (current.machine)
         return;
     const char* file = std::getenv("TARNIS_MACHINE");
-    if (file != nullptr && *file != '\0')
-        current.machine = SimulatedMachine::FromFile(file, current.complaint);
-    if (!current.machine)
+    if (file == nullptr || *file == '\0')
+        current.machine = ThisComputer();
+    else if (!(current.machine = SimulatedMachine::FromFile(file, current.complaint)))
         current.machine = std::make_shared<EmptyMachine>();
 }
 

@@ -23,6 +23,9 @@ class CancellationPause
     int m_Before = 0;
 };
 
+/// Ends the thread here if it has been cancelled.
+void CancellationPoint();
+
 /// What changes when a file changes. All zero for a file that is not there.
 struct FileStamp
 {

@@ -28,6 +28,8 @@ struct DeviceNode
     std::size_t parent = None;               ///< positions in the tree
     std::size_t firstChild = None;
     std::size_t nextSibling = None;
+
+    bool operator==(const DeviceNode&) const = default;
 };
 
 /// A picture of the device tree. The root stands first.
@@ -70,10 +72,17 @@ class Machine
 
     /// The partitions of a disk, appended; false when the disk cannot be asked.
     virtual bool Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartition>& partitions) = 0;
+
+    /// Which right kept disks from being opened or asked when that was last tried: one line of what
+    /// is missing for which disks, and what to do. Empty when none did.
+    virtual std::string MissingRight() { return {}; }
 };
 
 /// Parses "\\.\PhysicalDrive%d"; false for any other text.
 PLATFORM_API bool DiskNumberOfPath(const std::string& path, DWORD& number);
+
+/// The computer itself: linux/ and windows/ have one each.
+std::shared_ptr<Machine> ThisComputer();
 
 /// The machine of this process. The first call makes it: the simulated machine of the file
 /// TARNIS_MACHINE when that is set, else the computer itself. A machine that cannot be had is told

@@ -20,6 +20,11 @@ class ZELKITEX_API CSystem
     /// @return false when the machine cannot be had. Whoever goes on all the same finds a machine
     ///         without devices.
     static bool OpenMachine(std::string& message);
+
+    /// Tells which right kept disks from being opened or asked when that was last tried.
+    /// @param message  which disks, what is missing, and what to do: one line, empty when none did
+    /// @return true when a right is missing
+    static bool IsRightMissing(std::string& message);
 };
 
 } // namespace ZKTX

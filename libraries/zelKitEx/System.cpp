@@ -20,4 +20,10 @@ bool CSystem::OpenMachine(std::string& message)
     return Platform::OpenCurrentMachine(message);
 }
 
+bool CSystem::IsRightMissing(std::string& message)
+{
+    message = Platform::CurrentMachine().MissingRight();
+    return !message.empty();
+}
+
 } // namespace ZKTX

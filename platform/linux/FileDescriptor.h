@@ -1,6 +1,8 @@
 // An open file, closed with its owner.
 #pragma once
 
+#include "platform/HostSystem.h"
+
 #include <unistd.h>
 
 #include <utility>
@@ -8,8 +10,7 @@
 namespace Platform
 {
 
-/// Owns a descriptor; a negative one stands for none. close() is a place where a thread can be
-/// cancelled, which no destructor survives: to be used under a CancellationPause.
+/// Owns a descriptor; a negative one stands for none.
 class FileDescriptor
 {
   public:
@@ -25,8 +26,11 @@ class FileDescriptor
     }
     ~FileDescriptor()
     {
-        if (m_Descriptor >= 0)
-            close(m_Descriptor);
+        if (m_Descriptor < 0)
+            return;
+        // A thread can be cancelled in close(), which no destructor survives.
+        const CancellationPause pause;
+        close(m_Descriptor);
     }
 
     int Get() const { return m_Descriptor; }

@@ -55,6 +55,11 @@ CancellationPause::~CancellationPause()
     pthread_setcancelstate(m_Before, nullptr);
 }
 
+void CancellationPoint()
+{
+    pthread_testcancel();
+}
+
 FileStamp StampOf(const std::string& path)
 {
     const CancellationPause pause;

@@ -12,22 +12,6 @@
 namespace Platform
 {
 
-namespace
-{
-
-bool AreEqual(const DeviceTree& one, const DeviceTree& other)
-{
-    const auto equal = [](const DeviceNode& left, const DeviceNode& right)
-    {
-        return left.id == right.id && left.service == right.service &&
-               left.diskInterfaces == right.diskInterfaces && left.parent == right.parent &&
-               left.firstChild == right.firstChild && left.nextSibling == right.nextSibling;
-    };
-    return std::equal(one.begin(), one.end(), other.begin(), other.end(), equal);
-}
-
-} // namespace
-
 /// Where the machine comes from, and what was read of it last. Guarded by its lock, which no device
 /// call takes.
 struct SimulatedMachine::Source
@@ -77,7 +61,7 @@ struct SimulatedMachine::State
     void Set(std::shared_ptr<MachineRecord> record)
     {
         const auto before = Current();
-        if (before && AreEqual(*before->tree, *record->tree))
+        if (before && *before->tree == *record->tree)
             record->tree = before->tree;
         const std::lock_guard guard(m_Lock);
         m_Record = std::move(record);

@@ -12,6 +12,8 @@ namespace Platform
 CancellationPause::CancellationPause() = default;
 CancellationPause::~CancellationPause() = default;
 
+void CancellationPoint() {}
+
 FileStamp StampOf(const std::string& path)
 {
     std::error_code error;

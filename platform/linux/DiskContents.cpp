@@ -1,0 +1,176 @@
+#include "platform/linux/DiskContents.h"
+
+#include "platform/linux/AtaPassThrough.h"
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace Platform
+{
+
+namespace
+{
+
+constexpr std::chrono::seconds LookInterval{300};
+
+/// Sectors written and discarded since the disk is there; nothing when the kernel does not tell.
+std::uint64_t WrittenSectors(const KernelDisk& disk)
+{
+    constexpr std::size_t Written = 6; // fields of the attribute, counted from 0
+    constexpr std::size_t Discarded = 13;
+    const std::string text = ReadAttribute(disk.folder + "/stat").value_or("");
+    std::vector<std::string> fields;
+    const auto words = boost::trim_copy(text);
+    boost::split(fields, words, boost::is_any_of(" "), boost::token_compress_on);
+    std::uint64_t sum = 0;
+    for (const std::size_t field : {Written, Discarded})
+    {
+        if (field < fields.size())
+            sum += std::strtoull(fields[field].c_str(), nullptr, 10);
+    }
+    return sum;
+}
+
+/// Whether it is the same disk with the same partitions, of which one may have become read-only.
+bool HasSameLayout(const KernelDisk& one, const KernelDisk& other)
+{
+    const auto same = [](const KernelPartition& left, const KernelPartition& right)
+    {
+        return left.name == right.name && left.index == right.index && left.start == right.start &&
+               left.bytes == right.bytes;
+    };
+    return !one.identity.empty() && one.identity == other.identity &&
+           same(one.whole, other.whole) &&
+           std::equal(one.partitions.begin(), one.partitions.end(), other.partitions.begin(),
+                      other.partitions.end(), same);
+}
+
+ZKTX::CSystemPartition MakePartition(const KernelPartition& extent, const std::string& target,
+                                     const ContentFacts& content)
+{
+    ZKTX::CSystemPartition partition;
+    partition.m_PartitionName = extent.name;
+    partition.m_Index = extent.index;
+    partition.m_Number1 = extent.start;
+    partition.m_Number2 = extent.bytes;
+    partition.m_Text1 = target;
+    partition.m_Text2 = content.fileSystem;
+    partition.m_Text3 = content.label;
+    partition.m_Text6 = extent.isReadOnly ? "read-only" : "";
+    return partition;
+}
+
+} // namespace
+
+DiskContents::DiskContents(SystemFolders folders, std::shared_ptr<DiskPort> port)
+    : m_Folders(std::move(folders)), m_Port(std::move(port))
+{
+}
+
+void DiskContents::AppendPartitions(const std::shared_ptr<const KernelDisk>& disk,
+                                    const MountTable& mounts,
+                                    std::vector<ZKTX::CSystemPartition>& partitions)
+{
+    std::vector<std::string> targets;
+    for (const KernelPartition& partition : disk->partitions)
+        targets.push_back(mounts.TargetOf(partition.device, partition.name));
+    targets.push_back(mounts.TargetOf(disk->whole.device, disk->whole.name));
+
+    const auto facts = FactsOf(disk, targets);
+    const auto contentOf = [&](const KernelPartition& extent)
+    {
+        const auto found = facts->contents.find(extent.name);
+        return found == facts->contents.end() ? ContentFacts() : found->second;
+    };
+    for (std::size_t at = 0; at < disk->partitions.size(); ++at)
+    {
+        const KernelPartition& extent = disk->partitions[at];
+        ZKTX::CSystemPartition partition = MakePartition(extent, targets[at], contentOf(extent));
+        for (const TableEntry& entry : facts->table.entries)
+        {
+            if (entry.index != extent.index)
+                continue;
+            partition.m_Text4 = entry.type;
+            partition.m_Text5 = entry.uuid;
+        }
+        partitions.push_back(std::move(partition));
+    }
+    const ContentFacts whole = contentOf(disk->whole);
+    if (disk->partitions.empty() && (!whole.fileSystem.empty() || !targets.back().empty()))
+        partitions.push_back(MakePartition(disk->whole, targets.back(), whole));
+}
+
+void DiskContents::Keep(const KernelPicture& picture)
+{
+    const std::lock_guard guard(m_Lock);
+    std::erase_if(m_Remembered,
+                  [&](const auto& entry)
+                  {
+                      return std::none_of(picture.disks.begin(), picture.disks.end(),
+                                          [&](const auto& disk)
+                                          { return disk.second->whole.name == entry.first; });
+                  });
+}
+
+std::shared_ptr<const DiskContents::Remembered>
+DiskContents::FactsOf(const std::shared_ptr<const KernelDisk>& disk,
+                      const std::vector<std::string>& targets)
+{
+    std::shared_ptr<const Remembered> before;
+    {
+        const std::lock_guard guard(m_Lock);
+        before = m_Remembered[disk->whole.name];
+    }
+    const auto now = Clock::now();
+    if (before && before->disk == disk && before->targets == targets &&
+        now - before->looked <= LookInterval)
+        return before;
+
+    // Other threads may be here for the same disk; they find the same.
+    const bool isSame = before && HasSameLayout(*before->disk, *disk);
+    auto facts = isSame ? std::make_shared<Remembered>(*before) : std::make_shared<Remembered>();
+    facts->disk = disk;
+    facts->targets = targets;
+    facts->looked = now;
+    const std::uint64_t written = WrittenSectors(*disk);
+    if (!isSame || facts->written != written)
+    {
+        facts->written = written;
+        if (!Probe(*disk, *facts))
+            return facts; // asked again the next time
+    }
+    const std::lock_guard guard(m_Lock);
+    return m_Remembered[disk->whole.name] = std::move(facts);
+}
+
+/// Reads the disk; false when it sleeps or does not answer.
+bool DiskContents::Probe(const KernelDisk& disk, Remembered& facts) const
+{
+    const auto openFile = [&](const KernelPartition& extent, FileDescriptor& file)
+    { return m_Port->Open(m_Folders.dev + "/" + extent.name, extent.device, file) == 0; };
+
+    FileDescriptor file;
+    bool isAsleep = disk.IsSuspended();
+    if (isAsleep || !openFile(disk.whole, file) ||
+        (disk.isAta &&
+         (SendCheckPowerMode(*m_Port, file.Get(), isAsleep) != ERROR_SUCCESS || isAsleep)))
+        return false;
+    facts.table = ProbeTable(file.Get());
+    facts.contents.clear();
+    for (const KernelPartition& extent : disk.partitions)
+    {
+        FileDescriptor part;
+        if (openFile(extent, part))
+            facts.contents[extent.name] = ProbeContent(part.Get());
+    }
+    if (disk.partitions.empty() && !facts.table.isThere)
+        facts.contents[disk.whole.name] = ProbeContent(file.Get());
+    return true;
+}
+
+} // namespace Platform

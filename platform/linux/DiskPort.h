@@ -1,0 +1,33 @@
+// The calls that go to a disk's device file.
+#pragma once
+
+#include "platform/linux/FileDescriptor.h"
+
+#include <cstdint>
+#include <string>
+
+#include <scsi/sg.h>
+
+namespace Platform
+{
+
+/// The kernel's own calls; whoever derives from it stands in for the kernel. Calls from any thread,
+/// several at once, with no lock held: each may take as long as its disk does.
+class DiskPort
+{
+  public:
+    virtual ~DiskPort() = default;
+
+    /// Opens a device file for reading alone.
+    /// @param device  "major:minor", which the file must have: names come and go
+    /// @return 0 or an error number; ENODEV for a file of another device
+    virtual int Open(const std::string& path, const std::string& device, FileDescriptor& file);
+
+    /// Sends one SCSI request (SG_IO). 0 or an error number.
+    virtual int Send(int descriptor, sg_io_hdr_t& request);
+
+    /// Length in bytes. 0 or an error number.
+    virtual int Length(int descriptor, std::uint64_t& bytes);
+};
+
+} // namespace Platform

@@ -1,0 +1,93 @@
+#include "platform/linux/SystemTables.h"
+
+#include <array>
+#include <charconv>
+#include <utility>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace Platform
+{
+
+namespace
+{
+
+constexpr std::chrono::seconds Trust{60};
+constexpr std::size_t MountBytes = 16 << 20;
+
+/// Whether a table of /proc has changed since the last question.
+bool HasChanged(const FileDescriptor& table)
+{
+    pollfd question = {table.Get(), POLLPRI, 0};
+    return poll(&question, 1, 0) > 0 && (question.revents & (POLLPRI | POLLERR)) != 0;
+}
+
+} // namespace
+
+SystemTables::SystemTables(SystemFolders folders)
+    : m_Folders(std::move(folders)),
+      m_Announcements(OpenSystemFile(m_Folders.sys + "/kernel/uevent_seqnum")),
+      m_MountChanges(OpenSystemFile(m_Folders.proc + "/self/mountinfo")),
+      m_SwapChanges(OpenSystemFile(m_Folders.proc + "/swaps"))
+{
+}
+
+/// How many changes of devices the kernel has announced since it runs.
+std::optional<std::uint64_t> SystemTables::Announcements() const
+{
+    std::array<char, 32> text = {};
+    const ssize_t count =
+        m_Announcements.IsOpen() ? pread(m_Announcements.Get(), text.data(), text.size(), 0) : 0;
+    std::uint64_t number = 0;
+    if (count <= 0 || std::from_chars(text.data(), text.data() + count, number).ec != std::errc())
+        return std::nullopt;
+    return number;
+}
+
+std::shared_ptr<const KernelPicture> SystemTables::Refresh()
+{
+    const std::lock_guard guard(m_Lock);
+    // Before the picture: what is announced while it is read shows the next time.
+    const auto announced = Announcements();
+    const auto now = Clock::now();
+    if (!m_Picture || !announced || announced != m_Announced || now - m_Taken > Trust)
+    {
+        auto picture = std::make_shared<KernelPicture>(ReadKernelPicture(m_Folders));
+        m_Announced = announced;
+        m_Taken = now;
+        // A tree that stands as it stood stays the same one to its walkers.
+        if (m_Picture && *m_Picture->tree == *picture->tree)
+            picture->tree = m_Picture->tree;
+        m_Picture = std::move(picture);
+    }
+    return m_Picture;
+}
+
+std::shared_ptr<const KernelPicture> SystemTables::Last()
+{
+    {
+        const std::lock_guard guard(m_Lock);
+        if (m_Picture)
+            return m_Picture;
+    }
+    return Refresh();
+}
+
+std::shared_ptr<const MountTable> SystemTables::Mounts()
+{
+    const std::lock_guard guard(m_Lock);
+    // Both are asked each time, since an answer ends the change.
+    const bool haveMountsChanged = HasChanged(m_MountChanges);
+    const bool haveSwapsChanged = HasChanged(m_SwapChanges);
+    if (!m_Mounts || haveMountsChanged || haveSwapsChanged || m_MountsTakenWith != m_Picture)
+    {
+        m_Mounts = std::make_shared<const MountTable>(
+            ReadSystemFile(m_Folders.proc + "/self/mountinfo", MountBytes).value_or(""),
+            ReadSystemFile(m_Folders.proc + "/swaps", MountBytes).value_or(""));
+        m_MountsTakenWith = m_Picture;
+    }
+    return m_Mounts;
+}
+
+} // namespace Platform

@@ -1,0 +1,50 @@
+// The kernel's tables, read again only when they may have changed.
+#pragma once
+
+#include "platform/linux/KernelPicture.h"
+#include "platform/linux/MountTable.h"
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace Platform
+{
+
+/// Keeps the last picture of the disks and the last mount table. Safe from any thread; to be called
+/// under a CancellationPause.
+class SystemTables
+{
+  public:
+    explicit SystemTables(SystemFolders folders);
+
+    /// The disks as they are now. The same picture as before while the kernel has announced no
+    /// change of any device; one of more than a minute is not trusted any more.
+    std::shared_ptr<const KernelPicture> Refresh();
+
+    /// The last picture; takes one if there is none.
+    std::shared_ptr<const KernelPicture> Last();
+
+    /// What is mounted now.
+    std::shared_ptr<const MountTable> Mounts();
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    std::optional<std::uint64_t> Announcements() const;
+
+    SystemFolders m_Folders;
+    FileDescriptor m_Announcements; ///< these are kept open, which makes a look at them cheap
+    FileDescriptor m_MountChanges;
+    FileDescriptor m_SwapChanges;
+
+    std::mutex m_Lock; ///< guards what follows, also while the kernel's files are read
+    std::shared_ptr<const KernelPicture> m_Picture;
+    std::optional<std::uint64_t> m_Announced;
+    Clock::time_point m_Taken;
+    std::shared_ptr<const MountTable> m_Mounts;
+    std::shared_ptr<const KernelPicture> m_MountsTakenWith;
+};
+
+} // namespace Platform
