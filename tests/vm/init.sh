@@ -1,0 +1,135 @@
+#!/bin/busybox sh
+# The first process of the guest: brings it up, writes what is seen there to the share, and switches
+# the guest off. It judges nothing.
+/bin/busybox mkdir -p /usr/applets
+/bin/busybox --install -s /usr/applets
+export PATH=/tarnis:/bin:/usr/applets TARNIS_CONFIG_DIR=/etc/tarnis TARNIS_DATABASE=/tmp/tarnis.db
+mount -t proc proc /proc
+mount -t sysfs sys /sys
+mount -t devtmpfs dev /dev
+mount -t tmpfs tmp /tmp
+chmod 1777 /tmp
+for module in /modules/*; do insmod "$module"; done
+mount -t 9p -o trans=virtio,version=9p2000.L,msize=262144 share /share
+
+end() {
+    dmesg >/share/dmesg
+    echo b >/proc/sysrq-trigger # at once; QEMU takes a restart for the end
+    sleep 60
+}
+# await SECONDS COMMAND...: until the command succeeds; a guest that waits in vain ends.
+await() {
+    local rounds=$(($1 * 20))
+    shift
+    until "$@"; do
+        rounds=$((rounds - 1))
+        if [ $rounds -le 0 ]; then
+            echo "never came: $*" >>/share/failed
+            end
+        fi
+        usleep 50000
+    done
+}
+# keep NAME COMMAND...: what a command says and how it ends
+keep() {
+    local name=$1 code=0
+    shift
+    "$@" >"/share/$name.out" 2>"/share/$name.err" || code=$?
+    echo $code >"/share/$name.code"
+}
+ahci_disks() {
+    for disk in /sys/block/sd*; do
+        case $(readlink "$disk") in */ata*) echo "${disk##*/}" ;; esac
+    done
+}
+blocks_are() { [ "$(ls -d /sys/class/block/sd* | wc -l)" -eq "$1" ]; }
+serial_of() { echo $(tail -c +5 "/sys/block/$1/device/vpd_pg80" | tr -d '\0'); }
+disk_of() {
+    for name in $(ahci_disks); do
+        [ "$(serial_of "$name")" = "$1" ] && echo "$name"
+    done
+}
+see() {
+    lsblk -J -b -O >"/share/lsblk-$1.json"
+    for name in $(ahci_disks); do echo "$name $(serial_of "$name")"; done >"/share/disks-$1"
+}
+
+await 30 blocks_are "$blocks" # disks and partitions; a word of the kernel's command line
+if [ "$task" = bench ]; then
+    keep bench scan_bench
+    end
+fi
+
+# File systems in use: one mounted twice and in part, one in the file system of a whole disk.
+gpt=$(disk_of PHDV7241014X240AGN-1)
+dos=$(disk_of ZA10ABCD)
+for folder in first second part esp "old data" whole; do mkdir "/mnt/$folder"; done
+mount "/dev/${gpt}2" /mnt/first
+mkdir /mnt/first/below
+mount --bind /mnt/first/below /mnt/part
+mount "/dev/${gpt}2" /mnt/second
+mount -t vfat "/dev/${gpt}1" /mnt/esp
+mount -o ro "/dev/${dos}5" "/mnt/old data"
+mount "/dev/$(disk_of WHOLE-DISK-SERIAL-20)" /mnt/whole
+swapon "/dev/${gpt}3"
+see before
+for name in $(ahci_disks); do smartctl -j -iA "/dev/$name" >"/share/smart-$name.json"; done
+keep show tarnisctl show --json
+cp /tmp/tarnis.db /share/show.db
+keep people tarnisctl show
+swapoff "/dev/${gpt}3"
+for folder in whole "old data" esp second part first; do umount "/mnt/$folder"; done
+
+# Rights: as a user of a group that may read the disks (6), or of none; with and without the
+# capability. One disk may be read by all.
+chgrp 6 /dev/sd* && chmod 640 /dev/sd*
+chmod 644 "/dev/$(disk_of EMPTY-TABLE)"
+as_user() {
+    TARNIS_DATABASE=:memory: /bin/setpriv --reuid 1000 --regid "$1" --clear-groups --inh-caps="$2" \
+        --ambient-caps="$2" /tarnis/tarnisctl show --json
+}
+keep allowed as_user 6 +sys_rawio
+keep incapable as_user 6 -all
+keep unreadable as_user 1000 +sys_rawio
+
+# A disk that sleeps.
+sleeper=/sys/block/$(disk_of SLEEPER)/device/power
+echo 100 >"$sleeper/autosuspend_delay_ms"
+echo auto >"$sleeper/control"
+await 10 grep -q suspended "$sleeper/runtime_status"
+keep asleep tarnisctl show --json
+cat "$sleeper/runtime_status" >/share/asleep.status
+echo on >"$sleeper/control"
+
+# Ten rounds of five disks that go and come back.
+tarnisctl set plugin POLL_INTERVAL 2 >/share/set.out
+tarnisctl watch --json >/tmp/events 2>/share/watch.err &
+watch=$!
+await 20 grep -q "adapter count" /share/watch.err
+events_are() { [ "$(wc -l </tmp/events)" -ge "$1" ]; }
+expected=0
+for round in 0 1 2 3 4 5 6 7 8 9; do
+    set -- $(ahci_disks) $(ahci_disks)
+    shift $((round * 5 % 12))
+    hosts=
+    for name in "$1" "$2" "$3" "$4" "$5"; do
+        serial_of "$name" >>/share/moved
+        path=$(readlink "/sys/block/$name")
+        path=${path#*/host}
+        hosts="$hosts ${path%%/*}"
+        echo 1 >"/sys/block/$name/device/delete"
+    done
+    expected=$((expected + 5))
+    await 20 events_are $expected
+    for host in $hosts; do echo '- - -' >"/sys/class/scsi_host/host$host/scan"; done
+    expected=$((expected + 5))
+    await 20 events_are $expected
+    for file in /proc/$watch/fd/*; do readlink "$file"; done | sort >"/share/files-$round"
+done
+see after
+kill -TERM $watch
+wait $watch
+echo $? >/share/watch.code
+cp /tmp/events /share/events
+cp /tmp/tarnis.db /share/after.db
+end
