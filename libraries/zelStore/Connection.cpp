@@ -21,6 +21,23 @@ std::int64_t RowsGiven(sqlite3* database)
     return ReadNumber(database, "SELECT ifnull(sum(seq), 0) FROM sqlite_sequence");
 }
 
+/// Stands for the rows of a file that cannot tell: more than any other has.
+constexpr std::int64_t unreadable = std::numeric_limits<std::int64_t>::max();
+
+std::int64_t RowsGivenByMovedFile(sqlite3* database)
+{
+    try
+    {
+        return RowsGiven(database);
+    }
+    catch (const Failure& failure)
+    {
+        if (failure.code == SQLITE_BUSY)
+            throw; // another process has it to itself, for now
+        return unreadable;
+    }
+}
+
 // Whoever wrote rows to the old file is to know that they may be missing here.
 constexpr const char* otherFile =
     "another file was put in the database's place: rows may be missing, write them again";
@@ -122,15 +139,20 @@ void Connection::Provide()
         throw Failure{SQLITE_MISUSE, "no place for the database: name a file in TARNIS_DATABASE"};
     m_IsWriting = false;
     std::int64_t rowsGiven = 0; // so many rows this process knows of
-    if (m_Database && HasMoved(m_Database.get()))
+    const bool hasMoved = m_Database && HasMoved(m_Database.get());
+    if (m_Database && m_Path != inMemory && WasOverwritten(m_Database.get()))
+        rowsGiven = unreadable;
+    else if (hasMoved)
+        rowsGiven = RowsGivenByMovedFile(m_Database.get());
+
+    if (rowsGiven == unreadable)
     {
-        rowsGiven = RowsGiven(m_Database.get());
-        LeaveMovedFile(m_Database.get(), m_Log);
+        LeaveOverwrittenFile(m_Database.get(), m_Log);
         Close();
     }
-    else if (m_Database && m_Path != inMemory && WasOverwritten(m_Database.get()))
+    else if (hasMoved)
     {
-        rowsGiven = std::numeric_limits<std::int64_t>::max();
+        LeaveMovedFile(m_Database.get(), m_Log);
         Close();
     }
     else if (m_Database && sqlite3_db_readonly(m_Database.get(), "main") == 1)

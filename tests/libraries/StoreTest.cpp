@@ -296,8 +296,16 @@ TEST_F(File, RemovedReplacedOrOverwrittenWhileOpen)
         m_Folder.Write("deep/db", garbage); // into the open file
         EXPECT_TRUE(store.Refusal("SELECT 1").starts_with("file is not a database"));
         EXPECT_EQ(m_Folder.Read("deep/db"), garbage);
-        files::remove_all(deep);
-        EXPECT_EQ(store.Names(), Cells{});
+        files::remove(path);
+        for (const std::size_t sound : {0, 100}) // bytes that are left of the removed file
+        {
+            store.Add("lost");
+            Outsider(path).Do("PRAGMA wal_checkpoint(TRUNCATE)");
+            m_Folder.Write("deep/db", m_Folder.Read("deep/db").substr(0, sound) + garbage);
+            files::remove(path);
+            EXPECT_TRUE(store.Refusal("SELECT 1").starts_with("another file was put in"));
+            EXPECT_EQ(store.Names(), Cells{});
+        }
         files::remove_all(deep);
     }
 }
