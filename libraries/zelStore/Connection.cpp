@@ -148,15 +148,15 @@ void Connection::Provide()
     if (rowsGiven == unreadable)
     {
         LeaveOverwrittenFile(m_Database.get(), m_Log);
-        Close();
+        Release();
     }
     else if (hasMoved)
     {
         LeaveMovedFile(m_Database.get(), m_Log);
-        Close();
+        Release();
     }
     else if (m_Database && sqlite3_db_readonly(m_Database.get(), "main") == 1)
-        Close(); // perhaps it may be written by now
+        Release(); // perhaps it may be written by now
     if (m_Database)
         return;
     m_Database = OpenDatabase(m_Path, m_Definitions, Patience());
@@ -167,9 +167,14 @@ void Connection::Provide()
 
 void Connection::Close()
 {
-    m_Prepared.Clear();
     if (m_Database && m_Path != inMemory && WasOverwritten(m_Database.get()))
         LeaveOverwrittenFile(m_Database.get(), m_Log);
+    Release();
+}
+
+void Connection::Release()
+{
+    m_Prepared.Clear();
     m_Database.reset();
 }
 

@@ -48,7 +48,9 @@ class Connection final : public DatabaseDAO
     };
 
     void Provide();
+    /// Spares what was written over the file since the last look.
     void Close();
+    void Release();
     Cells CarryOut();
     void RunRows(std::string_view text, Cells& cells);
     void RunAsItStands(const StatementPart& part, Cells& cells);
