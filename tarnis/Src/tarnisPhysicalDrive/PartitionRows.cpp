@@ -1,5 +1,6 @@
 #include "tarnis/Src/tarnisPhysicalDrive/PartitionRows.h"
 
+#include "contracts/zelKitEx.h"
 #include "tarnis/Src/tarnis/RowOperation.h"
 
 #include <algorithm>
@@ -43,8 +44,6 @@ bool TakeOver(const Partition& system, Partition& stored)
     return changed;
 }
 
-} // namespace
-
 Partition MakePartitionRow(const CAHCIPhysicalDrive& drive, const ZKTX::CSystemPartition& partition)
 {
     Partition row;
@@ -64,6 +63,8 @@ Partition MakePartitionRow(const CAHCIPhysicalDrive& drive, const ZKTX::CSystemP
     row.partitionName = KeptText(partition.m_PartitionName);
     return row;
 }
+
+} // namespace
 
 std::vector<Partition> SystemPartitionRows(const CAHCIPhysicalDrive& drive)
 {

@@ -2,7 +2,6 @@
 // the caller.
 #pragma once
 
-#include "contracts/zelKitEx.h"
 #include "database/Models.h"
 #include "tarnis/Src/tarnisPhysicalDrive/PhysicalDrive.h"
 
@@ -12,12 +11,8 @@
 namespace NAMESPACE_tarnis
 {
 
-/// The row of a partition, for a drive. Texts and numbers are what the database can keep of them,
-/// so that they compare equal to what is read back.
-RaidDataModels::Partition MakePartitionRow(const CAHCIPhysicalDrive& drive,
-                                           const ZKTX::CSystemPartition& partition);
-
-/// The rows of all partitions that the system says the drive has, in its order.
+/// The rows of all partitions that the system says the drive has, in its order. Texts and numbers
+/// are what the database can keep of them, so that they compare equal to what is read back.
 std::vector<RaidDataModels::Partition> SystemPartitionRows(const CAHCIPhysicalDrive& drive);
 
 enum class PartitionStep
