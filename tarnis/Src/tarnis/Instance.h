@@ -118,6 +118,12 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
                                                 const CAHCIAdapter& adapter) const;
     PI::_ERROR_CODE SetDatabaseObjectProperties(RaidDataModels::PD& row,
                                                 const CAHCIPhysicalDrive& drive) const;
+    template <class Row, class Object> Row RowOf(const Object& object) const
+    {
+        Row row;
+        SetDatabaseObjectProperties(row, object);
+        return row;
+    }
     PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPlugin& plugin) TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIAdapter& adapter) TARNIS_REQUIRES(m_DataLock);
     PI::_ERROR_CODE InsertObjectToDatabase(const CAHCIPhysicalDrive& drive)

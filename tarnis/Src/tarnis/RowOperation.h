@@ -24,25 +24,34 @@ struct RowsInStep
     bool catchUp = false;
 };
 
+/// Trace texts of an operation.
+struct RowTexts
+{
+    const char* done;  ///< for the values; null: nothing is told
+    TraceText refused; ///< for the values and the database's own text
+};
+
 /// Runs an operation. What the database refuses is traced and comes out as GENERAL; no exception
 /// leaves.
-/// @param refused  trace text, for the values and the database's own text
 template <class Operation, class... Values>
-PI::_ERROR_CODE RunRowOperation(RowsInStep& state, Operation operation, const TraceText& refused,
+PI::_ERROR_CODE RunRowOperation(RowsInStep& state, Operation operation, const RowTexts& texts,
                                 const Values&... values)
 {
     try
     {
         operation();
+        if (texts.done != nullptr)
+            Trace(TRACE_DATABASE, {texts.done, texts.refused.where}, values...);
         return PI::ERR_SUCCESS;
     }
     catch (const DBEXCEPTION::DatabaseException& failure)
     {
-        Trace(TRACE_DATABASE, refused, values..., failure.what());
+        Trace(TRACE_DATABASE, texts.refused, values..., failure.what());
     }
     catch (const std::exception& failure)
     {
-        Trace(TRACE_FLOW, {"row not written -> std::exception %s", refused.where}, failure.what());
+        Trace(TRACE_FLOW, {"row not written -> std::exception %s", texts.refused.where},
+              failure.what());
     }
     state.behind = true;
     return PI::ERR_GENERAL;

@@ -10,6 +10,7 @@ namespace
 
 using DatabaseORM::And;
 using DatabaseORM::Equal;
+using DatabaseORM::SafeModel;
 using RaidDataModels::Adapter;
 
 /// A text that is not known leaves the field unset.
@@ -43,20 +44,11 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::SetDatabaseObjectProperties(Adapter& row,
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::InsertObjectToDatabase(const CAHCIAdapter& adapter)
 {
-    const PI::_ERROR_CODE result = RunRowOperation(
-        m_RowsInStep,
-        [&]
-        {
-            Adapter row;
-            SetDatabaseObjectProperties(row, adapter);
-            m_Database->insert(DatabaseORM::SafeModel(std::move(row)));
-        },
-        "Exception thrown during inserting Adapter (%s) (%d) to db. (%s)", adapter.m_Name,
-        adapter.m_GlobalAdapterNumber);
-    if (result == PI::ERR_SUCCESS)
-        Trace(TRACE_DATABASE, "Adapter (%s) (%d) inserted to db.", adapter.m_Name,
-              adapter.m_GlobalAdapterNumber);
-    return result;
+    return RunRowOperation(
+        m_RowsInStep, [&] { m_Database->insert(SafeModel(RowOf<Adapter>(adapter))); },
+        {"Adapter (%s) (%d) inserted to db.",
+         "Exception thrown during inserting Adapter (%s) (%d) to db. (%s)"},
+        adapter.m_Name, adapter.m_GlobalAdapterNumber);
 }
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIAdapter& adapter)
@@ -72,13 +64,12 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIAdapter& adap
             found = !rows.empty();
             if (!found)
                 return;
-            Adapter row;
-            SetDatabaseObjectProperties(row, adapter);
+            auto row = RowOf<Adapter>(adapter);
             row.id = rows.front().id;
-            m_Database->update(DatabaseORM::SafeModel(std::move(row)));
+            m_Database->update(SafeModel(std::move(row)));
         },
-        "Exception thrown during updating Adapter (%s) (%d) entry in db. (%s)", adapter.m_Name,
-        adapter.m_GlobalAdapterNumber);
+        {nullptr, "Exception thrown during updating Adapter (%s) (%d) entry in db. (%s)"},
+        adapter.m_Name, adapter.m_GlobalAdapterNumber);
     if (result != PI::ERR_SUCCESS)
         return result;
     if (!found)
@@ -91,17 +82,15 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIAdapter& adap
 PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIAdapter&)
 {
     // Whichever adapters of this product the host has: it has none now.
-    const PI::_ERROR_CODE result = RunRowOperation(
-        m_RowsInStep,
-        [&]
-        {
-            m_Database->remove<Adapter>(And{Equal(&Adapter::productName, AdapterProduct),
-                                            Equal(&Adapter::hostName, RowHost)});
-        },
-        "Exception thrown during removing AHCI adapter from db. (%s)");
-    if (result == PI::ERR_SUCCESS)
-        Trace(TRACE_DATABASE, "AHCI adapter removed from db.");
-    return result;
+    return RunRowOperation(m_RowsInStep,
+                           [&]
+                           {
+                               m_Database->remove<Adapter>(
+                                   And{Equal(&Adapter::productName, AdapterProduct),
+                                       Equal(&Adapter::hostName, RowHost)});
+                           },
+                           {"AHCI adapter removed from db.",
+                            "Exception thrown during removing AHCI adapter from db. (%s)"});
 }
 
 } // namespace NAMESPACE_tarnis

@@ -111,18 +111,11 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::SetDatabaseObjectProperties(PD& row,
 
 void IPLUGINAPI_IMPL::InsertDriveRow(const CAHCIPhysicalDrive& drive)
 {
-    const PI::_ERROR_CODE result = RunRowOperation(
-        m_RowsInStep,
-        [&]
-        {
-            PD row;
-            SetDatabaseObjectProperties(row, drive);
-            m_Database->insert(SafeModel(std::move(row)));
-        },
-        "Exception thrown during inserting PD (%s) (%d) to db. (%s)", drive.m_Name,
-        drive.m_DeviceNumber);
-    if (result == PI::ERR_SUCCESS)
-        Trace(TRACE_DATABASE, "PD (%s) (%d) inserted to db.", drive.m_Name, drive.m_DeviceNumber);
+    RunRowOperation(
+        m_RowsInStep, [&] { m_Database->insert(SafeModel(RowOf<PD>(drive))); },
+        {"PD (%s) (%d) inserted to db.",
+         "Exception thrown during inserting PD (%s) (%d) to db. (%s)"},
+        drive.m_Name, drive.m_DeviceNumber);
 }
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::ReadPartitions(const CAHCIPhysicalDrive& drive,
@@ -130,7 +123,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ReadPartitions(const CAHCIPhysicalDrive& drive,
 {
     return RunRowOperation(
         m_RowsInStep, [&] { rows = SystemPartitionRows(drive); },
-        "partitions of PD (%s) (%d) not read (%s)", drive.m_Name, drive.m_DeviceNumber);
+        {nullptr, "partitions of PD (%s) (%d) not read (%s)"}, drive.m_Name, drive.m_DeviceNumber);
 }
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::InsertObjectToDatabase(const CAHCIPhysicalDrive& drive)
@@ -141,16 +134,12 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::InsertObjectToDatabase(const CAHCIPhysicalDrive
     std::vector<Partition> rows;
     ReadPartitions(drive, rows);
     for (const Partition& row : rows)
-    {
-        const PI::_ERROR_CODE result = RunRowOperation(
+        RunRowOperation(
             m_RowsInStep, [&] { m_Database->insert(SafeModel(row)); },
-            "Storage query exception thrown during inserting localhost AHCI partition (%s) to DB. "
-            "(%s)",
+            {"AHCI Partition ( %s on localhost ) inserted to db.",
+             "Storage query exception thrown during inserting localhost AHCI partition (%s) to DB. "
+             "(%s)"},
             row.partitionName);
-        if (result == PI::ERR_SUCCESS)
-            Trace(TRACE_DATABASE, "AHCI Partition ( %s on localhost ) inserted to db.",
-                  row.partitionName);
-    }
     return PI::ERR_SUCCESS;
 }
 
@@ -162,8 +151,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateDriveRow(const CAHCIPhysicalDrive& drive,
         hasRow = !rows.empty() || m_RowsInStep.catchUp;
         if (!rows.empty())
         {
-            PD row;
-            SetDatabaseObjectProperties(row, drive);
+            auto row = RowOf<PD>(drive);
             row.id = rows.front().id;
             m_Database->update(SafeModel(std::move(row)));
             Trace(TRACE_DATABASE, "PD (%s) (%d) entry updated in DB.", drive.m_Name,
@@ -199,7 +187,7 @@ std::size_t IPLUGINAPI_IMPL::CountPartitionRows(const CAHCIPhysicalDrive& drive)
             count =
                 m_Database->selectColumn<Partition>(&Partition::id, IsPartitionOf(drive)).size();
         },
-        "Storage query exception thrown during updating AHCI partitions in db. (%s)");
+        {nullptr, "Storage query exception thrown during updating AHCI partitions in db. (%s)"});
     return count;
 }
 
@@ -237,8 +225,8 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPhysicalDrive
                 WritePartitionRow(*m_Database, change);
             }
         },
-        "Storage query exception thrown during updating AHCI Partition (%s on localhost) in db. "
-        "(%s)",
+        {nullptr, "Storage query exception thrown during updating AHCI Partition (%s on localhost) "
+                  "in db. (%s)"},
         name);
     return partitions == PI::ERR_SUCCESS ? result : partitions;
 }
@@ -246,12 +234,11 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPhysicalDrive
 PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIPhysicalDrive& drive)
 {
     // The rows of its partitions go with it, by their foreign key.
-    const PI::_ERROR_CODE result = RunRowOperation(
+    RunRowOperation(
         m_RowsInStep, [&] { m_Database->remove<PD>(IsDriveRow(drive)); },
-        "Storage query exception thrown during removing PD (%s) (%d) from DB. (%s)", drive.m_Name,
-        drive.m_DeviceNumber);
-    if (result == PI::ERR_SUCCESS)
-        Trace(TRACE_DATABASE, "PD (%s) (%d) removed from DB.", drive.m_Name, drive.m_DeviceNumber);
+        {"PD (%s) (%d) removed from DB.",
+         "Storage query exception thrown during removing PD (%s) (%d) from DB. (%s)"},
+        drive.m_Name, drive.m_DeviceNumber);
     return PI::ERR_SUCCESS;
 }
 
@@ -266,7 +253,8 @@ void IPLUGINAPI_IMPL::RemoveStaleDriveRows(const CAHCIAdapter& adapter)
                 And{Equal(&PD::globalAdapterNumber, adapter.m_GlobalAdapterNumber),
                     Equal(&PD::hostName, RowHost)});
         },
-        "Storage query exception thrown during looking for rows of removed PDs in DB. (%s)");
+        {nullptr,
+         "Storage query exception thrown during looking for rows of removed PDs in DB. (%s)"});
     for (const PD& row : rows)
     {
         CAHCIPhysicalDrive gone;

@@ -39,17 +39,9 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::SetDatabaseObjectProperties(Plugin& row,
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::InsertObjectToDatabase(const CAHCIPlugin& plugin)
 {
-    const PI::_ERROR_CODE result = RunRowOperation(
-        m_RowsInStep,
-        [&]
-        {
-            Plugin row;
-            SetDatabaseObjectProperties(row, plugin);
-            m_Database->insert(row);
-        },
-        "Storage query exception thrown during inserting AHCI plugin to db. (%s)");
-    if (result == PI::ERR_SUCCESS)
-        Trace(TRACE_DATABASE, "Plugin AHCI inserted to db.");
+    RunRowOperation(m_RowsInStep, [&] { m_Database->insert(RowOf<Plugin>(plugin)); },
+                    {"Plugin AHCI inserted to db.",
+                     "Storage query exception thrown during inserting AHCI plugin to db. (%s)"});
     return PI::ERR_SUCCESS;
 }
 
@@ -60,8 +52,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPlugin& plugi
         m_RowsInStep,
         [&]
         {
-            Plugin row;
-            SetDatabaseObjectProperties(row, plugin);
+            auto row = RowOf<Plugin>(plugin);
             const std::vector<Plugin> rows = m_Database->select<Plugin>(IsPluginRow());
             found = !rows.empty();
             if (!found)
@@ -69,7 +60,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPlugin& plugi
             row.id = rows.front().id;
             m_Database->update(row);
         },
-        "Exception thrown during updating AHCI plugin object in db. (%s)");
+        {nullptr, "Exception thrown during updating AHCI plugin object in db. (%s)"});
     if (result != PI::ERR_SUCCESS)
         return PI::ERR_SUCCESS;
     if (found)
@@ -81,11 +72,9 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPlugin& plugi
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIPlugin&)
 {
-    const PI::_ERROR_CODE result = RunRowOperation(
-        m_RowsInStep, [&] { m_Database->remove<Plugin>(IsPluginRow()); },
-        "Exception thrown during removing AHCI plugin object from db. (%s)");
-    if (result == PI::ERR_SUCCESS)
-        Trace(TRACE_DATABASE, "Plugin AHCI removed from db.");
+    RunRowOperation(m_RowsInStep, [&] { m_Database->remove<Plugin>(IsPluginRow()); },
+                    {"Plugin AHCI removed from db.",
+                     "Exception thrown during removing AHCI plugin object from db. (%s)"});
     return PI::ERR_SUCCESS;
 }
 
