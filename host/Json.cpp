@@ -1,5 +1,6 @@
 #include "host/Json.h"
 
+#include "host/MemoryReserve.h"
 #include "host/Names.h"
 #include "host/PropertyText.h"
 
@@ -114,6 +115,7 @@ void WriteTopologyJson(const Objects& objects, const std::function<void(std::str
     const char* separator = "\n    ";
     for (const PI::CObject& object : objects)
     {
+        CheckMemoryReserve(); // a JSON value needs memory where it ends, too
         text += separator;
         for (const char c : Dump(ObjectJson(object)))
         {

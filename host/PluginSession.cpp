@@ -2,6 +2,7 @@
 
 #include "contracts/zelKitEx/System.h"
 #include "host/Failure.h"
+#include "host/MemoryReserve.h"
 #include "host/Names.h"
 #include "host/Output.h"
 
@@ -144,6 +145,7 @@ std::vector<PI::CObject> PluginSession::Topology()
     const std::int32_t code = m_Instance->Command(PI::COMMAND_GET_TOPOLOGY, 0, &objects);
     if (code != PI::ERR_SUCCESS)
         throw Failure(EXIT_PLUGIN, "the plug-in does not tell its objects: " + CodeText(code));
+    FillMemoryReserve(); // a plug-in survives that memory runs out
     return objects;
 }
 

@@ -1,10 +1,9 @@
 #include "host/Failure.h"
+#include "host/MemoryReserve.h"
 #include "host/Options.h"
 #include "host/Output.h"
 #include "host/Verbs.h"
 
-#include <atomic>
-#include <cstddef>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -12,22 +11,6 @@
 
 namespace
 {
-
-// Kept for the way out: when memory has run out, what ends there may ask for a little more of it,
-// and in a destructor that would be the end of the process.
-std::atomic<char*> memoryReserve = nullptr;
-
-void KeepReserve()
-{
-    constexpr std::size_t bytes = 1 << 20;
-    memoryReserve = new char[bytes];
-    std::set_new_handler(
-        []
-        {
-            delete[] memoryReserve.exchange(nullptr);
-            throw std::bad_alloc();
-        });
-}
 
 Host::ExitCode RunVerb(const Host::Options& options, Host::Output& output)
 {
@@ -59,7 +42,7 @@ int main(int argc, char** argv)
 {
     try
     {
-        KeepReserve();
+        Host::FillMemoryReserve();
         Host::Output output;
         const Host::Options options = Host::ParseOptions(argc, argv);
         Host::ApplyEnvironment(options);

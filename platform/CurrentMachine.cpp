@@ -1,7 +1,7 @@
 #include "platform/DeviceNames.h"
 #include "platform/DeviceTreePicture.h"
-#include "platform/Machine.h"
 #include "platform/HostSystem.h"
+#include "platform/Machine.h"
 #include "platform/simulated/SimulatedMachine.h"
 
 #include <atomic>

@@ -2,6 +2,8 @@
 // windows/ have their own HostSystem.cpp.
 #pragma once
 
+#include "contracts/Export.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -11,7 +13,7 @@ namespace Platform
 
 /// Puts off the cancellation of this thread for as long as it lives. Files are read under it, since
 /// a thread that is cancelled in the middle would leave them open.
-class CancellationPause
+class PLATFORM_API CancellationPause
 {
   public:
     CancellationPause();

@@ -82,7 +82,7 @@ class Machine
 PLATFORM_API bool DiskNumberOfPath(const std::string& path, DWORD& number);
 
 /// The computer itself: linux/ and windows/ have one each.
-std::shared_ptr<Machine> ThisComputer();
+PLATFORM_API std::shared_ptr<Machine> ThisComputer();
 
 /// The machine of this process. The first call makes it: the simulated machine of the file
 /// TARNIS_MACHINE when that is set, else the computer itself. A machine that cannot be had is told

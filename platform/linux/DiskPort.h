@@ -13,7 +13,7 @@ namespace Platform
 
 /// The kernel's own calls; whoever derives from it stands in for the kernel. Calls from any thread,
 /// several at once, with no lock held: each may take as long as its disk does.
-class DiskPort
+class PLATFORM_API DiskPort
 {
   public:
     virtual ~DiskPort() = default;

@@ -20,7 +20,7 @@ namespace Platform
 /// opened; it tells its identity as the kernel keeps it.
 ///
 /// No lock is held while a disk answers. A thread is cancelled before and after a call, not in it.
-class LinuxMachine : public Machine
+class PLATFORM_API LinuxMachine : public Machine
 {
   public:
     explicit LinuxMachine(SystemFolders folders = {},

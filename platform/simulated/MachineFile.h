@@ -1,9 +1,9 @@
 // Reads a machine file into plain records.
 #pragma once
 
+#include "platform/HostSystem.h"
 #include "platform/Machine.h"
 #include "platform/simulated/DriveCall.h"
-#include "platform/HostSystem.h"
 
 #include <cstdint>
 #include <memory>
