@@ -16,7 +16,7 @@ ExitCode Show(const Options& options, Output& output)
     if (options.json)
         WriteTopologyJson(objects, [&output](std::string_view text) { output.Write(text); });
     else
-        output.Write(ShowText(objects, {output.IsColoured(), output.Columns()}));
+        output.Write(ShowText(InOrderOfDisks(objects), {output.IsColoured(), output.Columns()}));
     return session.Result();
 }
 

@@ -3,7 +3,10 @@
 #include "host/PropertyText.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
+#include <unordered_map>
+#include <utility>
 #include <variant>
 
 namespace Host
@@ -43,6 +46,28 @@ std::string WordOf(const PI::CObject& object)
         break;
     }
     return "object";
+}
+
+Objects InOrderOfDisks(Objects objects)
+{
+    // disk9 before disk10
+    const auto keyOf = [](const PI::CObject& object)
+    {
+        const std::string word =
+            object.m_Type == PI::OBJECT_PHYSICAL_DRIVE ? WordOf(object) : std::string();
+        return std::make_pair(word.size(), word);
+    };
+    std::stable_sort(objects.begin(), objects.end(),
+                     [&](const PI::CObject& one, const PI::CObject& other)
+                     { return keyOf(one) < keyOf(other); });
+    std::unordered_map<std::uint64_t, std::size_t> positions;
+    for (const PI::CObject& object : objects)
+        positions.emplace(object.m_ID, positions.size());
+    for (PI::CObject& object : objects)
+        std::stable_sort(object.m_Children.begin(), object.m_Children.end(),
+                         [&](std::uint64_t one, std::uint64_t other)
+                         { return positions[one] < positions[other]; });
+    return objects;
 }
 
 std::string IdText(std::uint64_t id)
