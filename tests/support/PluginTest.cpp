@@ -75,6 +75,12 @@ std::vector<PI::CObject> LoadedPlugin::Topology()
     return objects;
 }
 
+unsigned Amount(const char* variable, unsigned preset)
+{
+    const char* text = std::getenv(variable);
+    return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : preset;
+}
+
 const PI::CProperty* Find(const PI::CObject& object, PI::_PROPERTY_ID id)
 {
     for (const PI::CProperty& property : object.m_Properties)

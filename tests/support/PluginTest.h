@@ -50,6 +50,9 @@ class LoadedPlugin
     IPLUGINAPI* m_Interface = nullptr;
 };
 
+/// How much of something a test does; more of it by an environment variable.
+unsigned Amount(const char* variable, unsigned preset);
+
 constexpr std::uint64_t PluginId = 0x0131000000000000;
 constexpr std::uint64_t AdapterId = PluginId + 1;
 constexpr std::uint64_t FirstDriveId = PluginId + 2;

@@ -24,12 +24,6 @@ namespace
 using Texts = std::vector<std::string>;
 using Clock = std::chrono::steady_clock;
 
-unsigned Amount(const char* variable, unsigned preset)
-{
-    const char* text = std::getenv(variable);
-    return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : preset;
-}
-
 /// Three drives of which one goes, one comes, and one has partitions that come, go and change.
 nlohmann::json Machine(bool after)
 {

@@ -94,13 +94,6 @@ bool ThreadsAre(std::ptrdiff_t count)
     return ThreadCount() == count;
 }
 
-/// How much of something a test does; more of it by an environment variable.
-unsigned Amount(const char* variable, unsigned preset)
-{
-    const char* text = std::getenv(variable);
-    return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : preset;
-}
-
 std::int32_t SetInterval(LoadedPlugin& plugin, int seconds)
 {
     PI::CProperty interval(PI::PROP_POLL_INTERVAL, true);
