@@ -74,9 +74,9 @@ def drive_options(disks, foreign, images):
     return options
 
 
-def run(kernel, initramfs, drives, share, console, words, seconds):
+def run(kernel, initramfs, drives, share, console, words, processors, seconds):
     """Boots the guest and waits for its end. Returns whether it came in time."""
-    command = ["qemu-system-x86_64", "-accel", "tcg,thread=multi", "-M", "q35", "-smp", "2", "-m", "1024"]
+    command = ["qemu-system-x86_64", "-accel", "tcg,thread=multi", "-M", "q35", "-smp", processors, "-m", "1024"]
     command += ["-nodefaults", "-display", "none", "-no-reboot", "-serial", f"file:{console}"]
     command += ["-kernel", glob.glob(f"{kernel}/boot/vmlinuz-*")[0], "-initrd", initramfs]
     command += ["-append", f"console=ttyS0 quiet mitigations=off tsc=reliable no_timer_check panic=-1 {words}"]
