@@ -153,12 +153,7 @@ template <class T> std::string KindsOf()
 TEST_F(Statement, Texts)
 {
     const std::string thrown = "|Storage query exception thrown! ";
-    const struct
-    {
-        const char* layout;
-        Step run;
-        std::string sent;
-    } cases[] = {
+    const std::tuple<const char*, Step, std::string> cases[] = {
         {"!i+csnlr", Insert,
          "SELECT MAX(ID) FROM T|PRAGMA foreign_keys = ON; INSERT INTO T (count, size, name, list, "
          R"(real) VALUES(1003, 9000, "x", "a?b", 1.500000);)"},
@@ -194,8 +189,8 @@ TEST_F(Statement, Texts)
         {"cnO", Remove,
          "DELETE FROM T  WHERE ( count = '1003') AND ( name = 'x') |!std::bad_alloc"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(Sent(c.layout, c.run), c.sent);
+    for (const auto& [layout, run, sent] : cases)
+        EXPECT_EQ(Sent(layout, run), sent);
     for (const Step& run : {Update, Select, Column, Remove, MaxId, Name})
         EXPECT_EQ(Sent("cnM", run), thrown + "No such model in map exist.");
     for (const Step& run : {Select, Column, Remove, MaxId})

@@ -11,6 +11,7 @@
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <thread>
+#include <tuple>
 #include <unistd.h>
 
 namespace
@@ -198,12 +199,8 @@ TEST_F(File, IsFoundByTheEnvironment)
 
 TEST_F(File, OfAnotherKindIsRefusedAndUntouchedUntilItIsMovedAway)
 {
-    const struct
-    {
-        const char* told;
-        bool isOurs;
-        const char* change; ///< none: garbage
-    } cases[] = {
+    // Whether the file is ours, and what is done to it; null: garbage.
+    const std::tuple<const char*, bool, const char*> cases[] = {
         {"a database of another program; move it away or name another file in TARNIS_DATABASE",
          false, "CREATE TABLE raid_pd (a)"},
         {"a database of another", false, "PRAGMA journal_mode = WAL; CREATE TABLE t (a)"},
@@ -213,21 +210,21 @@ TEST_F(File, OfAnotherKindIsRefusedAndUntouchedUntilItIsMovedAway)
         {"the table raid_pd was changed", true, "ALTER TABLE raid_pd ADD COLUMN more TEXT"},
         {"file is not a database", false, nullptr},
     };
-    for (const auto& c : cases)
+    for (const auto& [told, isOurs, change] : cases)
     {
-        SCOPED_TRACE(c.told);
-        if (c.isOurs)
+        SCOPED_TRACE(told);
+        if (isOurs)
             Store(m_Path).Add("x");
-        if (c.change == nullptr)
+        if (change == nullptr)
             m_Folder.Write(m_Name, "SQLite format 3" + std::string(4096, '\0'));
         else
-            Outsider(m_Path).Do((c.isOurs ? "PRAGMA journal_mode = DELETE; "s : "") + c.change);
+            Outsider(m_Path).Do((isOurs ? "PRAGMA journal_mode = DELETE; "s : "") + change);
         const std::string before = m_Folder.Read(m_Name);
         const Store store(m_Path);
         for (int i = 0; i < 2; ++i)
         {
             const std::string refusal = store.Refusal("DELETE FROM raid_plugin");
-            EXPECT_TRUE(refusal.starts_with(c.told)) << refusal;
+            EXPECT_TRUE(refusal.starts_with(told)) << refusal;
             EXPECT_TRUE(refusal.ends_with(" (" + m_Path + ")")) << refusal;
         }
         EXPECT_EQ(m_Folder.Read(m_Name), before);

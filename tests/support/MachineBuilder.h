@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -19,7 +18,7 @@ struct Attribute
     std::uint64_t raw;
 };
 
-inline nlohmann::json SmartPage(std::initializer_list<Attribute> attributes)
+inline nlohmann::json SmartPage(const std::vector<Attribute>& attributes)
 {
     nlohmann::json page = {{"attributes", nlohmann::json::array()}};
     for (const Attribute& entry : attributes)

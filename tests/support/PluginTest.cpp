@@ -7,9 +7,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -145,12 +142,8 @@ std::string PictureText(const std::vector<PI::CObject>& objects)
 
 PluginTest::PluginTest()
 {
-    std::string pattern = std::filesystem::temp_directory_path() / "tarnis-test-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr)
-        throw std::runtime_error("no temporary folder");
-    m_Folder = pattern;
-    setenv("TARNIS_CONFIG_DIR", m_Folder.c_str(), 1);
-    setenv("TARNIS_DATABASE", (m_Folder + "/rows.db").c_str(), 1);
+    setenv("TARNIS_CONFIG_DIR", m_Folder.Path().c_str(), 1);
+    setenv("TARNIS_DATABASE", m_Folder.File("rows.db").c_str(), 1);
     unsetenv("TARNIS_MACHINE");
     testClock = ClockStart;
     ZKT::Internals::SetClock(&TestClock);
@@ -162,29 +155,17 @@ PluginTest::~PluginTest()
     unsetenv("TARNIS_MACHINE");
     unsetenv("TARNIS_DATABASE");
     Platform::SetCurrentMachine(nullptr);
-    std::filesystem::remove_all(m_Folder);
 }
 
 Platform::SimulatedMachine& PluginTest::UseMachine(const nlohmann::json& machine)
 {
     std::string message;
     if (m_Machine ? !m_Machine->Replace(machine.dump(), message)
-                  : !(m_Machine =
-                          Platform::SimulatedMachine::FromText(machine.dump(), m_Folder, message)))
+                  : !(m_Machine = Platform::SimulatedMachine::FromText(machine.dump(),
+                                                                       m_Folder.Path(), message)))
         throw std::runtime_error(message);
     Platform::SetCurrentMachine(m_Machine);
     return *m_Machine;
-}
-
-void PluginTest::WriteSettings(const std::string& file, const std::string& text) const
-{
-    std::ofstream(m_Folder + "/" + file, std::ios::binary) << text;
-}
-
-std::string PluginTest::ReadSettings(const std::string& file) const
-{
-    std::ifstream in(m_Folder + "/" + file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 void PluginTest::AdvanceClock(std::int64_t milliseconds)

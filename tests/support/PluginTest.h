@@ -4,6 +4,7 @@
 #include "contracts/PluginInterface.h"
 #include "contracts/zelPlug.h"
 #include "platform/simulated/SimulatedMachine.h"
+#include "tests/support/TestFolder.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -76,16 +77,14 @@ class PluginTest : public testing::Test
 
     /// Puts a machine in the place of the last one; a running plug-in sees it at its next walk.
     Platform::SimulatedMachine& UseMachine(const nlohmann::json& machine);
-    void WriteSettings(const std::string& file, const std::string& text) const;
-    std::string ReadSettings(const std::string& file) const;
-    const std::string& Folder() const { return m_Folder; }
 
     /// ZKT::Misc::now stands still in a test unless it is moved here.
     static void AdvanceClock(std::int64_t milliseconds);
     static void SetClock(std::uint64_t milliseconds);
 
+    const TestFolder m_Folder; ///< settings, database, and what a machine file names
+
   private:
-    std::string m_Folder;
     std::shared_ptr<Platform::SimulatedMachine> m_Machine;
 };
 

@@ -74,7 +74,7 @@ class Crash : public PluginTest
   protected:
     std::string File(unsigned number = 0) const
     {
-        return Folder() + "/" + std::to_string(number) + ".db";
+        return m_Folder.File(std::to_string(number) + ".db");
     }
 
     void Remove(unsigned number) const

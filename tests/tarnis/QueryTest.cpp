@@ -2,6 +2,8 @@
 #include "tests/support/MachineBuilder.h"
 #include "tests/support/PluginTest.h"
 
+#include <tuple>
+
 using namespace Support;
 
 namespace
@@ -48,9 +50,7 @@ void Check(const PI::CObject& object, const std::string& head, const std::vector
 
 } // namespace
 
-class Query : public PluginTest
-{
-};
+using Query = PluginTest;
 
 TEST_F(Query, EveryPropertyOfATree)
 {
@@ -133,6 +133,36 @@ TEST_F(Query, EveryPropertyOfATree)
     }
 }
 
+TEST_F(Query, ReadingsOfWornDrives)
+{
+    std::vector<nlohmann::json> disks = {Disk(0), Disk(1)};
+    for (nlohmann::json& disk : disks)
+    {
+        disk["identify"] = Identity("MICRON 5300_MTFDDAK480TDS", "S");
+        disk.erase("partitions");
+    }
+    disks[0]["smart"] = SmartPage({{9, 1, 1}, {170, 0, 0}, {202, 1, 120}, {246, 1, 3ULL << 30}});
+    disks[1]["smart"] = SmartPage({{9, 1, 0xFFFFFF}, {202, 1, 1}}); // lasts longer than a date
+    UseMachine(MachineWith(disks));
+    LoadedPlugin plugin;
+    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+    const auto objects = plugin.Topology();
+    for (const Shown& expected :
+         {Shown{30486, 23313, All, 21010, "range:0 in 0..100 by 1"},
+          {30494, 23309, All, 21010, "range:120 in 0..100 by 1"},
+          {30490, 23279, All, PI::UNIT_TERABYTES, "real:1.5", 0, 0, 8},
+          {30498, 23307, All, 21005, "number:1"},
+          {30483, 23286, All, 1, "text:2026-02-02"},
+          {30017, 23324, All, 1, "choice:40180 of 40099 40180 40095", 24189}})
+        EXPECT_TRUE(Show(*Find(objects.at(2), static_cast<PI::_PROPERTY_ID>(expected.id))) ==
+                    expected)
+            << expected.id;
+    EXPECT_EQ(ValueText(objects.at(3), PI::PROP_ESTIMATED_LIFETIME), "text:9999-12-31");
+    PI::COperation format(PI::OP_FORMAT_DEVICE);
+    EXPECT_EQ(plugin.Command(PI::COMMAND_CHECK_OPERATION, FirstDriveId, &format),
+              PI::ERR_PHYSICALDRIVE_NOT_AVAILABLE);
+}
+
 TEST_F(Query, CodesOfEveryQuestion)
 {
     nlohmann::json bare = Disk(4);
@@ -146,13 +176,7 @@ TEST_F(Query, CodesOfEveryQuestion)
     constexpr std::uint64_t usedDrive = FirstDriveId;
     constexpr std::uint64_t bareDrive = FirstDriveId + 1;
 
-    const struct
-    {
-        std::uint64_t object;
-        int property;
-        std::int32_t result;
-        const char* value;
-    } properties[] = {
+    const std::tuple<std::uint64_t, int, std::int32_t, const char*> properties[] = {
         {PluginId, 1, PI::ERR_SUCCESS, "text:Plugin:ID=305"},
         {AdapterId, 1, PI::ERR_SUCCESS, "text:Windows Advanced Host Controller Interface (0)"},
         {usedDrive, 1, PI::ERR_SUCCESS, "text:INTEL SSDSC2BB240G7 (3)"},
@@ -165,21 +189,15 @@ TEST_F(Query, CodesOfEveryQuestion)
         {FirstDriveId + 2, 30007, PI::ERR_INVALID_OBJECT_ID, ""},
         {0, 30007, PI::ERR_INVALID_OBJECT_ID, ""},
     };
-    for (const auto& c : properties)
+    for (const auto& [object, property, result, value] : properties)
     {
-        PI::CProperty record(static_cast<PI::_PROPERTY_ID>(c.property), false);
+        PI::CProperty record(static_cast<PI::_PROPERTY_ID>(property), false);
         record.SetValue("as it was");
-        EXPECT_EQ(plugin.Command(PI::COMMAND_GET_PROPERTY, c.object, &record), c.result)
-            << c.property;
-        EXPECT_EQ(ValueText(record), c.result == PI::ERR_SUCCESS ? c.value : "text:as it was");
+        EXPECT_EQ(plugin.Command(PI::COMMAND_GET_PROPERTY, object, &record), result) << property;
+        EXPECT_EQ(ValueText(record), result == PI::ERR_SUCCESS ? value : "text:as it was");
     }
 
-    const struct
-    {
-        std::uint64_t object;
-        PI::_OPERATION_ID operation;
-        std::int32_t check, execute;
-    } operations[] = {
+    const std::tuple<std::uint64_t, PI::_OPERATION_ID, std::int32_t, std::int32_t> operations[] = {
         {PluginId, PI::OP_GET_EVENTS, PI::ERR_SUCCESS, PI::ERR_SUCCESS},
         {PluginId, PI::OP_FORMAT_DEVICE, PI::ERR_SUCCESS, PI::ERR_INVALID_OPERATION},
         {AdapterId, PI::OP_FORMAT_DEVICE, PI::ERR_SUCCESS, PI::ERR_SUCCESS},
@@ -189,11 +207,11 @@ TEST_F(Query, CodesOfEveryQuestion)
         {usedDrive, PI::OP_GET_EVENTS, PI::ERR_SUCCESS, PI::ERR_INVALID_OPERATION},
         {99, PI::OP_GET_EVENTS, PI::ERR_INVALID_OBJECT_ID, PI::ERR_INVALID_OBJECT_ID},
     };
-    for (const auto& c : operations)
+    for (const auto& [object, operation, check, execute] : operations)
     {
-        PI::COperation record(c.operation);
-        EXPECT_EQ(plugin.Command(PI::COMMAND_CHECK_OPERATION, c.object, &record), c.check);
-        EXPECT_EQ(plugin.Command(PI::COMMAND_EXECUTE_OPERATION, c.object, &record), c.execute);
+        PI::COperation record(operation);
+        EXPECT_EQ(plugin.Command(PI::COMMAND_CHECK_OPERATION, object, &record), check);
+        EXPECT_EQ(plugin.Command(PI::COMMAND_EXECUTE_OPERATION, object, &record), execute);
     }
     PI::COperation collected(PI::OP_GET_EVENTS);
     collected.SetEvents(std::vector<PI::CEvent>(3));
@@ -204,55 +222,55 @@ TEST_F(Query, CodesOfEveryQuestion)
 TEST_F(Query, PollIntervalFromTheSettings)
 {
     UseMachine(MachineOf(0));
-    const struct
-    {
-        std::string text;
-        int expected;
-    } cases[] = {
+    const std::pair<std::string, int> cases[] = {
         {"", 30},
         {"PollInterval=1", 2},
         {"PollInterval=-1", 255},
         {"PollInterval=256", 255},
-        {"PollInterval=99999999999", 30},
+        {"PollInterval=4294967295", 255},
+        {"PollInterval=4294967296", 30},
+        {"PollInterval=\t 7", 7},
+        {"PollInterval=007", 7},
         {"PollInterval=7 ", 30},
         {"PollInterval=", 30},
+        {"PollInterval= ", 30},
+        {"PollInterval=0x1F", 30},
+        {"PollInterval=1.5", 30},
         {"# PollInterval=9\r\n  pollinterval =46\r\nPollInterval=47\r\n", 46},
     };
-    for (const auto& c : cases)
+    for (const auto& [text, expected] : cases)
     {
-        WriteSettings("tarnis.ini", c.text);
+        m_Folder.Write("tarnis.ini", text);
         LoadedPlugin plugin;
         ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
         EXPECT_EQ(ValueText(plugin.Topology()[0], PI::PROP_POLL_INTERVAL),
-                  "range:" + std::to_string(c.expected) + " in 2..255 by 1")
-            << c.text.substr(0, 60);
+                  "range:" + std::to_string(expected) + " in 2..255 by 1")
+            << text;
     }
 }
 
 TEST_F(Query, SettingThePollInterval)
 {
     UseMachine(MachineOf(1));
-    WriteSettings("tarnis.ini", "# mine\r\nOther = 1\r\nPollInterval=40\r\n");
+    m_Folder.Write("tarnis.ini", "# mine\r\nOther = 1\r\nPollInterval=40\r\n");
     LoadedPlugin plugin;
     ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
 
-    const struct
-    {
-        int value, minimum, maximum, stored;
-    } cases[] = {{1, 2, 255, 2},  {1000, 2, 255, 255}, {300, 2, 500, 300},     {300, 2, 500, 300},
-                 {-5, 2, 255, 2}, {60, 90, 50, 50},    {2147483647, 2, 77, 77}};
+    const std::tuple<int, int, int, int> cases[] = {
+        {1, 2, 255, 2},  {1000, 2, 255, 255}, {300, 2, 500, 300},     {300, 2, 500, 300},
+        {-5, 2, 255, 2}, {60, 90, 50, 50},    {2147483647, 2, 77, 77}};
     std::uint64_t count = plugin.Topology()[0].m_ChangeCount;
-    for (const auto& c : cases)
+    for (const auto& [value, minimum, maximum, stored] : cases)
     {
         PI::CProperty record(PI::PROP_POLL_INTERVAL, true);
-        record.SetValue(c.value, c.minimum, c.maximum, 1U);
+        record.SetValue(value, minimum, maximum, 1U);
         EXPECT_EQ(plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &record), PI::ERR_SUCCESS);
         const PI::CObject object = plugin.Topology()[0];
         EXPECT_EQ(ValueText(object, PI::PROP_POLL_INTERVAL),
-                  "range:" + std::to_string(c.stored) + " in 2..255 by 1");
+                  "range:" + std::to_string(stored) + " in 2..255 by 1");
         EXPECT_EQ(object.m_ChangeCount, ++count);
-        EXPECT_EQ(ReadSettings("tarnis.ini"),
-                  "# mine\r\nOther = 1\r\nPollInterval=" + std::to_string(c.stored) + "\r\n");
+        EXPECT_EQ(m_Folder.Read("tarnis.ini"),
+                  "# mine\r\nOther = 1\r\nPollInterval=" + std::to_string(stored) + "\r\n");
     }
 
     PI::CProperty text(PI::PROP_POLL_INTERVAL, true);

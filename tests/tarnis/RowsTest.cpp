@@ -36,7 +36,7 @@ nlohmann::json Partition(const std::string& name, std::uint64_t bytes = 1000)
     return {{"name", name}, {"bytes", bytes}};
 }
 
-nlohmann::json DiskWith(std::uint32_t number, std::initializer_list<Attribute> attributes,
+nlohmann::json DiskWith(std::uint32_t number, const std::vector<Attribute>& attributes,
                         const std::vector<nlohmann::json>& partitions)
 {
     nlohmann::json disk = Disk(number);
@@ -67,7 +67,7 @@ class Rows : public SteppedTest
 
     void NewDatabase()
     {
-        m_File = Folder() + "/" + std::to_string(++m_Files) + ".db";
+        m_File = m_Folder.File(std::to_string(++m_Files) + ".db");
         setenv("TARNIS_DATABASE", m_File.c_str(), 1);
     }
 
@@ -372,7 +372,7 @@ pass DELETE FROM raid_pd
 
 TEST_F(Rows, ReadingsAndNames)
 {
-    const auto drive = [](std::uint32_t number, std::initializer_list<Attribute> attributes,
+    const auto drive = [](std::uint32_t number, const std::vector<Attribute>& attributes,
                           const std::vector<nlohmann::json>& partitions = {})
     {
         nlohmann::json disk = DiskWith(number, attributes, partitions);
@@ -665,7 +665,7 @@ TEST_F(Rows, HostileTextsOfDrives)
     }
     std::string page(512, ' '); // no UTF-8
     page.replace(20, 4, "\xFE\xFF\"\"");
-    WriteSettings("page", page);
+    m_Folder.Write("page", page);
     disks.push_back(Disk(6));
     disks.back()["identify"] = "page";
     Start(MachineWith(disks));

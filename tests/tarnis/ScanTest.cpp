@@ -7,12 +7,13 @@
 #include <algorithm>
 #include <locale>
 #include <map>
-#include <random>
 #include <regex>
 #include <set>
+#include <tuple>
 
 using namespace Support;
 using Platform::DriveCall;
+using namespace std::string_literals;
 
 namespace
 {
@@ -30,15 +31,6 @@ std::map<std::string, std::string> Drives(const std::vector<PI::CObject>& object
             drives[ValueText(object, PI::PROP_DEVICE_NUMBER)] = text;
         }
     return drives;
-}
-
-std::vector<std::string> DiskNumbers(const std::vector<PI::CObject>& objects)
-{
-    std::vector<std::string> numbers;
-    for (const PI::CObject& object : objects)
-        if (object.m_Type == PI::OBJECT_PHYSICAL_DRIVE)
-            numbers.push_back(ValueText(object, PI::PROP_DEVICE_NUMBER).substr(7));
-    return numbers;
 }
 
 } // namespace
@@ -77,7 +69,10 @@ TEST_F(Scan, FindsDisksBelowSupportedControllersInWalkOrder)
         {{"id", "LOOSE"}, {"service", "disk"}, {"disks", {2}}},
     };
     const std::vector<PI::CObject> picture = Picture(machine);
-    EXPECT_EQ(DiskNumbers(picture), (std::vector<std::string>{"5", "7", "6", "9", "8", "9", "4"}));
+    std::string numbers;
+    for (std::size_t i = 2; i < picture.size(); ++i)
+        numbers += ValueText(picture[i], PI::PROP_DEVICE_NUMBER) + ' ';
+    EXPECT_EQ(numbers, "number:5 number:7 number:6 number:9 number:8 number:9 number:4 ");
     EXPECT_EQ(picture[1].m_Children.size(), 7U);
     // Of several supported drivers the last in the walk gives its name.
     EXPECT_EQ(ValueText(picture[1], PI::PROP_DRIVER_NAME), "text:msahci");
@@ -96,7 +91,7 @@ TEST_F(Scan, TheHostsLocaleHasNoSay)
     };
     const std::locale before =
         std::locale::global(std::locale(std::locale::classic(), new Grouping));
-    WriteSettings("tarnis.ini", "PollInterval=45");
+    m_Folder.Write("tarnis.ini", "PollInterval=45");
     UseMachine(MachineWith({Disk(12345)}));
     LoadedPlugin plugin;
     EXPECT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
@@ -115,34 +110,31 @@ TEST_F(Scan, TheHostsLocaleHasNoSay)
               "text:Windows Advanced Host Controller Interface (1234)");
     EXPECT_EQ(ValueText(objects[2], PI::PROP_NAME), "text:INTEL SSDSC2BB240G7 (12345)");
     EXPECT_EQ(ValueText(objects[2], PI::PROP_OS_DEVICE), "text:Disk 12345");
-    EXPECT_EQ(ReadSettings("tarnis.ini"), "PollInterval=5000");
+    EXPECT_EQ(m_Folder.Read("tarnis.ini"), "PollInterval=5000");
 }
 
 TEST_F(Scan, FaultsStayWithTheirDrive)
 {
     nlohmann::json healthy = MachineOf(3);
     const auto expected = Drives(Picture(healthy));
-    const struct
-    {
-        const char* fault;
-        const char* changed; ///< which of the drive's properties, or null when it is not there
-        const char* to;
-    } cases[] = {{"open", nullptr, ""},
-                 {"device_number", nullptr, ""},
-                 {"smart_version", nullptr, ""},
-                 {"identify", nullptr, ""},
-                 {"smart_data", "30069=.*\n([^]*)=number:8000", "$1=number:0"},
-                 {"length", "(30059|30060)=.*", "$1=number:18446744073709551615"}};
-    for (const auto& c : cases)
+    // The second column: which of the drive's properties change, null when it is not there.
+    const std::tuple<const char*, const char*, const char*> cases[] = {
+        {"open", nullptr, ""},
+        {"device_number", nullptr, ""},
+        {"smart_version", nullptr, ""},
+        {"identify", nullptr, ""},
+        {"smart_data", "30069=.*\n([^]*)=number:8000", "$1=number:0"},
+        {"length", "(30059|30060)=.*", "$1=number:18446744073709551615"}};
+    for (const auto& [fault, changed, to] : cases)
     {
         nlohmann::json machine = healthy;
-        machine["disks"][1]["faults"] = {c.fault};
+        machine["disks"][1]["faults"] = {fault};
         auto left = expected;
-        if (c.changed)
-            left["number:1"] = std::regex_replace(left["number:1"], std::regex(c.changed), c.to);
+        if (changed)
+            left["number:1"] = std::regex_replace(left["number:1"], std::regex(changed), to);
         else
             left.erase("number:1");
-        EXPECT_EQ(Drives(Picture(machine)), left) << c.fault;
+        EXPECT_EQ(Drives(Picture(machine)), left) << fault;
     }
     EXPECT_EQ(Platform::OpenHandleCount(), 0U);
 }
@@ -291,34 +283,78 @@ TEST_F(Scan, EveryPlatformCallMayFail)
     }
 }
 
-TEST_F(Scan, AnyPagesWhatever)
+TEST_F(Scan, TextsAndMediaOfAPage)
 {
-    std::mt19937 random(20261122);
-    std::vector<nlohmann::json> disks;
-    for (std::uint32_t number = 0; number < 200; ++number)
+    const struct
     {
-        nlohmann::json disk = {{"number", number}, {"bytes", random()}};
-        for (const char* page : {"identify", "smart"})
-        {
-            std::string bytes(512, '\0');
-            // Every other page holds few kinds of byte, so that blanks, NULs and ids 190 and 194
-            // come up.
-            constexpr unsigned char few[] = {0, ' ', 'A', 0xFF, 190, 194, 1, 0x1B};
-            for (char& byte : bytes)
-                byte = static_cast<char>(number % 2 ? random() : few[random() % sizeof few]);
-            const std::string file = std::to_string(number) + page;
-            WriteSettings(file, bytes);
-            disk[page] = file;
-        }
-        disks.push_back(disk);
+        const char* model;
+        bool isSwapped;
+        int rotation;
+        const char *vendor, *product;
+        bool isSsd;
+    } cases[] = {
+        {"INTEL SSDSC2BB240G7", false, 1, "INTEL", "SSDSC2BB240G7", true},
+        {"Intel ssdSC2", false, 0, "Intel", "ssdSC2", true},
+        {"INTEL SS", false, 0, "INTEL", "SS", false},
+        {"INTEL SS", false, 1, "INTEL", "SS", true},
+        {"INTEL SSDSC2BB240G7", true, 0, "INTEL", "SSDSC2BB240G7", true},
+        {"INTEL 8901234567890123456789012345678901", true, 0, "INTEL",
+         "8901234567890123456789012345678901", false},
+        {"NIETZSCHE DISK", false, 7200, "NIETZSCHE", "DISK", false},
+        {"M.2 (S42) 3ME3", false, 1, "INNODISK", "(S42) 3ME3", true},
+        {"M.2 (s42) 3ME3", false, 1, "M.2", "(s42) 3ME3", true},
+        {"xM.2x a(S42)b", false, 0, "INNODISK", "a(S42)b", false},
+        {"ST4000NM0033-9ZM170", false, 7200, "SEAGATE", "ST4000NM0033-9ZM170", false},
+        {"MB0500EBNCR", false, 7200, "", "MB0500EBNCR", false},
+        {"WDC  WD40EFRX-68N32N0", false, 5400, "WDC", "WD40EFRX-68N32N0", false},
+        {"", false, 0, "", "", false},
+        {"1234567890123456789012345678901234567 89", false, 0,
+         "1234567890123456789012345678901234567", "89", false},
+    };
+    std::vector<nlohmann::json> disks;
+    for (const auto& c : cases)
+    {
+        disks.push_back(Disk(static_cast<std::uint32_t>(disks.size())));
+        disks.back()["identify"] = Identity(c.model, "  SN 1234", c.rotation);
+        disks.back()["identify"].update({{"firmware", "FW1\0xyz"s}, {"swapped", c.isSwapped}});
     }
     const auto picture = Picture(MachineWith(disks));
-    EXPECT_EQ(DiskNumbers(picture).size(), 200U);
-    for (const PI::CObject& object : picture)
-        if (const PI::CProperty* temperature = Find(object, PI::PROP_TEMPERATURE))
-        {
-            float degrees = 0;
-            EXPECT_EQ(temperature->GetValue(degrees), PI::ERR_SUCCESS);
-            EXPECT_TRUE(degrees >= 1 && degrees <= 127);
-        }
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+    {
+        std::string told;
+        for (const auto id : {PI::PROP_VENDOR, PI::PROP_PRODUCT, PI::PROP_SERIAL_NUMBER,
+                              PI::PROP_FIRMWARE_VERSION, PI::PROP_MEDIA_TYPE})
+            told += ValueText(picture.at(i + 2), id) + '|';
+        EXPECT_EQ(told, "text:"s + cases[i].vendor + "|text:" + cases[i].product +
+                            "|text:SN 1234|text:FW1|choice:" +
+                            (cases[i].isSsd ? "40293" : "40292") + " of 40292 40293|");
+    }
+}
+
+TEST_F(Scan, TemperatureFollowsPageOrder)
+{
+    const std::pair<std::vector<Attribute>, const char*> cases[] = {
+        {{}, "absent"},
+        {{{194, 100, 36}}, "real:36"},
+        {{{194, 36, 0}}, "real:36"},
+        {{{190, 45, 30}, {194, 200, 200}}, "real:30"},
+        {{{194, 100, 35}, {190, 70, 30}}, "real:30"},
+        {{{190, 45, 0}}, "absent"}, // the current value counts for 194 alone
+        {{{190, 45, 128}, {194, 127, 127}}, "real:127"},
+        {{{194, 100, 35}, {190, 70, 0}}, "real:35"},
+        {{{231, 100, 40}, {191, 1, 1}}, "absent"},
+    };
+    std::vector<nlohmann::json> disks;
+    for (const auto& [entries, told] : cases)
+    {
+        // The last entries of the table: a walk that stops early misses them.
+        std::vector<Attribute> page(30 - entries.size(), {1, 1, 99});
+        for (const auto& [id, value, raw] : entries)
+            page.push_back({id, value, 99 << 8 | raw});
+        disks.push_back(Disk(static_cast<std::uint32_t>(disks.size())));
+        disks.back()["smart"] = SmartPage(page);
+    }
+    const auto picture = Picture(MachineWith(disks));
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        EXPECT_EQ(ValueText(picture.at(i + 2), PI::PROP_TEMPERATURE), cases[i].second) << i;
 }

@@ -103,9 +103,7 @@ std::int32_t SetInterval(LoadedPlugin& plugin, int seconds)
 
 } // namespace
 
-class Threads : public PluginTest
-{
-};
+using Threads = PluginTest;
 
 TEST_F(Threads, WorkerStartsAnswersAndStops)
 {

@@ -218,8 +218,8 @@ TEST_F(Watch, StandingConditionsAtReportTimes)
 {
     // Berlin changes its clocks on 2026-03-29 at 01:00 UTC, from 02:00 to 03:00.
     SetZone("CET-1CEST,M3.5.0,M10.5.0/3");
-    WriteSettings("CustomOpts.ini", "WearLevelThreshold=97\nReservedCellsThreshold=0\n"
-                                    "SnmpTrapReportTime1=11:00\nSnmpTrapReportTime2=2:30\n");
+    m_Folder.Write("CustomOpts.ini", "WearLevelThreshold=97\nReservedCellsThreshold=0\n"
+                                     "SnmpTrapReportTime1=11:00\nSnmpTrapReportTime2=2:30\n");
     const Texts report = {Failing(1), Failing(7),
                           "11090 CRUCIAL CT480MX500SSD1 (7) [7][][] severity 3"};
     const auto set = [](const char* utc)
