@@ -1,18 +1,16 @@
 #!/bin/busybox sh
 # The first process of the guest: brings it up, writes what is seen there to the share, and switches
 # the guest off. It judges nothing.
-/bin/busybox mkdir -p /usr/applets
 /bin/busybox --install -s /usr/applets
 export PATH=/tarnis:/bin:/usr/applets TARNIS_CONFIG_DIR=/etc/tarnis TARNIS_DATABASE=/tmp/tarnis.db
 mount -t proc proc /proc
 mount -t sysfs sys /sys
 mount -t devtmpfs dev /dev
 mount -t tmpfs tmp /tmp
-chmod 1777 /tmp
 for module in /modules/*; do insmod "$module"; done
 mount -t 9p -o trans=virtio,version=9p2000.L,msize=262144 share /share
 
-end() {
+stop() {
     dmesg >/share/dmesg
     echo b >/proc/sysrq-trigger # at once; QEMU takes a restart for the end
     sleep 60
@@ -22,20 +20,17 @@ await() {
     local rounds=$(($1 * 20))
     shift
     until "$@"; do
-        rounds=$((rounds - 1))
-        if [ $rounds -le 0 ]; then
-            echo "never came: $*" >>/share/failed
-            end
-        fi
         usleep 50000
+        rounds=$((rounds - 1))
+        [ $rounds -gt 0 ] || { echo "never came: $*"; stop; }
     done
 }
 # keep NAME COMMAND...: what a command says and how it ends
 keep() {
-    local name=$1 code=0
+    local name=$1
     shift
-    "$@" >"/share/$name.out" 2>"/share/$name.err" || code=$?
-    echo $code >"/share/$name.code"
+    "$@" >"/share/$name.out" 2>"/share/$name.err"
+    echo $? >"/share/$name.code"
 }
 ahci_disks() {
     for disk in /sys/block/sd*; do
@@ -55,17 +50,13 @@ see() {
 }
 
 await 30 blocks_are "$blocks" # disks and partitions; a word of the kernel's command line
-if [ "$task" = bench ]; then
-    keep bench scan_bench
-    end
-fi
+[ "$task" = bench ] && { keep bench scan_bench; : >/share/done; stop; }
 
 # File systems in use: one mounted twice and in part, one in the file system of a whole disk.
 gpt=$(disk_of PHDV7241014X240AGN-1)
 dos=$(disk_of ZA10ABCD)
-for folder in first second part esp "old data" whole; do mkdir "/mnt/$folder"; done
-mount "/dev/${gpt}2" /mnt/first
-mkdir /mnt/first/below
+mkdir /mnt/first /mnt/second /mnt/part /mnt/esp "/mnt/old data" /mnt/whole
+mount "/dev/${gpt}2" /mnt/first && mkdir /mnt/first/below
 mount --bind /mnt/first/below /mnt/part
 mount "/dev/${gpt}2" /mnt/second
 mount -t vfat "/dev/${gpt}1" /mnt/esp
@@ -78,7 +69,7 @@ keep show tarnisctl show --json
 cp /tmp/tarnis.db /share/show.db
 keep people tarnisctl show
 swapoff "/dev/${gpt}3"
-for folder in whole "old data" esp second part first; do umount "/mnt/$folder"; done
+umount -a -t ext4,vfat
 
 # Rights: as a user of a group that may read the disks (6), or of none; with and without the
 # capability. One disk may be read by all.
@@ -103,33 +94,30 @@ echo on >"$sleeper/control"
 
 # Ten rounds of five disks that go and come back.
 tarnisctl set plugin POLL_INTERVAL 2 >/share/set.out
-tarnisctl watch --json >/tmp/events 2>/share/watch.err &
+tarnisctl watch --json >/share/events 2>/share/watch.err &
 watch=$!
 await 20 grep -q "adapter count" /share/watch.err
-events_are() { [ "$(wc -l </tmp/events)" -ge "$1" ]; }
-expected=0
+events_are() { [ "$(wc -l </share/events)" -ge "$1" ]; }
 for round in 0 1 2 3 4 5 6 7 8 9; do
     set -- $(ahci_disks) $(ahci_disks)
     shift $((round * 5 % 12))
     hosts=
     for name in "$1" "$2" "$3" "$4" "$5"; do
         serial_of "$name" >>/share/moved
-        path=$(readlink "/sys/block/$name")
-        path=${path#*/host}
-        hosts="$hosts ${path%%/*}"
+        hosts="$hosts $(readlink "/sys/block/$name" | sed 's#.*/host\([0-9]*\)/.*#\1#')"
         echo 1 >"/sys/block/$name/device/delete"
     done
-    expected=$((expected + 5))
-    await 20 events_are $expected
+    await 20 events_are $((round * 10 + 5))
     for host in $hosts; do echo '- - -' >"/sys/class/scsi_host/host$host/scan"; done
-    expected=$((expected + 5))
-    await 20 events_are $expected
+    await 20 events_are $((round * 10 + 10))
     for file in /proc/$watch/fd/*; do readlink "$file"; done | sort >"/share/files-$round"
 done
+await 20 blocks_are "$blocks"
+sleep 4 # a pass or two: partitions may have come after their disk was seen
 see after
 kill -TERM $watch
 wait $watch
 echo $? >/share/watch.code
-cp /tmp/events /share/events
 cp /tmp/tarnis.db /share/after.db
-end
+: >/share/done
+stop
