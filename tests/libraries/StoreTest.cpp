@@ -305,6 +305,12 @@ TEST_F(File, RemovedReplacedOrOverwrittenWhileOpen)
         }
         files::remove_all(deep);
     }
+    {
+        const Store closing(m_Path);
+        closing.Add("x");
+        m_Folder.Write(m_Name, "no database");
+    }
+    EXPECT_EQ(m_Folder.Read(m_Name), "no database") << "the log went into what stands there now";
 }
 
 TEST_F(File, SharedByProcessesThatStartAtOnceAndLoseItTogether)

@@ -37,6 +37,7 @@ class SteppedPlugin
     bool Pass()
     {
         std::unique_lock guard(m_Lock);
+        m_Answered = m_Rings; // the first pass may have come by itself
         for (int tries = 0; tries < 30000; ++tries)
         {
             // The worker may still be on its way to its wait: then this time lies before it. The

@@ -25,8 +25,10 @@ TEST(Settings, TimesOfDay)
     }
 }
 
-TEST(DriveProperties, IconOfAStatus)
+TEST(DriveProperties, IconsAndTheEndOfTime)
 {
+    CAHCIPhysicalDrive drive;
+    std::vector<PI::CProperty> properties;
     const std::tuple<PI::_VALUE_ID, PI::_VALUE_ID, std::uint32_t> icons[] = {
         {PI::VAL_OPERATIONAL, PI::VAL_HDD, 24093},
         {PI::VAL_OPERATIONAL, PI::VAL_SSD, 24201},
@@ -38,13 +40,16 @@ TEST(DriveProperties, IconOfAStatus)
         {PI::VAL_AVAILABLE, PI::VAL_SSD, 24183}};
     for (const auto& [status, media, icon] : icons)
     {
-        CAHCIPhysicalDrive drive;
         drive.m_Status = status;
         drive.m_MediaType = media;
-        std::vector<PI::CProperty> properties;
         GetPhysicalDriveProperties(drive, properties, PI::PROP_STATUS);
         EXPECT_EQ(properties.at(0).m_IconID, icon);
     }
+    drive.m_RemainingLifeTimeHours = NoReading64 - 1;
+    GetPhysicalDriveProperties(drive, properties, PI::PROP_ESTIMATED_LIFETIME);
+    std::string date;
+    EXPECT_EQ(properties.at(0).GetValue(date), PI::ERR_SUCCESS);
+    EXPECT_EQ(date, "9999-12-31");
 }
 
 TEST(Vocabulary, RowsAndNames)

@@ -50,12 +50,7 @@ nlohmann::json DiskWith(std::uint32_t number, const std::vector<Attribute>& attr
 class Rows : public SteppedTest
 {
   protected:
-    Rows()
-    {
-        setenv("TARNIS_TRACE_MASK", "128", 1);
-        unsetenv("TARNIS_TRACE_FILE");
-        NewDatabase();
-    }
+    Rows() { NewDatabase(); }
     ~Rows() override
     {
         m_Plugin.reset();
@@ -322,6 +317,8 @@ pass DELETE FROM raid_partition
 8 {query}updating AHCI Partition (gone on localhost) in db. ({no})
 pass DELETE FROM raid_pd
 11 {query}removing {drive1} from DB. ({no}))");
+    setenv("TARNIS_TRACE_MASK", "128", 1);
+    unsetenv("TARNIS_TRACE_FILE");
     const auto before = MachineWith(
         {DiskWith(0, {}, {Partition("stay"), Partition("change"), Partition("gone")}), Disk(1)});
     const auto after = MachineWith(
@@ -591,7 +588,6 @@ class PartitionMachine : public Platform::Machine
 
 TEST_F(Rows, HostileTextsOfPartitions)
 {
-    unsetenv("TARNIS_TRACE_MASK");
     const auto machine = std::make_shared<PartitionMachine>(UseMachine(MachineOf(2)));
     Platform::SetCurrentMachine(machine);
     Texts expected;
