@@ -86,8 +86,10 @@ struct SenseData
 /// Reads sense data of the present command, fixed or by descriptors; nothing for any other form.
 std::optional<SenseData> DecodeSense(std::span<const std::uint8_t> sense)
 {
-    if (sense.size() < 8)
+    constexpr std::size_t HeadBytes = 8; // the last of them is the length of the rest
+    if (sense.size() < HeadBytes)
         return std::nullopt;
+    sense = sense.first(std::min(sense.size(), HeadBytes + sense[HeadBytes - 1]));
     const unsigned form = sense[0] & 0x7F;
     if (form == 0x70)
     {
@@ -100,7 +102,7 @@ std::optional<SenseData> DecodeSense(std::span<const std::uint8_t> sense)
     if (form != 0x72)
         return std::nullopt;
     SenseData data{static_cast<std::uint8_t>(sense[1] & 0x0F), std::nullopt};
-    const auto descriptors = sense.subspan(8, std::min<std::size_t>(sense[7], sense.size() - 8));
+    const auto descriptors = sense.subspan(HeadBytes);
     for (std::size_t at = 0; at + 1 < descriptors.size();)
     {
         const std::size_t length = descriptors[at + 1] + std::size_t{2};

@@ -24,7 +24,7 @@ constexpr char DiskService[] = "disk";
 constexpr std::uint64_t KernelSector = 512; // whatever the disk's own is
 
 /// Where a link of sysfs leads below its folder "devices". Nothing for a link that leads anywhere
-/// else or bears another name than its target.
+/// else, leads to nothing, or bears another name than its target.
 std::optional<std::string> DevicePathOf(const std::string& link)
 {
     constexpr std::string_view Folder = "../devices/";
@@ -33,9 +33,19 @@ std::optional<std::string> DevicePathOf(const std::string& link)
         return std::nullopt;
     const std::size_t at = target->find(Folder);
     if (at == std::string::npos || target->find_first_not_of("./") < at ||
-        LastName(*target) != LastName(link))
+        target->find("/../", at + Folder.size() - 1) != std::string::npos ||
+        LastName(*target) != LastName(link) || access(link.c_str(), F_OK) != 0)
         return std::nullopt;
     return target->substr(at + Folder.size());
+}
+
+/// Whether a text is "major:minor".
+bool IsDeviceNumber(std::string_view text)
+{
+    constexpr char Digits[] = "0123456789";
+    const std::size_t colon = text.find_first_not_of(Digits);
+    return colon != 0 && colon < text.size() - 1 && text[colon] == ':' &&
+           text.find_first_not_of(Digits, colon + 1) == text.npos;
 }
 
 class PictureReader
@@ -62,7 +72,9 @@ class PictureReader
         std::map<std::string, std::string> names; // by path: a function follows what it hangs on
         for (const std::string& name : ListFolder(folder))
         {
-            if (const auto path = DevicePathOf(folder + name))
+            const bool isFunction = name.find_first_not_of("0123456789abcdef:.") == name.npos;
+            const auto path = isFunction ? DevicePathOf(folder + name) : std::nullopt;
+            if (path)
                 names.emplace(*path, name);
         }
         for (const auto& [path, name] : names)
@@ -125,8 +137,8 @@ class PictureReader
             const std::string inside = folder + "/" + entry;
             const auto index = ReadNumber(inside + "/partition");
             const auto start = ReadNumber(inside + "/start");
-            if (!index || *index > MostPartitions || !start || *start > MostSectors ||
-                !ReadExtent(inside, entry, partition))
+            if (!index || *index > MostPartitions || entry != name + std::to_string(*index) ||
+                !start || *start > MostSectors || !ReadExtent(inside, entry, partition))
                 continue;
             partition.index = static_cast<std::int32_t>(*index);
             partition.start = *start * KernelSector;
@@ -144,8 +156,7 @@ class PictureReader
     {
         const auto device = ReadAttribute(folder + "/dev");
         const auto sectors = ReadNumber(folder + "/size");
-        if (!device || device->find_first_not_of("0123456789:") != std::string::npos || !sectors ||
-            *sectors > MostSectors)
+        if (!device || !IsDeviceNumber(*device) || !sectors || *sectors > MostSectors)
             return false;
         extent.name = name;
         extent.device = *device;
