@@ -1,0 +1,299 @@
+// This computer: over files as a kernel shows them, and disks that answer as told.
+#include "platform/linux/LinuxMachine.h"
+#include "tests/support/PluginTest.h"
+#include "tests/support/TestFolder.h"
+
+#include <boost/algorithm/string.hpp>
+
+#include <latch>
+#include <regex>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+using namespace Platform;
+using namespace boost::algorithm;
+
+static std::vector<std::string> Words(const char* between, const std::string& text)
+{
+    std::vector<std::string> words;
+    return split(words, trim_copy(text), is_any_of(between), token_compress_on);
+}
+
+/// A made-up computer, which stands in for the kernel with regular files in the place of disks.
+struct Linux : Support::PluginTest, DiskPort
+{
+    /// What is answered to "open sda": an error number. What is answered to "sda ec" (a command):
+    /// "call=5" is an error number of the call, "status=", "host=", "driver=", "resid=", "told="
+    /// (the length of the sense) are fields; "fixed" and "descriptors" are the sense of a command
+    /// that went well with 0xFF in its count register, "2=11" changes a byte of it; "page=97" is
+    /// the first byte of the page.
+    std::map<std::string, std::string> answers;
+    std::vector<std::string> calls;   ///< in their order
+    std::latch asked{1}, released{1}; ///< a request that shall "hang" has come; may go on
+    std::mutex lock;
+    const TestFolder folder;
+    std::shared_ptr<LinuxMachine> machine;
+    int announced = 0;
+
+    std::string Answer(const std::string& question, const std::string& call)
+    {
+        const std::lock_guard guard(lock);
+        return calls.push_back(call), answers[question];
+    }
+    int Open(const std::string& path, const std::string& device, FileDescriptor& file) override
+    {
+        const std::string call = "open " + path.substr(path.rfind('/') + 1);
+        file = FileDescriptor(open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
+        return std::stoi("0" + Answer(call, call + " " + device));
+    }
+    int Send(int descriptor, sg_io_hdr_t& head) override
+    {
+        const std::string file = "/proc/self/fd/" + std::to_string(descriptor);
+        const std::string name = std::filesystem::read_symlink(file).filename();
+        std::ostringstream call;
+        call << name << ' ' << head.dxfer_direction << ' ' << head.dxfer_len << ' ' << head.timeout;
+        for (int at = 0; at < head.cmd_len; ++at)
+            call << std::hex << ' ' << unsigned{head.cmdp[at]};
+        std::map<std::string, std::uint8_t> fields = {{"page", 'p'}};
+        std::vector<std::uint8_t> sense; // 9 is right nowhere in it
+        const std::string question = name + call.str().substr(call.str().size() - 5, 3);
+        for (const std::string& word : Words(",", Answer(question, call.str())))
+        {
+            const auto parts = Words("=", word + "=0");
+            fields[parts[0]] = static_cast<std::uint8_t>(std::stoi(parts[1], nullptr, 0));
+            if (parts[0] == "fixed")
+                sense = {0x70, 9, 1, 9, 0x50, 9, 0xFF, 10, 9, 9, 9, 9, 0, 0x1D, 9, 9, 9, 9};
+            else if (parts[0] == "descriptors") // another one stands before that of the registers
+                sense = {0x72, 1, 0, 0x1D, 9,    9, 9, 18, 2, 2, 9, 9, 9,
+                         12,   9, 9, 9,    0xFF, 9, 9, 9,  9, 9, 9, 9, 0x50};
+            else if (parts[0] == "hang")
+                asked.count_down(), released.wait();
+            else if (std::isdigit(parts[0][0]))
+                sense.at(std::stoul(parts[0])) = fields[parts[0]];
+        }
+        std::copy(sense.begin(), sense.end(), head.sbp);
+        head.sb_len_wr = fields.try_emplace("told", sense.size()).first->second;
+        head.status = fields.try_emplace("status", sense.empty() ? 0 : 2).first->second;
+        head.host_status = fields["host"], head.driver_status = fields["driver"];
+        head.resid = fields["resid"];
+        std::fill_n(static_cast<std::uint8_t*>(head.dxferp), head.dxfer_len / 512, fields["page"]);
+        return fields["call"];
+    }
+    int Length(int, std::uint64_t& bytes) override { return bytes = 512, 0; }
+
+    void SetUp() override
+    {
+        std::filesystem::remove_all(folder.Path());
+        // links; disks and partitions with their numbers
+        const auto rows = Words(" \n", R"(bus/pci/devices/00:1f.2 ->../../../devices/pci0/00:1f.2
+            bus/pci/devices/00:1c.0 ->../../../devices/pci0/00:1c.0
+            bus/pci/devices/01:00.0 ->../../../devices/pci0/00:1c.0/01:00.0
+            devices/pci0/00:1f.2/driver ->../ahci devices/pci0/00:1c.0/driver ->../pcieport
+            block/sda ->../devices/pci0/00:1f.2/ata1/sda block/sdaa ->../devices/pci0/00:1f.2/sdaa
+            block/sdb ->../devices/pci0/00:1c.0/01:00.0/sdb block/sdc ->../devices/usb/sdc
+            block/sd! ->../devices/sd! bus/pci/devices/0! ->../../../devices/0! devices/0!/x ->x
+            devices/pci0/00:1f.2/ata1/sda 8:0 devices/pci0/00:1c.0/01:00.0/sdb 8:16
+            devices/usb/sdc 8:32 devices/pci0/00:1f.2/sdaa 65:160 devices/sd! 8:48
+            block/sda/sda! 8:3 block/sda/sda1 8:1 block/sda/sda10 8:10)");
+        for (auto row = rows.begin(); row != rows.end(); row += 2)
+            if (const std::string at = "sys/" + row[0]; row[1][0] == '-')
+                Put(at, row[1]);
+            else
+                Put(at + "/size", "16"), Put(at + "/start", "8"), Put(at + "/dev", row[1]),
+                    Put(at + "/device/vendor", "ATA     "),
+                    Put(at + "/partition", row[1].substr(2));
+        Put("dev/pipe", "|"), Put("sys/kernel/uevent_seqnum", "0");
+        machine = std::make_shared<LinuxMachine>(
+            SystemFolders{folder.File("sys"), folder.File("proc"), folder.File("dev")},
+            std::shared_ptr<DiskPort>(std::shared_ptr<void>(), this));
+    }
+    /// Puts something under a name: "->..." is a link, "|" a FIFO, all else the text of a file,
+    /// with "_" for blanks and ";" for ends of lines.
+    void Put(const std::string& name, const std::string& what) const
+    {
+        const std::filesystem::path path = folder.File(name);
+        std::filesystem::create_directories(path.parent_path());
+        std::filesystem::remove_all(path);
+        if (what.starts_with("->"))
+            std::filesystem::create_symlink(what.substr(2), path);
+        else if (what != "|" || mkfifo(path.c_str(), 0600) != 0)
+            folder.Write(name,
+                         replace_all_copy(replace_all_copy(what, "_", " "), ";", "\n") + "\n");
+    }
+    /// Each node with its service and what it hangs on, and the partitions of a disk, after a
+    /// change of devices.
+    std::string Walk(DWORD disk = 0)
+    {
+        folder.Write("sys/kernel/uevent_seqnum", std::to_string(++announced) + "\n");
+        std::ostringstream text;
+        const auto tree = machine->ReadDeviceTree();
+        const auto name = [](const std::string& id) { return id.substr(id.rfind('\\') + 1); };
+        for (auto at = tree->begin() + 1; at != tree->end(); ++at)
+            text << name(at->id) << '=' << at->service << '<' << name((*tree)[at->parent].id)
+                 << ' ';
+        std::vector<ZKTX::CSystemPartition> parts;
+        text << (machine->Partitions(disk, parts) ? "" : "none");
+        for (const auto& part : parts)
+            text << part.m_PartitionName << ' ' << part.m_Index << ' ' << part.m_Number1 << '+'
+                 << part.m_Number2 << ' ' << part.m_Text1 << part.m_Text6 << ';';
+        return text.str();
+    }
+    /// What a disk answers to SMART READ DATA and IDENTIFY, errors and the first letter of the page
+    /// ("?" before), and its length; the error of opening alone if there was one.
+    std::string Ask(int disk) const
+    {
+        std::unique_ptr<Device> device;
+        const std::string path = "\\\\.\\PhysicalDrive" + std::to_string(disk);
+        std::uint64_t bytes = machine->OpenDevice(path, true, device);
+        std::string text;
+        for (const auto question : {&Device::SmartData, &Device::Identify})
+        {
+            Sector page = {'?'};
+            const DWORD error = device ? (device.get()->*question)(page) : ERROR_SUCCESS;
+            text += (error == 0 ? "" : std::to_string(error)) + static_cast<char>(page[0]);
+        }
+        return device && device->Length(bytes) == 0 ? text + std::to_string(bytes) : text;
+    }
+};
+
+TEST_F(Linux, EveryEndOfARequestHasItsError)
+{
+    // What comes of a command that brings a page; of SMART data whose question for the power mode
+    // ends so; all such ends.
+    for (const std::string& group : Words("#", R"(
+        p p x fixed fixed,2=0 fixed,driver=8 fixed,told=255 descriptors descriptors,7=255 # 1117? p
+        resid=1 resid=255 fixed,resid=2 fixed,2=11 descriptors,1=11 fixed,2=5 descriptors,1=5 # 21?
+        21? call=19 call=6 host=1 host=4 fixed,2=2 descriptors,1=2 # 5? 5? call=1 call=13 # 8? 8?
+        call=12 # 1117? 1117? call=5 call=22 host=3 host=7 driver=6 fixed,driver=6 status=8
+        status=24 status=2 fixed,status=8 fixed,0=0 fixed,0=0x71 fixed,0=0x71,2=11 fixed,2=3
+        fixed,4=0x51 fixed,4=0x70 fixed,4=0x10 fixed,7=5 fixed,12=4 fixed,13=0 fixed,told=13
+        fixed,2=11,told=7 descriptors,0=0x73,1=5 descriptors,1=6 descriptors,25=0x51
+        descriptors,25=0x70 descriptors,1=5,told=7 descriptors,told=13 descriptors,told=25
+        descriptors,7=17 descriptors,7=0 descriptors,9=255 descriptors,13=11 descriptors,12=8)"))
+    {
+        const auto words = Words(" \n", group);
+        for (auto end = words.begin() + 2; end != words.end(); ++end)
+        {
+            answers = {{"sda ec", *end}, {"sda b0", *end}};
+            EXPECT_EQ(Ask(0), words[0] + words[0] + "512") << *end;
+            answers = {{"sda e5", *end}};
+            EXPECT_EQ(Ask(0), words[1] + "p512") << *end;
+        }
+    }
+}
+
+TEST_F(Linux, ASleepingDiskAnswersWithItsLastPageAndASuspendedOneIsNotOpened)
+{
+    Put("sys/block/sdb/device/vpd_pg89", std::string(60, '?') + std::string(512, 'v'));
+    // runtime status, power mode, which disk, its page; what it answers, and whether it was opened
+    const auto rows = Words(" \n", R"(
+        active 0 1 97 21?p512+      active 255 1 98 bp512+      active 0 1 99 bp512+
+        active 1 1 99 bp512+        active 128 1 100 dp512+     active 64 1 101 ep512+
+        active 65 1 102 fp512+      active 0 1 103 fp512+       active 0 2 103 21?p512+
+        suspended 9 2 103 21?v8192- active 255 2 104 hp512+     suspending 9 2 105 hv8192-
+        active 0 2 105 hp512+       active 0 1 105 21?p512+     suspended 9 1 105 21?v8192-)");
+    for (const std::string format : {"fixed,6=", "descriptors,17="})
+        for (auto row = rows.begin(); row != rows.end(); row += 5)
+        {
+            answers = {{"sdb e5", format + row[1]}, {"sdb b0", "page=" + row[3]}};
+            Put("sys/block/sdb/device/power/runtime_status", row[0]);
+            Put("sys/block/sdb/diskseq", row[2] + format), Walk(1), calls.clear();
+            EXPECT_EQ(Ask(1).append(calls.empty() ? "-" : "+"), row[4]) << row - rows.begin();
+        }
+}
+
+TEST_F(Linux, AMissingRightIsToldUntilItIsThere)
+{
+    const char* const cases[][4] = {
+        {"13", "", "20000", "sda cannot be read: read access to /dev/sda is missing;"},
+        {"1", "", "dffff", "read access to /dev/sda and the capability CAP_SYS_RAWIO are missing"},
+        {"0", "call=1", "20000", "sda cannot be asked: the capability CAP_SYS_RAWIO is missing;"},
+        {"2", "", "20000", "sda cannot be read: /dev/sda is missing;"}};
+    for (const auto& [opening, answer, mask, line] : cases)
+    {
+        Put("proc/self/status", std::string("CapPrm:\t0;CapEff:\t0") + mask + ";CapBnd:\t0");
+        answers = {{"open sda", opening}, {"sda ec", answer}};
+        EXPECT_TRUE(contains(Ask(0).append(machine->MissingRight()), line)) << line;
+        answers.clear();
+        EXPECT_EQ(Ask(0).append(machine->MissingRight()), "pp512") << line;
+    }
+    answers = {{"open sda", "13"}, {"open sdb", "2"}};
+    Put("sys/block/sdb", "|"), Put("sys/block/sda", "x"), Ask(0), Ask(1);
+    EXPECT_FALSE(contains(machine->MissingRight(), "sdb")) << "not there at all";
+    EXPECT_FALSE(contains(Walk(2).append(machine->MissingRight()), "sda "));
+}
+
+TEST_F(Linux, WhatMakesNoSenseDropsItsNodeAndNothingElse)
+{
+    const std::string whole = "00:1c.0=pcieport<0 01:00.0=<00:1c.0 00:1f.2=storahci<0 "
+                              "sda=disk<00:1f.2 sdb=disk<01:00.0 sdc=disk<0 sdaa=disk<00:1f.2 "
+                              "sda1 1 4096+8192 ;sda10 10 4096+8192 ;";
+    // What of this becomes what; what is changed for it, and how.
+    for (const std::string& group : Words("#", R"(
+        sda=\S+\s(.*)sda1\s.* $1none sda | sda ->sda sda ->/etc sda ->../devices/gone/sda
+        sda ->../devices/../block/sdb/sda sda/dev | sda/dev ->dev sda/dev 8 sda/dev : sda/dev 8:0:0
+        sda/size | sda/size -1 sda/size 99999999999999999999 sda/size 36028797018963968
+        # sda1\s.*;sda sda sda/sda1 | sda/sda1 ->sda1 sda/sda1/start |
+        sda/sda1/start 36028797018963968 sda/sda1/partition | sda/sda1/partition 70000
+        sda/sda1/partition 2 # $ $1 sda/sda1/ro | sda/sda1/ro x sda/stat | sda/diskseq ->diskseq
+        sda/device | sda/device ->device ../../proc/self/mountinfo |
+        ../../proc/self/mountinfo x_-_y;8:1_/_/a;1_2_8:1_/_/a_rw # 00:1f.2=storahci<0\s|0:1f.2 $1
+        ../bus/pci/devices/00:1f.2 | ../bus/pci/devices/00:1f.2 x
+        ../bus/pci/devices/00:1f.2 ->00:1f.2
+        ../bus/pci/devices/00:1f.2 ->../../../devices/gone/00:1f.2 # storahci $1
+        ../bus/pci/devices/00:1f.2/driver | ../bus/pci/devices/00:1f.2/driver x
+        # ;sda10 read-only;sda10 sda/sda1/ro 1 # ;sda10 /bind;sda10
+        ../../proc/self/mountinfo 1_2_8:1_/sub_/bind_rw_-_ext4_/dev/sda1 # ;sda10 /m\n;sda10
+        ../../proc/self/mountinfo 1_2_8:1_/sub_/s_rw_-_x_y;1_2_8:1_/_/m\134n_rw_a:1_-_x_y;1_2_8:1_/_/b_rw_-_x_y
+        # ;sda10 /home;sda10
+        ../../proc/self/mountinfo 1_2_8:11_/_/t_rw_-_x_/dev/sda1;1_2_0:42_/@_/home_rw_-_btrfs_/dev/sda1_rw
+        # ;sda10 [SWAP];sda10 ../../proc/swaps Filename_Type;/dev/sda1_partition_1_0)"))
+    {
+        const auto words = Words(" \n", group);
+        for (auto word = words.begin() + 2; word != words.end(); word += 2)
+            EXPECT_EQ((SetUp(), Put("sys/block/" + word[0], word[1]), Walk()),
+                      std::regex_replace(whole, std::regex(words[0]), words[1]))
+                << *word;
+    }
+    Put("sys/block/sda", "|");
+    EXPECT_EQ(machine->ReadDeviceTree()->size(), 8u) << "nothing was announced";
+}
+
+TEST_F(Linux, ADiskThatHangsHoldsNobodyElseAndItsThreadCanBeCancelled)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "skipped: AddressSanitizer does not follow a cancelled thread's unwinding";
+#endif
+    Walk(1);
+    using Files = std::filesystem::directory_iterator;
+    const auto before = std::distance(Files("/proc/self/fd"), {});
+    answers = {{"sda ec", "hang"}};
+    std::thread hung([&] { Ask(0), calls.clear(); });
+    asked.wait();
+    EXPECT_TRUE(Ask(1).append(Walk(1)).append(machine->MissingRight()).starts_with("pp512"));
+    EXPECT_EQ(pthread_cancel(hung.native_handle()), 0);
+    released.count_down();
+    hung.join();
+    EXPECT_FALSE(calls.empty()) << "it was not cancelled";
+    EXPECT_EQ(std::distance(Files("/proc/self/fd"), {}), before);
+}
+
+TEST_F(Linux, APluginShowsTheDisksThatAnswerAndSendsNothingElse)
+{
+    answers = {{"sda ec", "call=19"}};
+    Platform::SetCurrentMachine(machine);
+    Support::LoadedPlugin plugin;
+    EXPECT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+    ASSERT_EQ(plugin.Topology().size(), 3u);
+    EXPECT_EQ(Support::ValueText(plugin.Topology()[2], PI::PROP_OS_DEVICE), "text:Disk 26");
+    const std::string in = " -3 512 10000 85 8 e 0 ", identify = in + "0 0 1 0 0 0 0 0 0 0 ec 0",
+                      power = ";sdaa -1 0 10000 85 6 20 0 0 0 0 0 0 0 0 0 0 0 e5 0";
+    EXPECT_EQ(join(calls, ";"), "open sda 8:0;sda" + identify + ";open sdaa 65:160;sdaa" +
+                                    identify + power + ";sdaa" + in +
+                                    "d0 0 1 0 1 0 4f 0 c2 0 b0 0;open sdaa 65:160" + power);
+    FileDescriptor file;
+    for (const char* name : {"dev/pipe", "dev", "dev/sda"}) // a folder cannot be opened for writing
+        EXPECT_EQ(DiskPort().Open(folder.File(name), "8:0", file), ENODEV) << name;
+}
