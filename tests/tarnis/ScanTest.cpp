@@ -298,6 +298,7 @@ TEST_F(Scan, TextsAndMediaOfAPage)
         {"INTEL SS", false, 0, "INTEL", "SS", false},
         {"INTEL SS", false, 1, "INTEL", "SS", true},
         {"INTEL SSDSC2BB240G7", true, 0, "INTEL", "SSDSC2BB240G7", true},
+        {"INTEL MZ7KM960HMJP-000FU", true, 1, "INTEL", "MZ7KM960HMJP-000FU", true},
         {"INTEL 8901234567890123456789012345678901", true, 0, "INTEL",
          "8901234567890123456789012345678901", false},
         {"NIETZSCHE DISK", false, 7200, "NIETZSCHE", "DISK", false},
@@ -340,7 +341,7 @@ TEST_F(Scan, TemperatureFollowsPageOrder)
         {{{190, 45, 30}, {194, 200, 200}}, "real:30"},
         {{{194, 100, 35}, {190, 70, 30}}, "real:30"},
         {{{190, 45, 0}}, "absent"}, // the current value counts for 194 alone
-        {{{190, 45, 128}, {194, 127, 127}}, "real:127"},
+        {{{194, 127, 127}, {190, 45, 128}}, "real:127"},
         {{{194, 100, 35}, {190, 70, 0}}, "real:35"},
         {{{231, 100, 40}, {191, 1, 1}}, "absent"},
     };
