@@ -7,8 +7,7 @@ import sqlite3
 import subprocess
 
 PHYSICAL_DRIVE, OPERATIONAL, AVAILABLE, HDD, SSD = 19018, 40093, 40099, 40292, 40293
-CAME_OR_WENT = 10920
-ROUNDS, GROUP = 10, 5
+CAME_OR_WENT, ROUNDS, GROUP = 10920, 10, 5
 
 
 def text(share, name):

@@ -72,7 +72,7 @@ def drive_options(disks, foreign, images):
 # Boots the guest and waits for its end, which must come in time.
 def run(kernel, initramfs, drives, share, console, words, processors, seconds):
     words += " console=ttyS0 quiet mitigations=off tsc=reliable no_timer_check panic=-1"
-    command = ["qemu-system-x86_64", "-accel", "tcg,thread=multi", "-M", "q35", "-smp", processors]
+    command = ["qemu-system-x86_64", "-M", "q35", *processors]
     command += ["-m", "1024", "-nodefaults", "-display", "none", "-no-reboot", "-serial", f"file:{console}"]
     command += ["-kernel", glob.glob(f"{kernel}/boot/vmlinuz-*")[0], "-initrd", initramfs, "-append", words]
     command += ["-virtfs", f"local,path={share},mount_tag=share,security_model=none", *drives]
