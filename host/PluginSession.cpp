@@ -133,10 +133,17 @@ PluginSession::Started::~Started()
 PluginSession::PluginSession(const std::string& plugin)
     : m_Library(WithMachineOpen(plugin)), m_Instance(m_Library), m_Started(m_Instance)
 {
+    Result();
+}
+
+ExitCode PluginSession::Result()
+{
     std::string line;
-    m_IsRightMissing = ZKTX::CSystem::IsRightMissing(line);
-    if (m_IsRightMissing)
+    const bool isMissing = ZKTX::CSystem::IsRightMissing(line);
+    if (isMissing && line != m_MissingRight)
         Complain(line);
+    m_MissingRight = line;
+    return isMissing ? EXIT_RIGHTS : EXIT_DONE;
 }
 
 std::vector<PI::CObject> PluginSession::Topology()

@@ -25,7 +25,8 @@ class PluginSession
     explicit PluginSession(const std::string& plugin);
 
     /// What a verb ends with that did what it was asked: whether all disks could be read.
-    ExitCode Result() const { return m_IsRightMissing ? EXIT_RIGHTS : EXIT_DONE; }
+    /// One that was not told at the start is told now.
+    ExitCode Result();
 
     /// Command 4. @throws Failure
     std::vector<PI::CObject> Topology();
@@ -89,7 +90,7 @@ class PluginSession
     Library m_Library;
     Instance m_Instance;
     Started m_Started;
-    bool m_IsRightMissing = false;
+    std::string m_MissingRight; ///< as it was told last
 };
 
 } // namespace Host

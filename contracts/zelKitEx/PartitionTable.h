@@ -24,7 +24,7 @@ struct CSystemPartition
     std::string m_PartitionName; ///< unique on the host
 };
 
-/// The partitions of one disk, as they are at the moment of the call.
+/// The partitions of one disk, as the machine knows them at the moment of the call.
 class ZELKITEX_API CSystemPartitionTable
 {
   public:

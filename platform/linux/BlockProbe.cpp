@@ -1,7 +1,10 @@
 #include "platform/linux/BlockProbe.h"
 
+#include <boost/format.hpp>
+
 #include <memory>
 #include <type_traits>
+#include <utility>
 
 #include <blkid/blkid.h>
 
@@ -10,6 +13,10 @@ namespace Platform
 
 namespace
 {
+
+// What blkid_do_safeprobe gives beside 0, for what it found, and -2, for several things at once.
+constexpr int NothingFound = 1;
+constexpr int Unreadable = -1;
 
 struct ProbeCloser
 {
@@ -40,53 +47,55 @@ std::string ValueOf(const Probe& probe, const char* name)
 
 } // namespace
 
-TableFacts ProbeTable(int descriptor)
+std::optional<TableFacts> ProbeTable(int descriptor)
 {
-    TableFacts facts;
     const Probe probe = OpenProbe(descriptor);
     if (!probe)
-        return facts;
+        return std::nullopt;
     blkid_probe_enable_partitions(probe.get(), 1);
-    blkid_partlist list = blkid_probe_get_partitions(probe.get());
-    if (list == nullptr)
-        return facts;
-    facts.isThere = blkid_partlist_get_table(list) != nullptr;
-    for (int at = 0; at < blkid_partlist_numof_partitions(list); ++at)
+    const int found = blkid_do_safeprobe(probe.get());
+    if (found == Unreadable)
+        return std::nullopt;
+    TableFacts facts;
+    facts.isThere = found != NothingFound;
+    blkid_partlist list = facts.isThere ? blkid_probe_get_partitions(probe.get()) : nullptr;
+    const int count = list != nullptr ? blkid_partlist_numof_partitions(list) : 0;
+    for (int at = 0; at < count; ++at)
     {
+        constexpr std::uint64_t Sector = 512; // of the library, whatever the disk's own is
         blkid_partition partition = blkid_partlist_get_partition(list, at);
         if (partition == nullptr)
             continue;
         TableEntry entry;
         entry.index = blkid_partition_get_partno(partition);
+        entry.start = static_cast<std::uint64_t>(blkid_partition_get_start(partition)) * Sector;
         entry.type = TextOf(blkid_partition_get_type_string(partition));
         // A table of the old kind has type numbers alone.
         if (entry.type.empty())
-        {
-            constexpr char Digits[] = "0123456789abcdef";
-            const auto type = static_cast<unsigned>(blkid_partition_get_type(partition));
-            entry.type = "0x";
-            if (type > 0xF)
-                entry.type += Digits[type >> 4 & 0xF];
-            entry.type += Digits[type & 0xF];
-        }
+            entry.type = (boost::format("0x%x") % blkid_partition_get_type(partition)).str();
         entry.uuid = TextOf(blkid_partition_get_uuid(partition));
         facts.entries.push_back(std::move(entry));
     }
     return facts;
 }
 
-ContentFacts ProbeContent(int descriptor)
+std::optional<ContentFacts> ProbeContent(int descriptor)
 {
-    ContentFacts facts;
     const Probe probe = OpenProbe(descriptor);
     if (!probe)
-        return facts;
+        return std::nullopt;
     blkid_probe_enable_superblocks(probe.get(), 1);
     blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_TYPE | BLKID_SUBLKS_LABEL);
-    if (blkid_do_safeprobe(probe.get()) != 0)
-        return facts;
-    facts.fileSystem = ValueOf(probe, "TYPE");
-    facts.label = ValueOf(probe, "LABEL");
+    const int found = blkid_do_safeprobe(probe.get());
+    if (found == Unreadable)
+        return std::nullopt;
+    ContentFacts facts;
+    facts.isThere = found != NothingFound;
+    if (found == 0)
+    {
+        facts.fileSystem = ValueOf(probe, "TYPE");
+        facts.label = ValueOf(probe, "LABEL");
+    }
     return facts;
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,8 @@ namespace Platform
 struct TableEntry
 {
     std::int32_t index = 0;
-    std::string type; ///< a GUID, or a number such as "0x83"
+    std::uint64_t start = 0; ///< bytes from the beginning of the disk
+    std::string type;        ///< a GUID, or a number such as "0x83"
     std::string uuid;
 };
 
@@ -26,14 +28,17 @@ struct TableFacts
 
 struct ContentFacts
 {
+    bool isThere = false;   ///< something is, if only more than one thing at once
     std::string fileSystem; ///< such as "ext4"; empty where nothing is known, or more than one
     std::string label;
 };
 
+// These give nothing when the disk cannot be read, which is no word on what stands there.
+
 /// @param descriptor  a whole disk, open for reading
-TableFacts ProbeTable(int descriptor);
+std::optional<TableFacts> ProbeTable(int descriptor);
 
 /// @param descriptor  a partition, or a whole disk without a table, open for reading
-ContentFacts ProbeContent(int descriptor);
+std::optional<ContentFacts> ProbeContent(int descriptor);
 
 } // namespace Platform

@@ -8,7 +8,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <system_error>
 #include <utility>
+
+#include <sys/file.h>
 
 namespace Platform
 {
@@ -36,7 +39,8 @@ std::uint64_t WrittenSectors(const KernelDisk& disk)
     return sum;
 }
 
-/// Whether it is the same disk with the same partitions, of which one may have become read-only.
+/// Whether it is the same disk with the same partitions, of which one may have become read-only. A
+/// disk that nothing tells apart from the one before has hardly seen the same number of writes.
 bool HasSameLayout(const KernelDisk& one, const KernelDisk& other)
 {
     const auto same = [](const KernelPartition& left, const KernelPartition& right)
@@ -44,8 +48,7 @@ bool HasSameLayout(const KernelDisk& one, const KernelDisk& other)
         return left.name == right.name && left.index == right.index && left.start == right.start &&
                left.bytes == right.bytes;
     };
-    return !one.identity.empty() && one.identity == other.identity &&
-           same(one.whole, other.whole) &&
+    return one.identity == other.identity && same(one.whole, other.whole) &&
            std::equal(one.partitions.begin(), one.partitions.end(), other.partitions.begin(),
                       other.partitions.end(), same);
 }
@@ -93,7 +96,8 @@ void DiskContents::AppendPartitions(const std::shared_ptr<const KernelDisk>& dis
         ZKTX::CSystemPartition partition = MakePartition(extent, targets[at], contentOf(extent));
         for (const TableEntry& entry : facts->table.entries)
         {
-            if (entry.index != extent.index)
+            // The table on the disk may be a newer one than the kernel's.
+            if (entry.index != extent.index || entry.start != extent.start)
                 continue;
             partition.m_Text4 = entry.type;
             partition.m_Text5 = entry.uuid;
@@ -101,7 +105,7 @@ void DiskContents::AppendPartitions(const std::shared_ptr<const KernelDisk>& dis
         partitions.push_back(std::move(partition));
     }
     const ContentFacts whole = contentOf(disk->whole);
-    if (disk->partitions.empty() && (!whole.fileSystem.empty() || !targets.back().empty()))
+    if (disk->partitions.empty() && (whole.isThere || !targets.back().empty()))
         partitions.push_back(MakePartition(disk->whole, targets.back(), whole));
 }
 
@@ -137,40 +141,63 @@ DiskContents::FactsOf(const std::shared_ptr<const KernelDisk>& disk,
     facts->disk = disk;
     facts->targets = targets;
     facts->looked = now;
-    const std::uint64_t written = WrittenSectors(*disk);
-    if (!isSame || facts->written != written)
+    try
     {
-        facts->written = written;
-        if (!Probe(*disk, *facts))
-            return facts; // asked again the next time
+        const std::uint64_t written = WrittenSectors(*disk);
+        if (!facts->isComplete || facts->written != written)
+        {
+            facts->written = written;
+            Read(*disk, *facts);
+        }
+    }
+    catch (const std::system_error&)
+    {
+        facts->isComplete = false;
     }
     const std::lock_guard guard(m_Lock);
     return m_Remembered[disk->whole.name] = std::move(facts);
 }
 
-/// Reads the disk; false when it sleeps or does not answer.
-bool DiskContents::Probe(const KernelDisk& disk, Remembered& facts) const
+/// Takes from the disk what it gives; what it does not give stays as it was.
+void DiskContents::Read(const KernelDisk& disk, Remembered& facts) const
 {
     const auto openFile = [&](const KernelPartition& extent, FileDescriptor& file)
     { return m_Port->Open(m_Folders.dev + "/" + extent.name, extent.device, file) == 0; };
 
+    facts.isComplete = false;
     FileDescriptor file;
     bool isAsleep = disk.IsSuspended();
     if (isAsleep || !openFile(disk.whole, file) ||
         (disk.isAta &&
          (SendCheckPowerMode(*m_Port, file.Get(), isAsleep) != ERROR_SUCCESS || isAsleep)))
-        return false;
-    facts.table = ProbeTable(file.Get());
-    facts.contents.clear();
+        return;
+    // Whoever changes a table holds this lock alone, and must not find a partition in use.
+    if (flock(file.Get(), LOCK_SH | LOCK_NB) != 0)
+        return;
+    const auto table = m_Port->ReadTable(file.Get());
+    if (!table)
+        return;
+    facts.table = *table;
+
+    // After the first one that cannot be read no other is tried: each may take the disk minutes.
+    std::map<std::string, ContentFacts> contents;
+    bool isReadable = true;
+    const auto read = [&](const KernelPartition& extent, const FileDescriptor& part)
+    {
+        const auto content = isReadable ? m_Port->ReadContent(part.Get()) : std::nullopt;
+        isReadable = content.has_value();
+        contents[extent.name] = content ? *content : facts.contents[extent.name];
+    };
     for (const KernelPartition& extent : disk.partitions)
     {
         FileDescriptor part;
-        if (openFile(extent, part))
-            facts.contents[extent.name] = ProbeContent(part.Get());
+        isReadable = isReadable && openFile(extent, part);
+        read(extent, part);
     }
-    if (disk.partitions.empty() && !facts.table.isThere)
-        facts.contents[disk.whole.name] = ProbeContent(file.Get());
-    return true;
+    if (disk.partitions.empty() && !table->isThere)
+        read(disk.whole, file);
+    facts.contents = std::move(contents);
+    facts.isComplete = isReadable;
 }
 
 } // namespace Platform

@@ -19,8 +19,10 @@ namespace Platform
 /// Tells the partitions of a disk. Safe from any thread; to be called under a CancellationPause.
 ///
 /// Reading a file system means reading from the disk. So it is done once, and again only when the
-/// kernel has since written to the disk, which is found out when the kernel's picture is a new one,
-/// when something was mounted or unmounted, and every 300 seconds. A sleeping disk is not read.
+/// kernel has since written to the disk, which is found out when the kernel tells something new of
+/// the disk, when something was mounted or unmounted, and every 300 seconds. A sleeping disk is not
+/// read, and one that somebody has locked to change its partitions is left alone. What cannot be
+/// read is tried again at the next of these occasions; until then what was read before stands.
 class DiskContents
 {
   public:
@@ -28,7 +30,7 @@ class DiskContents
 
     /// Partitions in the order of their index, appended. A disk with a file system and no partition
     /// table has one partition: index 0, from the beginning, with the name of the disk.
-    /// @param disk  of the last picture; another one means that the kernel's tables were read anew
+    /// @param disk  of the last picture; another one means that the kernel tells something new
     void AppendPartitions(const std::shared_ptr<const KernelDisk>& disk, const MountTable& mounts,
                           std::vector<ZKTX::CSystemPartition>& partitions);
 
@@ -45,13 +47,14 @@ class DiskContents
         std::vector<std::string> targets; ///< where its partitions were mounted
         std::uint64_t written = 0;        ///< sectors
         Clock::time_point looked;
+        bool isComplete = false; ///< all of it could be read
         TableFacts table;
         std::map<std::string, ContentFacts> contents; ///< by partition name
     };
 
     std::shared_ptr<const Remembered> FactsOf(const std::shared_ptr<const KernelDisk>& disk,
                                               const std::vector<std::string>& targets);
-    bool Probe(const KernelDisk& disk, Remembered& facts) const;
+    void Read(const KernelDisk& disk, Remembered& facts) const;
 
     SystemFolders m_Folders;
     std::shared_ptr<DiskPort> m_Port;

@@ -13,7 +13,7 @@ namespace Platform
 
 int DiskPort::Open(const std::string& path, const std::string& device, FileDescriptor& file)
 {
-    // Without O_NONBLOCK the kernel would look whether there is a medium, which is a command more.
+    // Without O_NONBLOCK the kernel would look whether a removable disk has a medium.
     FileDescriptor opened(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (!opened.IsOpen())
         return errno;
@@ -36,6 +36,16 @@ int DiskPort::Send(int descriptor, sg_io_hdr_t& request)
 int DiskPort::Length(int descriptor, std::uint64_t& bytes)
 {
     return ioctl(descriptor, BLKGETSIZE64, &bytes) == 0 ? 0 : errno;
+}
+
+std::optional<TableFacts> DiskPort::ReadTable(int descriptor)
+{
+    return ProbeTable(descriptor);
+}
+
+std::optional<ContentFacts> DiskPort::ReadContent(int descriptor)
+{
+    return ProbeContent(descriptor);
 }
 
 } // namespace Platform

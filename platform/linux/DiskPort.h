@@ -1,9 +1,11 @@
 // The calls that go to a disk's device file.
 #pragma once
 
+#include "platform/linux/BlockProbe.h"
 #include "platform/linux/FileDescriptor.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include <scsi/sg.h>
@@ -28,6 +30,10 @@ class PLATFORM_API DiskPort
 
     /// Length in bytes. 0 or an error number.
     virtual int Length(int descriptor, std::uint64_t& bytes);
+
+    /// What stands on it, as BlockProbe.h tells; nothing when it cannot be read.
+    virtual std::optional<TableFacts> ReadTable(int descriptor);
+    virtual std::optional<ContentFacts> ReadContent(int descriptor);
 };
 
 } // namespace Platform

@@ -103,7 +103,7 @@ class PictureReader
         for (const auto& [number, name] : names)
         {
             const auto path = DevicePathOf(folder + name);
-            auto disk = path ? ReadDisk(folder + name, name) : nullptr;
+            const auto disk = path ? ReadDisk(folder + name, name) : nullptr;
             if (!disk)
                 continue;
             DeviceNode node;
@@ -112,7 +112,9 @@ class PictureReader
             node.parent = ControllerOf(*path);
             node.diskInterfaces.push_back(DiskInterfacePath(node.id, 0));
             m_Picture.interfaces.emplace(FoldCase(node.diskInterfaces.front()), number);
-            m_Picture.disks.emplace(number, std::move(disk));
+            if (m_Tree[node.parent].service == AhciService)
+                disk->runtimeStatus = OpenSystemFile(disk->folder + "/device/power/runtime_status");
+            m_Picture.disks.emplace(number, disk);
             m_Tree.push_back(std::move(node));
         }
     }
@@ -123,12 +125,11 @@ class PictureReader
         disk->folder = folder;
         if (!ReadExtent(folder, name, disk->whole))
             return nullptr;
-        // A number that the kernel gives once; older kernels have none.
-        disk->identity = ReadAttribute(folder + "/diskseq").value_or("");
-        if (disk->identity.empty())
-            disk->identity = ReadAttribute(folder + "/device/wwid").value_or("");
+        disk->sequence = ReadAttribute(folder + "/diskseq").value_or("");
+        disk->identity = disk->sequence.empty()
+                             ? ReadAttribute(folder + "/device/wwid").value_or("")
+                             : disk->sequence;
         disk->isAta = ReadAttribute(folder + "/device/vendor").value_or("").starts_with("ATA ");
-        disk->runtimeStatus = OpenSystemFile(folder + "/device/power/runtime_status");
         for (const std::string& entry : ListFolder(folder))
         {
             if (!entry.starts_with(name))
@@ -210,6 +211,14 @@ bool KernelDisk::IsSuspended() const
     // "suspended" or "suspending"
     return count > 0 &&
            std::string_view(text.data(), static_cast<std::size_t>(count)).starts_with("suspend");
+}
+
+bool KernelDisk::IsUnchanged(const KernelDisk& before) const
+{
+    // Without a sequence it may be another stay of the same disk, whose files are gone.
+    return !sequence.empty() && sequence == before.sequence && whole == before.whole &&
+           folder == before.folder && isAta == before.isAta && partitions == before.partitions &&
+           runtimeStatus.IsOpen() == before.runtimeStatus.IsOpen();
 }
 
 KernelPicture ReadKernelPicture(const SystemFolders& folders)

@@ -5,6 +5,7 @@
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/SystemFiles.h"
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -30,15 +31,23 @@ struct KernelDisk
 {
     KernelPartition whole; ///< index 0
     std::string folder;    ///< in sysfs
-    /// Which disk this is: no other disk has it while the computer runs. Empty where the kernel
-    /// does not tell.
-    std::string identity;
+    /// The number that the kernel gave this disk when it came, and gives no other; empty before
+    /// Linux 5.15.
+    std::string sequence;
+    std::string identity; ///< the sequence, or else the name that the disk gives itself
     bool isAta = false;
     std::vector<KernelPartition> partitions; ///< by index
-    FileDescriptor runtimeStatus;            ///< of its power management, kept open
+    /// Of its power management, kept open; only below an AHCI controller, since there may be many
+    /// other disks.
+    FileDescriptor runtimeStatus;
+    /// Its power mode as it was told last.
+    mutable std::atomic<bool> isAsleep = false;
 
-    /// Whether the kernel itself has put the disk to sleep. Opening the disk would wake it.
+    /// Whether the kernel itself has put the disk to sleep. A command would wake it.
     bool IsSuspended() const;
+
+    /// Whether the kernel tells nothing new of what was this disk before.
+    bool IsUnchanged(const KernelDisk& before) const;
 };
 
 struct KernelPicture

@@ -11,6 +11,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace Platform
@@ -33,7 +34,7 @@ template <class Body> auto Uncancelled(Body body)
     return result;
 }
 
-/// The last SMART page of each disk, for the time that it sleeps. Safe from any thread.
+/// The last page of a kind that each disk gave, for the time that it sleeps. Safe from any thread.
 class LastPages
 {
   public:
@@ -79,7 +80,8 @@ struct LinuxMachine::State
     const std::shared_ptr<DiskPort> port;
     SystemTables tables;
     DiskContents contents;
-    LastPages pages;
+    LastPages identities;
+    LastPages smartPages;
     MissingRights rights;
 
     /// Opens the device file and takes note of a right that is missing.
@@ -87,8 +89,10 @@ struct LinuxMachine::State
     {
         const std::string path = folders.dev + "/" + disk.whole.name;
         const int error = port->Open(path, disk.whole.device, file);
-        if (error == EACCES || error == EPERM)
+        if (error == EACCES)
             rights.Note(disk.whole.name, Right::ReadAccess);
+        else if (error == EPERM)
+            rights.Note(disk.whole.name, Right::DeviceRule);
         else if (error == ENOENT && ReadAttribute(disk.folder + "/dev"))
             rights.Note(disk.whole.name, Right::DeviceFile);
         if (error == ENOENT)
@@ -119,9 +123,12 @@ class LinuxMachine::OpenDisk : public Device
     /// Opens the device file unless the disk is suspended.
     DWORD Open()
     {
+        const std::lock_guard guard(m_Opening);
+        if (m_IsSuspended || m_File.IsOpen())
+            return ERROR_SUCCESS;
         m_IsSuspended = m_Disk->IsSuspended();
-        return m_IsSuspended || m_File.IsOpen() ? static_cast<DWORD>(ERROR_SUCCESS)
-                                                : m_State->OpenFile(*m_Disk, m_File);
+        return m_IsSuspended ? static_cast<DWORD>(ERROR_SUCCESS)
+                             : m_State->OpenFile(*m_Disk, m_File);
     }
 
     DWORD DiskNumber(DWORD& number) override
@@ -141,10 +148,22 @@ class LinuxMachine::OpenDisk : public Device
         return Ask(
             [&]() -> DWORD
             {
-                if (m_IsSuspended)
-                    return KeptIdentity(page) ? ERROR_SUCCESS : ERROR_NOT_READY;
-                return m_State->NoteAnswer(*m_Disk,
-                                           SendIdentify(*m_State->port, m_File.Get(), page));
+                // A disk that slept when it was asked last is asked first whether it still does.
+                bool isAsleep = m_IsSuspended;
+                DWORD error = ERROR_SUCCESS;
+                if (!isAsleep && m_Disk->isAsleep && m_State->identities.Find(*m_Disk, page))
+                    error = AskPowerMode(isAsleep);
+                if (error != ERROR_SUCCESS)
+                    return error;
+                if (isAsleep)
+                    return m_State->identities.Find(*m_Disk, page) || KeptIdentity(page)
+                               ? ERROR_SUCCESS
+                               : ERROR_NOT_READY;
+                error =
+                    m_State->NoteAnswer(*m_Disk, SendIdentify(*m_State->port, m_File.Get(), page));
+                if (error == ERROR_SUCCESS)
+                    m_State->identities.Keep(*m_Disk, page);
+                return error;
             });
     }
 
@@ -153,16 +172,19 @@ class LinuxMachine::OpenDisk : public Device
         return Ask(
             [&]() -> DWORD
             {
-                DiskPort& port = *m_State->port;
                 bool isAsleep = m_IsSuspended;
-                DWORD error = isAsleep ? static_cast<DWORD>(ERROR_SUCCESS)
-                                       : SendCheckPowerMode(port, m_File.Get(), isAsleep);
-                if (error == ERROR_SUCCESS && isAsleep)
-                    return m_State->pages.Find(*m_Disk, page) ? ERROR_SUCCESS : ERROR_NOT_READY;
+                DWORD error = ERROR_SUCCESS;
+                if (!isAsleep)
+                    error = AskPowerMode(isAsleep);
+                if (error != ERROR_SUCCESS)
+                    return error;
+                if (isAsleep)
+                    return m_State->smartPages.Find(*m_Disk, page) ? ERROR_SUCCESS
+                                                                   : ERROR_NOT_READY;
+                error = m_State->NoteAnswer(*m_Disk,
+                                            SendSmartReadData(*m_State->port, m_File.Get(), page));
                 if (error == ERROR_SUCCESS)
-                    error = SendSmartReadData(port, m_File.Get(), page);
-                if (m_State->NoteAnswer(*m_Disk, error) == ERROR_SUCCESS)
-                    m_State->pages.Keep(*m_Disk, page);
+                    m_State->smartPages.Keep(*m_Disk, page);
                 return error;
             });
     }
@@ -183,6 +205,15 @@ class LinuxMachine::OpenDisk : public Device
     }
 
   private:
+    DWORD AskPowerMode(bool& isAsleep)
+    {
+        const DWORD error = m_State->NoteAnswer(
+            *m_Disk, SendCheckPowerMode(*m_State->port, m_File.Get(), isAsleep));
+        if (error == ERROR_SUCCESS)
+            m_Disk->isAsleep = isAsleep;
+        return error;
+    }
+
     /// Asks the disk, which is opened first if only its number was asked until now.
     template <class Question> DWORD Ask(Question question)
     {
@@ -209,6 +240,7 @@ class LinuxMachine::OpenDisk : public Device
     std::shared_ptr<State> m_State;
     DWORD m_Number;
     std::shared_ptr<const KernelDisk> m_Disk;
+    std::mutex m_Opening; ///< what follows is written once
     FileDescriptor m_File;
     bool m_IsSuspended = false;
 };
@@ -268,13 +300,20 @@ bool LinuxMachine::ModuleVersion(const std::string& service, std::string& versio
             const std::string driver = DriverOfService(service);
             if (driver.empty() || driver.find('/') != std::string::npos || driver.front() == '.')
                 return false;
-            const std::string folder = m_State->folders.sys + "/module/" + driver;
-            auto text = ReadAttribute(folder + "/version");
-            // A driver of the kernel's own need not have a version of its own.
-            if (!text && ReadAttribute(folder + "/initstate").has_value())
-                text = ReadAttribute(m_State->folders.proc + "/sys/kernel/osrelease");
-            version = text.value_or("");
-            return text.has_value();
+            try
+            {
+                const std::string& sys = m_State->folders.sys;
+                auto text = ReadAttribute(sys + "/module/" + driver + "/version");
+                // A driver of the kernel's own need not have a version of its own.
+                if (!text && !ListFolder(sys + "/bus/pci/drivers/" + driver).empty())
+                    text = ReadAttribute(m_State->folders.proc + "/sys/kernel/osrelease");
+                version = text.value_or("");
+                return text.has_value();
+            }
+            catch (const std::system_error&)
+            {
+                return false;
+            }
         });
 }
 
@@ -283,19 +322,26 @@ bool LinuxMachine::Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartiti
     return Uncancelled(
         [&]
         {
-            const auto picture = m_State->tables.Last();
-            const auto found = picture->disks.find(diskNumber);
-            if (found == picture->disks.end())
+            try
+            {
+                const auto picture = m_State->tables.Last();
+                const auto found = picture->disks.find(diskNumber);
+                if (found == picture->disks.end())
+                    return false;
+                m_State->contents.AppendPartitions(found->second, *m_State->tables.Mounts(),
+                                                   partitions);
+                return true;
+            }
+            catch (const std::system_error&)
+            {
                 return false;
-            m_State->contents.AppendPartitions(found->second, *m_State->tables.Mounts(),
-                                               partitions);
-            return true;
+            }
         });
 }
 
 std::shared_ptr<Machine> ThisComputer()
 {
-    return std::make_shared<LinuxMachine>();
+    return Uncancelled([] { return std::make_shared<LinuxMachine>(); });
 }
 
 std::string LinuxMachine::MissingRight()

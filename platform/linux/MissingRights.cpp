@@ -47,6 +47,9 @@ std::string Sentence(Right right, const std::vector<std::string>& disks, bool ha
     case Right::DeviceFile:
         return Listed(disks) + " cannot be read: " + device +
                " is missing; give the disk's device file to this container";
+    case Right::DeviceRule:
+        return Listed(disks) + " cannot be read: the device rules of this container forbid " +
+               device + "; allow it there for reading";
     }
     return {};
 }

@@ -14,7 +14,8 @@ enum class Right
 {
     ReadAccess, ///< the device file may not be read
     RawIo,      ///< the kernel refuses ATA commands
-    DeviceFile  ///< there is no device file, as in a container that was not given the disk
+    DeviceFile, ///< there is no device file, as in a container that was not given the disk
+    DeviceRule  ///< a container's rules forbid the disk, to root as well
 };
 
 /// What was refused at the last try, by disk name. Safe from any thread.

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <vector>
 
 namespace Platform
 {
@@ -67,29 +68,25 @@ MountTable::MountTable(std::string_view mountInfo, std::string_view swaps)
                     const auto dash = std::find(words.begin(), words.end(), "-");
                     if (dash - words.begin() < 6 || words.end() - dash < 3)
                         return;
-                    m_Mounts.push_back({std::string(words[2]), NameOfDeviceFile(*(dash + 2)),
-                                        Unescape(words[4]), words[3] == "/"});
+                    // Anybody may mount something of his own under any name of a device.
+                    const bool isNamed = *(dash + 1) == "btrfs" && words[2].starts_with("0:");
+                    Mount& mount = isNamed ? m_ByName[NameOfDeviceFile(*(dash + 2))]
+                                           : m_ByDevice[std::string(words[2])];
+                    const bool isOfRoot = words[3] == "/";
+                    if (mount.target.empty() || (isOfRoot && !mount.isOfRoot))
+                        mount = {Unescape(words[4]), isOfRoot};
                 });
-    ForEachLine(swaps,
-                [this](const std::vector<std::string_view>& words)
-                {
-                    if (std::string name = NameOfDeviceFile(words.front()); !name.empty())
-                        m_Swaps.push_back(std::move(name));
-                });
+    ForEachLine(swaps, [this](const std::vector<std::string_view>& words)
+                { m_Swaps.insert(NameOfDeviceFile(words.front())); });
 }
 
-std::string MountTable::TargetOf(std::string_view device, std::string_view name) const
+std::string MountTable::TargetOf(const std::string& device, const std::string& name) const
 {
-    const auto isOfDevice = [&](const Mount& mount)
-    { return mount.device == device || (mount.device.starts_with("0:") && mount.name == name); };
-    auto found =
-        std::find_if(m_Mounts.begin(), m_Mounts.end(),
-                     [&](const Mount& mount) { return mount.isOfRoot && isOfDevice(mount); });
-    if (found == m_Mounts.end())
-        found = std::find_if(m_Mounts.begin(), m_Mounts.end(), isOfDevice);
-    if (found != m_Mounts.end())
-        return found->target;
-    return std::find(m_Swaps.begin(), m_Swaps.end(), name) != m_Swaps.end() ? "[SWAP]" : "";
+    if (const auto mount = m_ByDevice.find(device); mount != m_ByDevice.end())
+        return mount->second.target;
+    if (const auto mount = m_ByName.find(name); mount != m_ByName.end())
+        return mount->second.target;
+    return m_Swaps.contains(name) ? "[SWAP]" : "";
 }
 
 } // namespace Platform

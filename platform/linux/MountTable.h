@@ -3,7 +3,8 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace Platform
 {
@@ -22,20 +23,19 @@ class MountTable
     /// Where the device is mounted: the first mount of its root if there is one, else the first of
     /// another folder of it; "[SWAP]" for swap space; empty when it is not in use.
     /// @param device  "major:minor"
-    /// @param name    the kernel's name, such as "sda1". File systems over several devices have a
-    ///                number of their own and name one of their devices.
-    std::string TargetOf(std::string_view device, std::string_view name) const;
+    /// @param name    the kernel's name, such as "sda1". A btrfs file system has a number of its
+    ///                own and names one of its devices.
+    std::string TargetOf(const std::string& device, const std::string& name) const;
 
   private:
     struct Mount
     {
-        std::string device;
-        std::string name;
         std::string target;
-        bool isOfRoot;
+        bool isOfRoot = false;
     };
-    std::vector<Mount> m_Mounts;
-    std::vector<std::string> m_Swaps; ///< names
+    std::unordered_map<std::string, Mount> m_ByDevice;
+    std::unordered_map<std::string, Mount> m_ByName; ///< of file systems over several devices
+    std::unordered_set<std::string> m_Swaps;         ///< names
 };
 
 } // namespace Platform

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <climits>
 #include <memory>
+#include <system_error>
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -21,6 +22,13 @@ namespace
 constexpr std::size_t AttributeBytes = 4096; // a page of memory is the kernel's own limit
 constexpr std::size_t NamesKept = 65536;
 
+/// Tells what is not there from what cannot be found out.
+void CheckResources(int error)
+{
+    if (error == EMFILE || error == ENFILE || error == ENOMEM)
+        throw std::system_error(error, std::generic_category());
+}
+
 } // namespace
 
 FileDescriptor OpenSystemFile(const std::string& path)
@@ -29,6 +37,8 @@ FileDescriptor OpenSystemFile(const std::string& path)
     FileDescriptor file(
         open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW));
     struct stat status = {};
+    if (!file.IsOpen())
+        CheckResources(errno);
     if (file.IsOpen() && (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)))
         return FileDescriptor();
     return file;
@@ -48,7 +58,10 @@ std::optional<std::string> ReadSystemFile(const std::string& path, std::size_t l
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
+        {
+            CheckResources(errno);
             return std::nullopt;
+        }
         if (count == 0)
             break;
         content.append(block.data(), static_cast<std::size_t>(count));
@@ -81,6 +94,8 @@ std::optional<std::string> ReadLink(const std::string& path)
 {
     std::array<char, PATH_MAX> target;
     const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+    if (length < 0)
+        CheckResources(errno);
     if (length <= 0 || static_cast<std::size_t>(length) == target.size())
         return std::nullopt;
     return std::string(target.data(), static_cast<std::size_t>(length));
@@ -92,7 +107,10 @@ std::vector<std::string> ListFolder(const std::string& path)
     const std::unique_ptr<DIR, decltype(closer)> folder(opendir(path.c_str()), closer);
     std::vector<std::string> names;
     if (!folder)
+    {
+        CheckResources(errno);
         return names;
+    }
     while (const dirent* entry = readdir(folder.get()))
     {
         if (entry->d_name[0] != '.' && names.size() < NamesKept)

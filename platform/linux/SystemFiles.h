@@ -21,8 +21,8 @@ struct SystemFolders
 };
 
 // All of these give nothing for what is not there, vanishes meanwhile, may not be read or is of
-// another kind. None blocks, and none follows more than the path says. To be called under a
-// CancellationPause.
+// another kind. When this process has no memory or no descriptor left to find that out, they throw
+// std::system_error. None blocks. To be called under a CancellationPause.
 
 /// Opens a regular file for reading; none for anything else.
 FileDescriptor OpenSystemFile(const std::string& path);

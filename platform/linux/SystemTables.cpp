@@ -2,6 +2,7 @@
 
 #include <array>
 #include <charconv>
+#include <system_error>
 #include <utility>
 
 #include <poll.h>
@@ -53,12 +54,30 @@ std::shared_ptr<const KernelPicture> SystemTables::Refresh()
     const auto now = Clock::now();
     if (!m_Picture || !announced || announced != m_Announced || now - m_Taken > Trust)
     {
-        auto picture = std::make_shared<KernelPicture>(ReadKernelPicture(m_Folders));
+        auto picture = std::make_shared<KernelPicture>();
+        try
+        {
+            *picture = ReadKernelPicture(m_Folders);
+        }
+        catch (const std::system_error&)
+        {
+            // Nothing is known for lack of memory or descriptors, which is no word on the disks.
+            if (!m_Picture)
+                throw;
+            return m_Picture;
+        }
         m_Announced = announced;
         m_Taken = now;
         // A tree that stands as it stood stays the same one to its walkers.
         if (m_Picture && *m_Picture->tree == *picture->tree)
             picture->tree = m_Picture->tree;
+        // So does a disk, and what is remembered of it.
+        for (auto& [number, disk] : picture->disks)
+        {
+            const auto before = m_Picture ? m_Picture->disks.find(number) : picture->disks.end();
+            if (m_Picture && before != m_Picture->disks.end() && disk->IsUnchanged(*before->second))
+                disk = before->second;
+        }
         m_Picture = std::move(picture);
     }
     return m_Picture;
@@ -82,10 +101,19 @@ std::shared_ptr<const MountTable> SystemTables::Mounts()
     const bool haveSwapsChanged = HasChanged(m_SwapChanges);
     if (!m_Mounts || haveMountsChanged || haveSwapsChanged || m_MountsTakenWith != m_Picture)
     {
-        m_Mounts = std::make_shared<const MountTable>(
-            ReadSystemFile(m_Folders.proc + "/self/mountinfo", MountBytes).value_or(""),
-            ReadSystemFile(m_Folders.proc + "/swaps", MountBytes).value_or(""));
-        m_MountsTakenWith = m_Picture;
+        m_MountsTakenWith = nullptr; // as long as this has not come to its end
+        try
+        {
+            m_Mounts = std::make_shared<const MountTable>(
+                ReadSystemFile(m_Folders.proc + "/self/mountinfo", MountBytes).value_or(""),
+                ReadSystemFile(m_Folders.proc + "/swaps", MountBytes).value_or(""));
+            m_MountsTakenWith = m_Picture;
+        }
+        catch (const std::system_error&)
+        {
+            if (!m_Mounts)
+                throw;
+        }
     }
     return m_Mounts;
 }

@@ -20,13 +20,15 @@ class SystemTables
     explicit SystemTables(SystemFolders folders);
 
     /// The disks as they are now. The same picture as before while the kernel has announced no
-    /// change of any device; one of more than a minute is not trusted any more.
+    /// change of any device; one of more than a minute is not trusted any more. When there is no
+    /// memory or descriptor left to read it, the last one stands; @throws std::system_error without
+    /// one.
     std::shared_ptr<const KernelPicture> Refresh();
 
     /// The last picture; takes one if there is none.
     std::shared_ptr<const KernelPicture> Last();
 
-    /// What is mounted now.
+    /// What is mounted now. @throws std::system_error as above
     std::shared_ptr<const MountTable> Mounts();
 
   private:

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace Platform;
@@ -82,6 +83,18 @@ struct Linux : Support::PluginTest, DiskPort
         return in["call"];
     }
     int Length(int, std::uint64_t& bytes) override { return bytes = 512, 0; }
+    std::optional<TableFacts> ReadTable(int) override
+    {
+        return answers["table"].empty()
+                   ? std::optional(TableFacts{true, {{1, 4096, "t1", ""}, {10, 8, "t10", ""}}})
+                   : std::nullopt;
+    }
+    std::optional<ContentFacts> ReadContent(int) override
+    {
+        return answers["content"].empty()
+                   ? std::optional(ContentFacts{true, answers["fs"], "label"})
+                   : std::nullopt;
+    }
 
     void SetUp() override
     {
@@ -186,21 +199,31 @@ TEST_F(Linux, EveryEndOfARequestHasItsError)
 
 TEST_F(Linux, ASleepingDiskAnswersWithItsLastPageAndASuspendedOneIsNotOpened)
 {
+    std::filesystem::create_directories(folder.File("sys/block/sda/device/power"));
     Put("sys/block/sda/device/vpd_pg89", std::string(60, '?') + std::string(512, 'v'));
-    // runtime status, power mode, which disk, its page; what it answers, and whether it was opened
+    // runtime status, power mode, which disk, its page; what it answers, and whether it was asked
+    // for its identity (+), for less (~), or not opened at all
     const auto rows = Words(" \n", R"(
-        active 0 1 97 21?p512+      active 255 1 98 bp512+      active 0 1 99 bp512+
-        active 1 1 99 bp512+        active 128 1 100 dp512+     active 64 1 101 ep512+
-        active 65 1 102 fp512+      active 0 1 103 fp512+       active 0 2 103 21?p512+
-        suspended 9 2 103 21?v8192- active 255 2 104 hp512+     suspending 9 2 105 hv8192-
-        active 0 2 105 hp512+       active 0 1 105 21?p512+     suspended 9 1 105 21?v8192-)");
+        active 0 1 97 21?p512+      active 255 1 98 bp512+      active 0 1 99 bp512~
+        active 1 1 99 bp512~        active 128 1 100 dp512+     active 64 1 101 ep512+
+        active 65 1 102 fp512+      active 0 1 103 fp512~       active 0 2 103 21?p512+
+        suspended 9 2 103 21?p8192- active 255 2 104 hp512+     suspending 9 2 105 hp8192-
+        active 0 2 105 hp512~       active 0 1 105 21?p512+     suspended 9 3 105 21?v8192-)");
     for (const std::string format : {"fixed,6=", "desc,17="})
         for (auto row = rows.begin(); row != rows.end(); row += 5)
         {
             answers = {{"sda e5", format + row[1]}, {"sda b0", "page=" + row[3]}};
-            Put("sys/block/sda/device/power/runtime_status", row[0]);
+            folder.Write("sys/block/sda/device/power/runtime_status", row[0] + "\n");
             Put("sys/block/sda/diskseq", row[2] + format), calls.clear(), Walk();
-            EXPECT_EQ(Ask(0).append(calls.empty() ? "-" : "+"), row[4]) << row - rows.begin();
+            const std::string answer = Ask(0);
+            const bool isIdentified =
+                std::any_of(calls.begin(), calls.end(),
+                            [](const auto& call) { return ends_with(call, " ec 0"); });
+            EXPECT_EQ(answer + (calls.empty()  ? '-'
+                                : isIdentified ? '+'
+                                               : '~'),
+                      row[4])
+                << row - rows.begin();
         }
 }
 
@@ -242,7 +265,7 @@ TEST_F(Linux, WhatMakesNoSenseDropsItsNodeAndNothingElse)
         # 00:1f.2=s\S+\s|0:1f.2 $1 f/00:1f.2 | f/00:1f.2 ->00:1f.2 f/00:1f.2 ->../devices/g/00:1f.2
         # storahci $1 f/00:1f.2/driver | f/00:1f.2/driver x # ;s read-only;s sda/sda1/ro 1
         # ;s /bind;s p/mountinfo 1_2_8:1_/sub_/bind_rw_-_ext4_/dev/sda1
-        # ;s /home;s p/mountinfo 1_2_8:11_/_/t_rw_-_x_/dev/sda1;1_2_0:42_/@_/home_r_-_x_/dev/sda1
+        # ;s /home;s p/mountinfo 1_2_8:11_/_/t_rw_-_x_/dev/sda1;1_2_0:42_/@_/home_r_-_btrfs_/dev/sda1;1_2_0:43_/_/n_r_-_fuse.x_/dev/sda1
         # ;s [SWAP];s p/../swaps Filename_Type;/dev/sda1_partition_1_0 # ;s /m\n;s
         p/mountinfo 1_2_8:1_/sub_/s_rw_-_x_y;1_2_8:1_/_/m\134n_rw_a:1_-_x_y;1_2_8:1_/_/b_r_-_x_y)"))
     {
@@ -254,6 +277,44 @@ TEST_F(Linux, WhatMakesNoSenseDropsItsNodeAndNothingElse)
     }
     Put("sys/block/sda", "|");
     EXPECT_EQ(machine->ReadDeviceTree()->size(), 8u) << "nothing was announced";
+}
+
+TEST_F(Linux, WhatCannotBeReadStandsAsItWas)
+{
+    // sectors written, what fails or is answered; file systems and types of the partitions
+    const char* const rows[][4] = {
+        {"1", "content", "x", "t1  "},       {"1", "fs", "a", "at1 a "},
+        {"1", "fs", "b", "at1 a "},          {"2", "table", "x", "at1 a "},
+        {"2", "sda e5", "call=5", "at1 a "}, {"2", "sda e5", "fixed,6=0", "at1 a "},
+        {"2", "open sda1", "13", "at1 a "},  {"2", "fs", "c", "ct1 c "},
+        {"3", "content", "x", "ct1 c "}};
+    const auto facts = [this]
+    {
+        std::vector<ZKTX::CSystemPartition> partitions;
+        std::string text = machine->Partitions(0, partitions) ? "" : "none";
+        for (const auto& partition : partitions)
+            text += partition.m_Text2 + partition.m_Text4 + " ";
+        return text;
+    };
+    for (const auto& [written, question, answer, expected] : rows)
+    {
+        Put("sys/block/sda/stat", std::string("_1_2_3_4_5_6_") + written + "_8");
+        answers = {{question, answer}}, Walk();
+        EXPECT_EQ(facts(), expected) << written << question << answer;
+    }
+    // No descriptor left, which is no word on the disks.
+    const std::string before = Walk();
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none = {3, limit.rlim_max};
+    folder.Write("sys/kernel/uevent_seqnum", "9999\n");
+    setrlimit(RLIMIT_NOFILE, &none);
+    const std::size_t nodes = machine->ReadDeviceTree()->size();
+    const std::string kept = facts();
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_EQ(nodes, 8u);
+    EXPECT_EQ(kept, "ct1 c ");
+    EXPECT_EQ(Walk(), before);
 }
 
 TEST_F(Linux, ADiskThatHangsHoldsNobodyElseAndItsThreadCanBeCancelled)
