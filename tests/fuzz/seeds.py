@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Makes the inputs that the fuzz targets begin with: every model of the lifetime table, and the
-pages of real drives in DIR, if they are there.
+pages of real drives in DIR, if they are there; and a kernel with one fault, of every kind.
 
 seeds.py DIR ROWS OUT     ROWS is SataLifeTime.inc; OUT gets a folder for each target
 """
 
 import glob
+import itertools
 import os
 import re
 import sys
@@ -36,8 +37,11 @@ def main(folder, rows, out):
     drives = list(pages_of_drives(folder))
     if not drives:
         print(f"fuzz: no pages of drives in {os.path.normpath(folder)}, so none among the seeds")
-    for target in ("smart_page", "identify_page"):
+    for target in ("smart_page", "identify_page", "system_tree"):
         os.makedirs(os.path.join(out, target), exist_ok=True)
+    for place, kind in itertools.product(range(25), range(8)):
+        with open(os.path.join(out, "system_tree", f"fault{place}-{kind}"), "wb") as file:
+            file.write(bytes([1, place, place + 1, kind, 0]) + bytes(range(200)))
     for name, identify, smart in [*pages_of_table(rows), *drives]:
         model = bytes(identify[i ^ 1] for i in range(54, 94)).rstrip()
         with open(os.path.join(out, "smart_page", name), "wb") as file:
