@@ -123,8 +123,7 @@ TEST(Statements, ReadValuesInEveryForm)
 
     std::string bytes(256, '\0');
     std::iota(bytes.begin(), bytes.end(), '\0');
-    for (const std::string& text :
-         {bytes, "x'; DROP TABLE t; --"s, std::string(1000000, '"') + "e"})
+    for (const std::string& text : {bytes, "x'; DROP TABLE t; --"s, std::string(100000, '"') + "e"})
         for (const std::string quote : {"\"", "'"})
         {
             const auto doubled = boost::algorithm::replace_all_copy(text, quote, quote + quote);

@@ -51,6 +51,12 @@ class LoadedPlugin
     IPLUGINAPI* m_Interface = nullptr;
 };
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr unsigned Slowness = 10; ///< of this build
+#else
+constexpr unsigned Slowness = 1;
+#endif
+
 /// How much of something a test does; more of it by an environment variable.
 unsigned Amount(const char* variable, unsigned preset);
 

@@ -540,7 +540,7 @@ Texts HostileTexts()
     for (const char* piece : {"|", "\n", "\xFF", "\xED\xA0\x80", "\xC3\xA9", "\xC3"})
         pieces.emplace_back(piece);
     pieces.emplace_back(1, '\0');
-    const std::size_t count = Amount("TARNIS_TEST_HOSTILE", 2000);
+    const std::size_t count = Amount("TARNIS_TEST_HOSTILE", 2000 / Slowness);
     Texts texts = pieces;
     std::mt19937 random(20261122);
     while (texts.size() < count)

@@ -13,11 +13,7 @@ using namespace std::chrono_literals;
 namespace
 {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int RandomSteps = 300; // ten times as slow there
-#else
-constexpr int RandomSteps = 1000;
-#endif
+constexpr int RandomSteps = 1000 / Slowness;
 
 using Texts = std::vector<std::string>;
 
