@@ -42,6 +42,7 @@ struct Computer : DiskPort
     const std::string folder = "/dev/shm/tarnis-fuzz-" + std::to_string(getpid()) + "/";
     std::vector<std::string> tree; ///< names, and behind each what it is
 
+    ~Computer() override { fs::remove_all(folder); }
     std::uint8_t Next() { return left == 0 ? std::uint8_t{0} : (--left, *data++); }
 
     void Put(const fs::path& path, const std::string& what) const
