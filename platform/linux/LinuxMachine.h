@@ -12,6 +12,8 @@
 namespace Platform
 {
 
+struct SystemState;
+
 /// The device tree comes from sysfs, identity and SMART data from the disks by ATA commands, the
 /// partitions from the kernel's tables and libblkid. Files are opened for reading alone.
 ///
@@ -36,10 +38,7 @@ class PLATFORM_API LinuxMachine : public Machine
     std::string MissingRight() override;
 
   private:
-    struct State;
-    class OpenDisk;
-
-    std::shared_ptr<State> m_State;
+    std::shared_ptr<SystemState> m_State;
 };
 
 } // namespace Platform

@@ -1,0 +1,34 @@
+#include "platform/linux/SystemState.h"
+
+#include "platform/linux/AtaPassThrough.h"
+
+#include <cerrno>
+
+namespace Platform
+{
+
+DWORD SystemState::OpenFile(const KernelDisk& disk, FileDescriptor& file)
+{
+    const std::string path = folders.dev + "/" + disk.whole.name;
+    const int error = port->Open(path, disk.whole.device, file);
+    if (error == EACCES)
+        rights.Note(disk.whole.name, Right::ReadAccess);
+    else if (error == EPERM)
+        rights.Note(disk.whole.name, Right::DeviceRule);
+    else if (error == ENOENT && ReadAttribute(disk.folder + "/dev"))
+        rights.Note(disk.whole.name, Right::DeviceFile);
+    if (error == ENOENT)
+        return ERROR_FILE_NOT_FOUND;
+    return error == 0 ? static_cast<DWORD>(ERROR_SUCCESS) : ErrorOfCall(error);
+}
+
+DWORD SystemState::NoteAnswer(const KernelDisk& disk, DWORD error)
+{
+    if (error == ERROR_ACCESS_DENIED)
+        rights.Note(disk.whole.name, Right::RawIo);
+    else
+        rights.Clear(disk.whole.name);
+    return error;
+}
+
+} // namespace Platform

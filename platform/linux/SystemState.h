@@ -1,0 +1,74 @@
+// What the real machine remembers.
+#pragma once
+
+#include "platform/linux/DiskContents.h"
+#include "platform/linux/DiskPort.h"
+#include "platform/linux/MissingRights.h"
+#include "platform/linux/SystemTables.h"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+namespace Platform
+{
+
+/// The last page of a kind that each disk gave, for the time that it sleeps. Safe from any thread.
+class LastPages
+{
+  public:
+    void Keep(const KernelDisk& disk, const Sector& page)
+    {
+        const std::lock_guard guard(m_Lock);
+        m_Pages[disk.whole.name] = {disk.identity, page};
+    }
+
+    bool Find(const KernelDisk& disk, Sector& page) const
+    {
+        const std::lock_guard guard(m_Lock);
+        const auto found = m_Pages.find(disk.whole.name);
+        // Another disk may have the name by now.
+        if (found == m_Pages.end() || disk.identity.empty() ||
+            found->second.identity != disk.identity)
+            return false;
+        page = found->second.page;
+        return true;
+    }
+
+  private:
+    struct Entry
+    {
+        std::string identity;
+        Sector page;
+    };
+    mutable std::mutex m_Lock;
+    std::map<std::string, Entry> m_Pages; ///< by disk name, of which there are few
+};
+
+/// What the machine and its open disks share. Safe from any thread.
+struct SystemState
+{
+    SystemState(SystemFolders where, std::shared_ptr<DiskPort> calls)
+        : folders(std::move(where)), port(std::move(calls)), tables(folders),
+          contents(folders, port)
+    {
+    }
+
+    const SystemFolders folders;
+    const std::shared_ptr<DiskPort> port;
+    SystemTables tables;
+    DiskContents contents;
+    LastPages identities;
+    LastPages smartPages;
+    MissingRights rights;
+
+    /// Opens the device file and takes note of a right that is missing.
+    DWORD OpenFile(const KernelDisk& disk, FileDescriptor& file);
+
+    /// Takes note of what the kernel made of an ATA command.
+    DWORD NoteAnswer(const KernelDisk& disk, DWORD error);
+};
+
+} // namespace Platform
