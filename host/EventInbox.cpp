@@ -1,25 +1,9 @@
 #include "host/EventInbox.h"
 
-#include "host/Failure.h"
-
 #include <utility>
-
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 namespace Host
 {
-
-EventInbox::EventInbox() : m_Descriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-{
-    if (m_Descriptor < 0)
-        throw Failure(EXIT_PLUGIN, "cannot wait for events: the system gives no descriptor");
-}
-
-EventInbox::~EventInbox()
-{
-    ::close(m_Descriptor);
-}
 
 void EventInbox::Watch(PluginSession& session, const Objects& objects)
 {
@@ -35,8 +19,7 @@ void EventInbox::Watch(PluginSession& session, const Objects& objects)
 
 std::vector<ReceivedEvent> EventInbox::Take()
 {
-    eventfd_t rings = 0;
-    ::eventfd_read(m_Descriptor, &rings);
+    m_Bell.Answer();
     const std::lock_guard guard(m_Lock);
     if (m_Failure)
         std::rethrow_exception(m_Failure);
@@ -55,7 +38,7 @@ void EventInbox::Answer(void* inbox, IPLUGINAPI*)
         const std::lock_guard guard(self.m_Lock);
         self.m_Failure = std::current_exception();
     }
-    ::eventfd_write(self.m_Descriptor, 1);
+    self.m_Bell.Ring();
 }
 
 void EventInbox::Receive()

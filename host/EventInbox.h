@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/PluginSession.h"
+#include "host/System.h"
 #include "host/Topology.h"
 
 #include <cstdint>
@@ -26,8 +27,7 @@ struct ReceivedEvent
 class EventInbox
 {
   public:
-    EventInbox();
-    ~EventInbox();
+    EventInbox() = default;
     EventInbox(const EventInbox&) = delete;
     EventInbox& operator=(const EventInbox&) = delete;
 
@@ -39,14 +39,14 @@ class EventInbox
     /// What has come since the last call. @throws what went wrong at a doorbell
     std::vector<ReceivedEvent> Take();
 
-    /// Readable while something waits to be taken.
-    int Descriptor() const { return m_Descriptor; }
+    /// Rings while something waits to be taken.
+    const Doorbell& Bell() const { return m_Bell; }
 
   private:
     static void Answer(void* inbox, IPLUGINAPI* plugin);
     void Receive();
 
-    int m_Descriptor;
+    Doorbell m_Bell;
     PluginSession* m_Session = nullptr;
     std::uint64_t m_PluginId = 0;
     std::set<std::uint64_t> m_Known; ///< objects that are there; the worker's alone after the start

@@ -1,11 +1,11 @@
 #include "host/Options.h"
 
+#include "contracts/zelKit/Environment.h"
 #include "host/Failure.h"
 #include "host/Names.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -77,13 +77,14 @@ void AddOption(CLI::App& app, const char* name, std::string& value)
 
 } // namespace
 
-Options ParseOptions(int argc, char** argv)
+Options ParseOptions(const std::vector<std::string>& arguments)
 {
     Options options;
     CLI::App app;
     app.set_help_flag("-h,--help");
     app.set_version_flag("--version", "");
     app.require_subcommand(0, 1);
+    app.allow_windows_style_options(false); // a "/" begins the name of a file
     app.add_flag("--json", options.json);
     AddOption(app, "--machine", options.machine);
     AddOption(app, "--config-dir", options.configDir);
@@ -113,9 +114,12 @@ Options ParseOptions(int argc, char** argv)
     explain->add_option("NUMBER|NAME", options.query);
     explain->add_flag("--all", options.all);
 
+    std::vector<std::string> words(arguments.rbegin(), arguments.rend());
+    if (!words.empty())
+        words.pop_back(); // the program's name
     try
     {
-        app.parse(argc, argv);
+        app.parse(std::move(words));
     }
     catch (const CLI::CallForHelp&)
     {
@@ -166,7 +170,7 @@ void ApplyEnvironment(const Options& options)
     };
     for (const auto& [name, value] : variables)
         if (!value->empty())
-            ::setenv(name, value->c_str(), 1);
+            ZKT::Misc::SetVariable(name, *value);
 }
 
 } // namespace Host

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Host
 {
@@ -43,8 +44,9 @@ struct Options
 extern const char* const helpText;
 extern const char* const versionText;
 
+/// @param arguments  as main has them, the program's name first
 /// @throws UsageFailure
-Options ParseOptions(int argc, char** argv);
+Options ParseOptions(const std::vector<std::string>& arguments);
 
 /// Sets the environment variables that the plug-in and its libraries read when they are loaded.
 void ApplyEnvironment(const Options& options);

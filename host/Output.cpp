@@ -1,107 +1,17 @@
 #include "host/Output.h"
 
-#include "host/Failure.h"
+#include "contracts/zelKit/Environment.h"
 #include "host/Text.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
-namespace
-{
-
-// Without this a database file could be opened as descriptor 1 or 2 and take what is printed.
-void FillStandardDescriptors()
-{
-    int opened = 0;
-    while (opened >= 0 && opened <= STDERR_FILENO)
-        opened = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-    if (opened > STDERR_FILENO)
-        ::close(opened);
-}
-
-std::size_t TerminalColumns(int descriptor)
-{
-    winsize size{};
-    if (::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
-        return std::max<std::size_t>(size.ws_col, 60);
-    return 80;
-}
-
-bool WantsColour()
-{
-    const char* refused = std::getenv("NO_COLOR");
-    const char* terminal = std::getenv("TERM");
-    const bool dumb = terminal != nullptr && std::strcmp(terminal, "dumb") == 0;
-    return (refused == nullptr || *refused == '\0') && !dumb;
-}
-
-[[noreturn]] void FailWriting(int error)
-{
-    throw Host::Failure(Host::EXIT_PLUGIN, std::string("standard output: ") + std::strerror(error));
-}
-
-} // namespace
 
 namespace Host
 {
 
-Output::Output() : m_Descriptor(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
+bool RefusesColour()
 {
-    // A reader that has left, and a file that may grow no more, are write errors like any other.
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
-    FillStandardDescriptors();
-    ::dup2(STDERR_FILENO, STDOUT_FILENO);
-    // Lines of the plug-in appear when they are printed, not at the end of the process.
-    std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    if (m_Descriptor >= 0 && ::isatty(m_Descriptor) == 1)
-    {
-        m_Coloured = WantsColour();
-        m_Columns = TerminalColumns(m_Descriptor);
-    }
-}
-
-Output::~Output()
-{
-    if (m_Descriptor >= 0)
-        ::close(m_Descriptor);
-}
-
-void Output::Write(std::string_view text)
-{
-    if (m_Descriptor < 0)
-        FailWriting(EBADF);
-    while (!text.empty())
-    {
-        const ssize_t written = ::write(m_Descriptor, text.data(), text.size());
-        if (written >= 0)
-            text.remove_prefix(static_cast<std::size_t>(written));
-        else if (errno == EAGAIN) // a caller's pipe may be non-blocking
-        {
-            pollfd wait{m_Descriptor, POLLOUT, 0};
-            ::poll(&wait, 1, -1);
-        }
-        else if (errno != EINTR)
-            FailWriting(errno);
-    }
-}
-
-void Output::Close()
-{
-    const int descriptor = m_Descriptor;
-    m_Descriptor = -1;
-    if (descriptor >= 0 && ::close(descriptor) != 0 && errno != EINTR)
-        FailWriting(errno);
+    return !ZKT::Misc::GetVariable("NO_COLOR").empty() || ZKT::Misc::GetVariable("TERM") == "dumb";
 }
 
 void Complain(std::string_view line)

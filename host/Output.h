@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <string_view>
 
 namespace Host
@@ -25,18 +26,25 @@ class Output
     /// Ends the output; some file systems tell of a failure only here.
     void Close();
 
-    /// What is written to; -1 when standard output was closed from the start.
-    int Descriptor() const { return m_Descriptor; }
+    /// False when standard output was closed from the start.
+    bool IsOpen() const { return m_Channel != nullptr; }
+
+    /// Where it goes to, as the system has it.
+    class Channel;
+    Channel& GetChannel() const { return *m_Channel; }
 
     bool IsColoured() const { return m_Coloured; }
     /// Columns of the terminal; 120 when it is none.
     std::size_t Columns() const { return m_Columns; }
 
   private:
-    int m_Descriptor;
+    std::unique_ptr<Channel> m_Channel;
     bool m_Coloured = false;
     std::size_t m_Columns = 120;
 };
+
+/// Whether the environment asks for plain text.
+bool RefusesColour();
 
 /// Prints "tarnisctl: ..." on standard error: one line, made safe.
 void Complain(std::string_view line);

@@ -1,42 +1,34 @@
 #include "host/PluginSession.h"
 
+#include "contracts/zelKit/Environment.h"
 #include "contracts/zelKitEx/System.h"
 #include "host/Failure.h"
 #include "host/MemoryReserve.h"
 #include "host/Names.h"
 #include "host/Output.h"
+#include "host/System.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <system_error>
-
-#include <dlfcn.h>
 
 namespace
 {
 
-constexpr const char* libraryName = "tarnis.so";
-
 std::string LibraryPath(const std::string& plugin)
 {
     if (!plugin.empty()) // a plain name means a file here, not one that the loader looks for
-        return plugin.find('/') == std::string::npos ? "./" + plugin : plugin;
+        return plugin.find_first_of(Host::folderSeparators) == std::string::npos ? "./" + plugin
+                                                                                 : plugin;
+    const std::string folder = Host::ProgramFolder();
     std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (!error)
-    {
-        const auto beside = program.parent_path() / libraryName;
-        if (std::filesystem::exists(beside, error))
-            return beside.string();
-    }
-    return libraryName;
+    const auto beside = std::filesystem::path(folder) / Host::pluginFileName;
+    return !folder.empty() && std::filesystem::exists(beside, error) ? beside.string()
+                                                                     : Host::pluginFileName;
 }
 
-[[noreturn]] void FailLoading()
+[[noreturn]] void FailLoading(const std::string& reason)
 {
-    const char* reason = ::dlerror();
-    throw Host::Failure(Host::EXIT_PLUGIN, std::string("the plug-in could not be loaded: ") +
-                                               (reason != nullptr ? reason : "unknown reason"));
+    throw Host::Failure(Host::EXIT_PLUGIN, "the plug-in could not be loaded: " + reason);
 }
 
 // The machine comes first: a wrong machine file is told as such, whatever becomes of the plug-in.
@@ -50,13 +42,12 @@ const std::string& WithMachineOpen(const std::string& plugin)
 
 [[noreturn]] void FailWithoutHardware()
 {
-    const char* machine = std::getenv("TARNIS_MACHINE");
-    const bool isThisComputer = machine == nullptr || *machine == '\0';
+    const std::string machine = ZKT::Misc::GetVariable("TARNIS_MACHINE");
     throw Host::Failure(
         Host::EXIT_NO_HARDWARE,
         "no supported AHCI controller was found: " + Host::CodeText(PI::ERR_NO_SUPPORTED_HARDWARE) +
-            (isThisComputer ? " on this computer; --machine FILE shows a machine file in its place"
-                            : std::string(" in the machine file ") + machine));
+            (machine.empty() ? " on this computer; --machine FILE shows a machine file in its place"
+                             : " in the machine file " + machine));
 }
 
 } // namespace
@@ -65,22 +56,24 @@ namespace Host
 {
 
 PluginSession::Library::Library(const std::string& plugin)
-    : m_Handle(::dlopen(LibraryPath(plugin).c_str(), RTLD_NOW | RTLD_LOCAL))
 {
+    std::string reason;
+    m_Handle = OpenLibrary(LibraryPath(plugin), reason);
     if (m_Handle == nullptr)
-        FailLoading();
+        FailLoading(reason);
 }
 
 PluginSession::Library::~Library()
 {
-    ::dlclose(m_Handle);
+    CloseLibrary(m_Handle);
 }
 
 void* PluginSession::Library::Symbol(const char* name) const
 {
-    void* symbol = ::dlsym(m_Handle, name);
+    std::string reason;
+    void* symbol = FindSymbol(m_Handle, name, reason);
     if (symbol == nullptr)
-        FailLoading();
+        FailLoading(reason);
     return symbol;
 }
 

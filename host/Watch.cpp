@@ -8,7 +8,6 @@
 #include "host/Wakeup.h"
 
 #include <algorithm>
-#include <climits>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -31,7 +30,7 @@ bool WriteLine(const std::string& line, const Wakeup& wakeup, Host::Output& outp
         const Wakeup::Reason reason = wakeup.WaitForOutput();
         if (reason == Wakeup::Reason::End)
             return false;
-        const std::string_view piece = rest.substr(0, PIPE_BUF); // so much never blocks
+        const std::string_view piece = rest.substr(0, Wakeup::pieceBytes);
         output.Write(piece);
         rest.remove_prefix(piece.size());
     }
@@ -70,14 +69,14 @@ namespace Host
 
 ExitCode Watch(const Options& options, Output& output)
 {
-    if (output.Descriptor() < 0)
+    if (!output.IsOpen())
         FailWithoutReader();
     EventInbox inbox;
     PluginSession session(options.plugin);
     const Objects objects = session.Topology();
     if (!options.json)
         TellStart(objects);
-    const Wakeup wakeup(inbox.Descriptor(), output.Descriptor(), options.watchSeconds);
+    const Wakeup wakeup(inbox.Bell(), output, options.watchSeconds);
     inbox.Watch(session, objects);
     for (;;)
         switch (wakeup.WaitForInbox())

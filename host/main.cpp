@@ -2,6 +2,7 @@
 #include "host/MemoryReserve.h"
 #include "host/Options.h"
 #include "host/Output.h"
+#include "host/System.h"
 #include "host/Verbs.h"
 
 #include <cstdio>
@@ -44,7 +45,7 @@ int main(int argc, char** argv)
     {
         Host::FillMemoryReserve();
         Host::Output output;
-        const Host::Options options = Host::ParseOptions(argc, argv);
+        const Host::Options options = Host::ParseOptions(Host::Arguments(argc, argv));
         Host::ApplyEnvironment(options);
         const Host::ExitCode result = RunVerb(options, output);
         output.Close();

@@ -1,3 +1,4 @@
+#include "contracts/zelKit/Environment.h"
 #include "platform/DeviceNames.h"
 #include "platform/DeviceTreePicture.h"
 #include "platform/HostSystem.h"
@@ -5,7 +6,6 @@
 #include "platform/simulated/SimulatedMachine.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <mutex>
 #include <utility>
 
@@ -61,8 +61,8 @@ void Make(Current& current)
 {
     if (current.machine)
         return;
-    const char* file = std::getenv("TARNIS_MACHINE");
-    if (file == nullptr || *file == '\0')
+    const std::string file = ZKT::Misc::GetVariable("TARNIS_MACHINE");
+    if (file.empty())
         current.machine = ThisComputer();
     else if (!(current.machine = SimulatedMachine::FromFile(file, current.complaint)))
         current.machine = std::make_shared<EmptyMachine>();

@@ -1,9 +1,9 @@
 #include "contracts/zelKit/ModuleInfo.h"
 
+#include "contracts/zelKit/Environment.h"
 #include "libraries/zelKit/Output.h"
 
 #include <charconv>
-#include <cstdlib>
 #include <string_view>
 
 namespace ZKT::Misc
@@ -26,14 +26,14 @@ bool ParseMask(std::string_view text, std::uint32_t& mask)
 
 std::uint32_t TraceMaskFromEnvironment()
 {
-    const char* text = std::getenv("TARNIS_TRACE_MASK");
-    if (text == nullptr || *text == '\0')
+    const std::string text = GetVariable("TARNIS_TRACE_MASK");
+    if (text.empty())
         return 0;
     std::uint32_t mask = 0;
     if (ParseMask(text, mask))
         return mask;
-    Internals::Complain("TARNIS_TRACE_MASK holds no number of 32 bits, decimal or 0x: \"" +
-                        std::string(text) + "\"; nothing is traced");
+    Internals::Complain("TARNIS_TRACE_MASK holds no number of 32 bits, decimal or 0x: \"" + text +
+                        "\"; nothing is traced");
     return 0;
 }
 

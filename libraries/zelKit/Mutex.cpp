@@ -1,8 +1,8 @@
 #include "contracts/zelKit/Mutex.h"
 
 #include "libraries/zelKit/Deadline.h"
+#include "libraries/zelKit/System.h"
 
-#include <condition_variable>
 #include <list>
 #include <mutex>
 #include <new>
@@ -15,7 +15,7 @@ namespace
 /// One thread's place in the queue for a lock.
 struct Place
 {
-    std::condition_variable changed; // each thread has its own: nobody is woken but the next
+    Internals::SleepingPlace bed; // each thread has its own: nobody is woken but the next
     bool granted = false;
 };
 
@@ -43,8 +43,9 @@ struct Native_OS::CFastMutex::State
 
         bool Wait(std::unique_lock<std::mutex>& lock, Internals::SteadyTime deadline)
         {
-            m_Taken =
-                m_Place->changed.wait_until(lock, deadline, [this] { return m_Place->granted; });
+            while (!m_Place->granted && std::chrono::steady_clock::now() < deadline)
+                m_Place->bed.Sleep(lock, deadline);
+            m_Taken = m_Place->granted;
             return m_Taken;
         }
 
@@ -64,7 +65,7 @@ struct Native_OS::CFastMutex::State
         if (held)
         {
             queue.front().granted = true;
-            queue.front().changed.notify_one();
+            queue.front().bed.Wake();
         }
     }
 

@@ -1,11 +1,10 @@
 #include "libraries/zelKit/Output.h"
 
 #include "contracts/zelKit/Thread.h"
+#include "libraries/zelKit/System.h"
 
-#include <cerrno>
 #include <exception>
 #include <string>
-#include <unistd.h>
 
 namespace ZKT
 {
@@ -15,12 +14,10 @@ int Internals::WriteText(int file, std::string_view text)
     const ZKT::Threading::CCancellationShield shield;
     while (!text.empty())
     {
-        const ssize_t written = write(file, text.data(), text.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return written < 0 ? errno : EIO;
-        text.remove_prefix(static_cast<std::size_t>(written));
+        std::size_t written = 0;
+        if (const int error = WriteSome(file, text, written); error != 0)
+            return error;
+        text.remove_prefix(written);
     }
     return 0;
 }
@@ -29,11 +26,11 @@ void Internals::Complain(std::string_view trouble)
 {
     try
     {
-        WriteText(STDERR_FILENO, "zelKit: " + std::string(trouble) + "\n");
+        WriteText(StandardError, "zelKit: " + std::string(trouble) + "\n");
     }
     catch (const std::exception&)
     {
-        WriteText(STDERR_FILENO, "zelKit: out of memory\n");
+        WriteText(StandardError, "zelKit: out of memory\n");
     }
 }
 

@@ -5,6 +5,8 @@
 namespace ZKT::Internals
 {
 
+inline constexpr int StandardError = 2; ///< its descriptor
+
 /// Writes a text, as one write as far as the system takes it. Not a point where a thread can be
 /// cancelled.
 /// @return 0, or the system's error that kept the rest from being written

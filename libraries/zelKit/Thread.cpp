@@ -2,16 +2,13 @@
 
 #include "libraries/zelKit/Deadline.h"
 #include "libraries/zelKit/Output.h"
+#include "libraries/zelKit/System.h"
 
-#include <condition_variable>
-#include <csignal>
-#include <dlfcn.h>
 #include <exception>
 #include <mutex>
-#include <pthread.h>
 #include <string>
-#include <thread>
 #include <utility>
+#include <vector>
 
 namespace ZKT
 {
@@ -21,9 +18,9 @@ namespace Internals
 struct ThreadState
 {
     std::mutex mutex;
-    std::condition_variable changed;
-    bool ended = false; // while it is false, the thread's handle is good
-    std::thread thread;
+    std::vector<SleepingPlace*> waiting; // for its end
+    bool ended = false;                  // while it is false, the thread can be cancelled
+    SystemThread thread;
     const void* code = nullptr; // in the library that the target lies in
 };
 
@@ -41,7 +38,8 @@ class EndMark
     {
         const std::lock_guard lock(m_State.mutex);
         m_State.ended = true;
-        m_State.changed.notify_all();
+        for (SleepingPlace* bed : m_State.waiting)
+            bed->Wake();
     }
     EndMark(const EndMark&) = delete;
     EndMark& operator=(const EndMark&) = delete;
@@ -64,30 +62,21 @@ void Run(ThreadState& state, const CDelegate& target)
     }
 }
 
-/// Keeps the library that holds an address in memory for the life of the process.
-void KeepLoaded(const void* code)
-{
-    Dl_info info;
-    if (dladdr(code, &info) != 0 && info.dli_fname != nullptr)
-        dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
-}
-
-/// Blocks all signals in the calling thread, and so in a thread that it creates.
-class SignalsBlocked
+/// A thread's wait for the end of another. The lock is held whenever it is made or destroyed, also
+/// while a cancelled wait is unwound.
+class WaitForEnd
 {
   public:
-    SignalsBlocked()
-    {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &m_Previous);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_Previous, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+    explicit WaitForEnd(ThreadState& state) : m_State(state) { m_State.waiting.push_back(&m_Bed); }
+    ~WaitForEnd() { std::erase(m_State.waiting, &m_Bed); }
+    WaitForEnd(const WaitForEnd&) = delete;
+    WaitForEnd& operator=(const WaitForEnd&) = delete;
+
+    void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until) { m_Bed.Sleep(lock, until); }
 
   private:
-    sigset_t m_Previous;
+    ThreadState& m_State;
+    SleepingPlace m_Bed;
 };
 
 } // namespace
@@ -101,8 +90,8 @@ CThreadCB_::~CThreadCB_() = default;
 void CThreadCB_::Cancel()
 {
     const std::lock_guard lock(m_State->mutex);
-    if (!m_State->ended && m_State->thread.get_id() != std::this_thread::get_id())
-        pthread_cancel(m_State->thread.native_handle());
+    if (!m_State->ended && !m_State->thread.IsCurrent())
+        m_State->thread.Cancel();
 }
 
 } // namespace Windows
@@ -113,14 +102,11 @@ namespace Threading
 
 using Internals::ThreadState;
 
-CCancellationShield::CCancellationShield()
-{
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_Previous);
-}
+CCancellationShield::CCancellationShield() : m_Previous(Internals::ShieldThread()) {}
 
 CCancellationShield::~CCancellationShield()
 {
-    pthread_setcancelstate(m_Previous, nullptr);
+    Internals::UnshieldThread(m_Previous);
 }
 
 CThread::CThread() = default;
@@ -131,7 +117,7 @@ CThread::~CThread()
         return;
     // Whoever destroys this may be cancelled, but not in here.
     const CCancellationShield shield;
-    std::thread thread;
+    Internals::SystemThread thread;
     bool ended = false;
     {
         const std::lock_guard lock(m_State->mutex);
@@ -139,10 +125,10 @@ CThread::~CThread()
         ended = m_State->ended;
     }
     if (ended)
-        thread.join(); // nothing but its last steps is left; gives its memory back
+        thread.Join(); // nothing but its last steps is left; gives its memory back
     else
     {
-        thread.detach();
+        thread.Detach();
         Internals::KeepLoaded(m_State->code);
     }
 }
@@ -158,9 +144,8 @@ std::uint32_t CThread::Create(Delegates_and_Calls::CDelegate target, bool suspen
         auto controlBlock = std::make_unique<Internals::Windows::CThreadCB_>(state);
         {
             const std::lock_guard lock(state->mutex);
-            const Internals::SignalsBlocked blocked;
-            state->thread = std::thread([state, target = std::move(target)]
-                                        { Internals::Run(*state, target); });
+            state->thread.Start([state, target = std::move(target)]
+                                { Internals::Run(*state, target); });
         }
         m_State = std::move(state);
         m_ControlBlock = std::move(controlBlock);
@@ -177,9 +162,11 @@ std::uint32_t CThread::Wait(std::uint32_t milliseconds)
     if (m_State == nullptr)
         return RESULT_NOT_INITIALISED;
     std::unique_lock lock(m_State->mutex);
-    const bool ended = m_State->changed.wait_until(lock, Internals::DeadlineAfter(milliseconds),
-                                                   [this] { return m_State->ended; });
-    return ended ? RESULT_SUCCESS : RESULT_TIMEOUT;
+    Internals::WaitForEnd wait(*m_State);
+    const Internals::SteadyTime deadline = Internals::DeadlineAfter(milliseconds);
+    while (!m_State->ended && std::chrono::steady_clock::now() < deadline)
+        wait.Sleep(lock, deadline);
+    return m_State->ended ? RESULT_SUCCESS : RESULT_TIMEOUT;
 }
 
 } // namespace Threading

@@ -1,20 +1,21 @@
 #include "contracts/zelKit/Trace.h"
 
+#include "contracts/zelKit/Environment.h"
 #include "contracts/zelKit/Thread.h"
 #include "contracts/zelKit/Time.h"
+#include "libraries/LocalDate.h"
 #include "libraries/zelKit/Output.h"
+#include "libraries/zelKit/System.h"
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <exception>
-#include <fcntl.h>
 #include <string_view>
 #include <system_error>
-#include <unistd.h>
 
 namespace ZKT
 {
@@ -23,18 +24,16 @@ namespace
 
 int OpenTraceTarget()
 {
-    const char* path = std::getenv("TARNIS_TRACE_FILE");
-    if (path == nullptr || *path == '\0')
-        return STDERR_FILENO;
-    // Without O_NONBLOCK a pipe that nobody reads would hold the first line, and its thread, here.
-    const int file =
-        open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0644);
+    const std::string path = Misc::GetVariable("TARNIS_TRACE_FILE");
+    if (path.empty())
+        return Internals::StandardError;
+    const int file = Internals::OpenForAppending(path);
     if (file >= 0)
         return file;
     const std::string reason = std::generic_category().message(errno);
-    Internals::Complain("the trace file \"" + std::string(path) + "\" cannot be opened (" + reason +
+    Internals::Complain("the trace file \"" + path + "\" cannot be opened (" + reason +
                         "); trace lines go to standard error");
-    return STDERR_FILENO;
+    return Internals::StandardError;
 }
 
 /// Opened at the first line and never closed: lines come until the very end of the process.
@@ -56,9 +55,8 @@ void TellOnce(int error)
 
 std::string TimeText(std::uint64_t milliseconds)
 {
-    const std::time_t seconds = static_cast<std::time_t>(milliseconds / 1000);
     std::tm date{};
-    localtime_r(&seconds, &date);
+    LocalDate(milliseconds, date);
     std::array<char, 64> text{};
     const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &date);
     std::snprintf(text.data() + length, text.size() - length, ".%03u",
@@ -106,7 +104,8 @@ CTraceStreamBuffer::~CTraceStreamBuffer()
     {
         std::string line = TimeText(Misc::now());
         line += ' ' + m_Module.GetName() + ' ' + TextOf(m_Level, 10) + ' ' + m_SourcePath + ' ' +
-                m_FunctionName + ':' + TextOf(m_Line, 10) + " [" + TextOf(gettid(), 10) + "] ";
+                m_FunctionName + ':' + TextOf(m_Line, 10) + " [" +
+                TextOf(Internals::ThreadNumber(), 10) + "] ";
         AppendOnOneLine(line, m_Text);
         line += '\n';
         if (const int error = WriteText(TraceTarget(), line); error != 0)

@@ -2,10 +2,9 @@
 
 #include "libraries/zelKit/Clock.h"
 #include "libraries/zelKit/EventState.h"
+#include "libraries/zelKit/System.h"
 
 #include <algorithm>
-#include <condition_variable>
-#include <pthread.h>
 
 namespace ZKT
 {
@@ -75,7 +74,7 @@ class Sleeper
         return true;
     }
 
-    void Wake() { m_Changed.notify_one(); }
+    void Wake() { m_Bed.Wake(); }
 
     void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime deadline)
     {
@@ -83,7 +82,7 @@ class Sleeper
             event->sleepers.push_back(this);
         sleeping.push_back(this);
         while (m_Position == 0 && SteadyNow() < deadline)
-            m_Changed.wait_until(lock, SystemMoment(deadline));
+            m_Bed.Sleep(lock, SystemMoment(deadline));
     }
 
     /// 1-based position of what ended the wait, 0 for nothing yet.
@@ -106,7 +105,7 @@ class Sleeper
     bool m_ForAll;
     bool m_Reported = false;
     std::uint32_t m_Position = 0;
-    std::condition_variable m_Changed;
+    SleepingPlace m_Bed;
 };
 
 void WakeSleepers()
@@ -151,7 +150,7 @@ std::uint32_t CWaiter::Wait(std::uint32_t milliseconds, bool waitForAll)
     }
 
     // A thread whose events are always set never sleeps, and can be cancelled all the same.
-    pthread_testcancel();
+    Internals::PassCancellation();
 
     std::unique_lock lock(Internals::eventsMutex);
     Internals::Sleeper sleeper(std::move(events), waitForAll);

@@ -1,6 +1,6 @@
 #include "contracts/zelKitEx/SystemTime.h"
 
-#include <ctime>
+#include "libraries/LocalDate.h"
 
 namespace ZKTX
 {
@@ -9,20 +9,12 @@ namespace
 
 constexpr CSystemDate_Win lastSecond = {9999, 12, 31, 5, 365, 23, 59, 59};
 
-bool LocalDate(std::uint64_t milliseconds, std::tm& date)
-{
-    // localtime_r alone need not look at TZ.
-    static const bool zoneIsRead = (tzset(), true);
-    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
-    return zoneIsRead && localtime_r(&seconds, &date) != nullptr && date.tm_year <= 9999 - 1900;
-}
-
 } // namespace
 
 void CSystemTime_Win::GetDate(std::uint64_t milliseconds, CSystemDate_Win& date)
 {
     std::tm local{};
-    if (!LocalDate(milliseconds, local))
+    if (!LocalDate(milliseconds, local) || local.tm_year > 9999 - 1900)
     {
         date = lastSecond;
         return;

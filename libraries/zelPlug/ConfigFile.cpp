@@ -1,12 +1,13 @@
 #include "contracts/zelPlug/ConfigFile.h"
 
+#include "contracts/zelKit/Environment.h"
 #include "contracts/zelKit/Thread.h"
+#include "libraries/zelPlug/ConfigFolder.h"
 #include "libraries/zelPlug/FileReplacement.h"
 
 #include <boost/filesystem/operations.hpp>
 
 #include <algorithm>
-#include <cstdlib>
 #include <exception>
 #include <string_view>
 
@@ -23,21 +24,8 @@ constexpr std::string_view blanks = " \t";
 
 path ConfigFolder()
 {
-    const auto set = [](const char* name) -> const char*
-    {
-        const char* text = std::getenv(name);
-        return text != nullptr && *text != '\0' ? text : nullptr;
-    };
-    boost::system::error_code error;
-    if (const char* folder = set("TARNIS_CONFIG_DIR"))
-        return folder;
-    if (boost::filesystem::is_directory("/etc/tarnis", error))
-        return "/etc/tarnis";
-    if (const char* folder = set("XDG_CONFIG_HOME"))
-        return path(folder) / "tarnis";
-    if (const char* folder = set("HOME"))
-        return path(folder) / ".config" / "tarnis";
-    return {};
+    const std::string named = ZKT::Misc::GetVariable("TARNIS_CONFIG_DIR");
+    return named.empty() ? Internals::DefaultConfigFolder() : path(named);
 }
 
 /// Where a settings file lies; empty when there is no place for it.
@@ -161,7 +149,7 @@ _ERROR_CODE Write(const path& name, std::string_view key, std::string_view value
     }
     SetValue(text, key, value);
     // A file that could not be read back is no way to keep a setting.
-    if (text.size() > largestFile || !Internals::ReplaceFile(target, text, attributes))
+    if (text.size() > largestFile || !Internals::PutInPlace(target, text, attributes))
         return ERR_WRITE_ACCESS_DENIED;
     return ERR_SUCCESS;
 }

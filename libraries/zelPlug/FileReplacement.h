@@ -4,9 +4,9 @@
 #include <boost/filesystem/path.hpp>
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 
 namespace PI::Internals
 {
@@ -14,9 +14,9 @@ namespace PI::Internals
 /// What a new file takes over from the one that it replaces.
 struct FileAttributes
 {
-    mode_t permissions;
-    uid_t owner;
-    gid_t group;
+    std::uint32_t permissions = 0; ///< on Windows, where owners stay by themselves: attributes
+    std::uint32_t owner = 0;
+    std::uint32_t group = 0;
 };
 
 enum class ReadResult
@@ -44,7 +44,16 @@ ReadResult ReadWhole(const boost::filesystem::path& path, Purpose purpose, std::
 /// Writes the content to disk under another name in the same folder, then renames it. Whatever
 /// happens, the path names the whole old file or the whole new one.
 /// @param attributes  of the old file, none when there is no old one
-bool ReplaceFile(const boost::filesystem::path& path, const std::string& content,
-                 const std::optional<FileAttributes>& attributes);
+bool PutInPlace(const boost::filesystem::path& path, const std::string& content,
+                const std::optional<FileAttributes>& attributes);
+
+// For the two above, which linux/ and windows/ hold.
+
+/// The folder that a file lies in.
+boost::filesystem::path FolderOf(const boost::filesystem::path& path);
+
+/// A short name of its own in the folder of a file: two processes that write at once must not share
+/// it, and the file's name may be as long as names can be. Empty when none is to be had.
+boost::filesystem::path TemporaryBeside(const boost::filesystem::path& path);
 
 } // namespace PI::Internals

@@ -1,9 +1,9 @@
 #include "libraries/zelStore/Location.h"
 
-#include <boost/filesystem/operations.hpp>
+#include "contracts/zelKit/Environment.h"
+#include "libraries/zelStore/SystemFiles.h"
 
-#include <cstdlib>
-#include <sqlite3.h>
+#include <boost/filesystem/operations.hpp>
 
 namespace DatabaseWrapper::Internals
 {
@@ -12,25 +12,7 @@ namespace
 
 using boost::filesystem::path;
 
-constexpr const char* systemFolder = "/var/lib/tarnis";
 constexpr const char* fileName = "tarnis.db";
-
-/// The value of a variable that is set and not empty, else null.
-const char* Variable(const char* name)
-{
-    const char* text = std::getenv(name);
-    return text != nullptr && *text != '\0' ? text : nullptr;
-}
-
-bool IsWritable(const path& place)
-{
-    sqlite3_vfs* system = sqlite3_vfs_find(nullptr);
-    int writable = 0;
-    return system != nullptr &&
-           system->xAccess(system, place.c_str(), SQLITE_ACCESS_READWRITE, &writable) ==
-               SQLITE_OK &&
-           writable != 0;
-}
 
 std::string Absolute(const path& place)
 {
@@ -43,16 +25,14 @@ std::string Absolute(const path& place)
 
 std::string LocateDatabase()
 {
-    if (const char* named = Variable("TARNIS_DATABASE"))
-        return named == std::string(inMemory) ? named : Absolute(named);
-    const path common = path(systemFolder) / fileName;
-    if (IsWritable(common) || IsWritable(systemFolder))
-        return common.string();
-    if (const char* folder = Variable("XDG_STATE_HOME"))
-        return Absolute(path(folder) / "tarnis" / fileName);
-    if (const char* folder = Variable("HOME"))
-        return Absolute(path(folder) / ".local" / "state" / "tarnis" / fileName);
-    return {};
+    const std::string named = ZKT::Misc::GetVariable("TARNIS_DATABASE");
+    if (!named.empty())
+        return named == inMemory ? named : Absolute(named);
+    const path common = CommonFolder();
+    if (!common.empty() && (IsWritable(common / fileName) || IsWritable(common)))
+        return (common / fileName).string();
+    const path own = OwnFolder();
+    return own.empty() ? std::string() : Absolute(own / fileName);
 }
 
 } // namespace DatabaseWrapper::Internals

@@ -2,15 +2,12 @@
 
 #include "libraries/zelStore/OpenDatabase.h"
 #include "libraries/zelStore/OurDatabase.h"
+#include "libraries/zelStore/SystemFiles.h"
 
 #include <boost/filesystem/operations.hpp>
 
 #include <array>
 #include <string_view>
-
-#if !defined(_WIN32)
-#include <sys/stat.h>
-#endif
 
 namespace DatabaseWrapper::Internals
 {
@@ -19,17 +16,6 @@ namespace
 
 constexpr const char* logEnding = "-wal";
 constexpr const char* logIndexEnding = "-shm";
-
-/// Windows keeps an open file where it is, so that there is nothing to tell apart.
-FileIdentity IdentityOf([[maybe_unused]] const std::string& path)
-{
-#if !defined(_WIN32)
-    struct stat status = {};
-    if (stat(path.c_str(), &status) == 0)
-        return std::pair<std::uint64_t, std::uint64_t>(status.st_dev, status.st_ino);
-#endif
-    return {};
-}
 
 void Remove(const std::string& path)
 {

@@ -1,9 +1,11 @@
 #include "host/Wakeup.h"
 
 #include "host/Failure.h"
+#include "host/linux/Channel.h"
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstring>
 #include <string>
@@ -65,6 +67,8 @@ void Sleep(std::array<pollfd, 4>& sources)
             Checked(-1);
 }
 
+static_assert(PIPE_BUF >= Host::Wakeup::pieceBytes, "so much of a pipe's room never blocks");
+
 constexpr short gone = POLLERR | POLLHUP | POLLNVAL;
 
 } // namespace
@@ -72,9 +76,17 @@ constexpr short gone = POLLERR | POLLHUP | POLLNVAL;
 namespace Host
 {
 
-Wakeup::Wakeup(int inbox, int output, std::optional<std::uint32_t> seconds)
-    : m_Inbox(inbox), m_Output(output), m_Signals(SignalDescriptor()),
-      m_Timer(TimerDescriptor(seconds))
+struct Wakeup::State
+{
+    int inbox;
+    int output;
+    int signals;
+    int timer;
+};
+
+Wakeup::Wakeup(const Doorbell& inbox, Output& output, std::optional<std::uint32_t> seconds)
+    : m_State(new State{static_cast<int>(inbox.Waitable()), output.GetChannel().descriptor,
+                        SignalDescriptor(), TimerDescriptor(seconds)})
 {
 }
 
@@ -82,19 +94,21 @@ Wakeup::~Wakeup()
 {
     // What was read here is answered; a further signal has its usual effect.
     signalfd_siginfo info;
-    while (::read(m_Signals, &info, sizeof info) > 0)
+    while (::read(m_State->signals, &info, sizeof info) > 0)
     {
     }
-    ::close(m_Signals);
-    ::close(m_Timer);
+    ::close(m_State->signals);
+    ::close(m_State->timer);
     const sigset_t signals = EndSignals();
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 Wakeup::Reason Wakeup::WaitForInbox() const
 {
-    std::array<pollfd, 4> sources{
-        {{m_Inbox, POLLIN, 0}, {m_Signals, POLLIN, 0}, {m_Timer, POLLIN, 0}, {m_Output, 0, 0}}};
+    std::array<pollfd, 4> sources{{{m_State->inbox, POLLIN, 0},
+                                   {m_State->signals, POLLIN, 0},
+                                   {m_State->timer, POLLIN, 0},
+                                   {m_State->output, 0, 0}}};
     Sleep(sources);
     if (sources[0].revents != 0)
         return Reason::Inbox;
@@ -103,8 +117,10 @@ Wakeup::Reason Wakeup::WaitForInbox() const
 
 Wakeup::Reason Wakeup::WaitForOutput() const
 {
-    std::array<pollfd, 4> sources{
-        {{-1, 0, 0}, {m_Signals, POLLIN, 0}, {m_Timer, POLLIN, 0}, {m_Output, POLLOUT, 0}}};
+    std::array<pollfd, 4> sources{{{-1, 0, 0},
+                                   {m_State->signals, POLLIN, 0},
+                                   {m_State->timer, POLLIN, 0},
+                                   {m_State->output, POLLOUT, 0}}};
     Sleep(sources);
     if (sources[1].revents != 0 || sources[2].revents != 0)
         return Reason::End;

@@ -1,0 +1,21 @@
+# Toolchain: Debian's MinGW-w64 with POSIX threads, for 64-bit Windows 10 and later.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+set(CMAKE_CXX_FLAGS_INIT -D_WIN32_WINNT=0x0A00)
+
+set(TARNIS_WINDOWS_LIBRARIES ${CMAKE_CURRENT_LIST_DIR}/../build/windows-libraries)
+set(CMAKE_FIND_ROOT_PATH ${TARNIS_WINDOWS_LIBRARIES})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# The libraries that the distribution's own search would find are Linux'.
+set(CMAKE_PROJECT_TOP_LEVEL_INCLUDES ${CMAKE_CURRENT_LIST_DIR}/windows-packages.cmake)
+
+find_program(TARNIS_WINE wine)
+if(TARNIS_WINE)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${TARNIS_WINE})
+endif()

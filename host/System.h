@@ -1,0 +1,49 @@
+// What a host needs of the system besides its output; linux/ and windows/ hold the ways.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Host
+{
+
+/// The arguments of main, in UTF-8 whatever the system calls them by.
+std::vector<std::string> Arguments(int argc, char** argv);
+
+/// What the plug-in's file is called, and what stands between folders in the names of files.
+extern const char* const pluginFileName;
+extern const char* const folderSeparators;
+
+/// The folder of this program; empty when it cannot be told.
+std::string ProgramFolder();
+
+/// Loads a library. A plain name is looked for where the system looks for libraries.
+/// @return null, and the reason
+void* OpenLibrary(const std::string& path, std::string& reason);
+/// @return null, and the reason
+void* FindSymbol(void* library, const char* name, std::string& reason);
+void CloseLibrary(void* library);
+
+/// A bell that one thread rings and another sleeps by.
+class Doorbell
+{
+  public:
+    /// @throws Failure
+    Doorbell();
+    ~Doorbell();
+    Doorbell(const Doorbell&) = delete;
+    Doorbell& operator=(const Doorbell&) = delete;
+
+    void Ring();
+    /// Before what was rung for is taken.
+    void Answer();
+
+    /// What a Wakeup waits for: a descriptor on Linux, a handle on Windows.
+    std::intptr_t Waitable() const { return m_Waitable; }
+
+  private:
+    std::intptr_t m_Waitable;
+};
+
+} // namespace Host

@@ -1,0 +1,84 @@
+#include "host/System.h"
+
+#include "host/Failure.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include <dlfcn.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace Host
+{
+
+namespace
+{
+
+std::string LastReason()
+{
+    const char* reason = ::dlerror();
+    return reason != nullptr ? reason : "unknown reason";
+}
+
+} // namespace
+
+const char* const pluginFileName = "tarnis.so";
+const char* const folderSeparators = "/";
+
+std::vector<std::string> Arguments(int argc, char** argv)
+{
+    return {argv, argv + argc};
+}
+
+std::string ProgramFolder()
+{
+    std::error_code error;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : program.parent_path().string();
+}
+
+void* OpenLibrary(const std::string& path, std::string& reason)
+{
+    void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr)
+        reason = LastReason();
+    return library;
+}
+
+void* FindSymbol(void* library, const char* name, std::string& reason)
+{
+    void* symbol = ::dlsym(library, name);
+    if (symbol == nullptr)
+        reason = LastReason();
+    return symbol;
+}
+
+void CloseLibrary(void* library)
+{
+    ::dlclose(library);
+}
+
+Doorbell::Doorbell() : m_Waitable(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    if (m_Waitable < 0)
+        throw Failure(EXIT_PLUGIN, "cannot wait for events: the system gives no descriptor");
+}
+
+Doorbell::~Doorbell()
+{
+    ::close(static_cast<int>(m_Waitable));
+}
+
+void Doorbell::Ring()
+{
+    ::eventfd_write(static_cast<int>(m_Waitable), 1);
+}
+
+void Doorbell::Answer()
+{
+    eventfd_t rings = 0;
+    ::eventfd_read(static_cast<int>(m_Waitable), &rings);
+}
+
+} // namespace Host

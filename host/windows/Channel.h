@@ -1,0 +1,50 @@
+#pragma once
+
+#include "host/Output.h"
+#include "host/windows/Event.h"
+
+#include <atomic>
+#include <string>
+
+namespace Host
+{
+
+/// Writes on a thread of its own, one text at a time.
+class Output::Channel
+{
+  public:
+    /// @param descriptor  of the C library; closed with this
+    explicit Channel(int descriptor);
+    /// Waits for what is on its way, unless it was abandoned.
+    ~Channel();
+    Channel(const Channel&) = delete;
+    Channel& operator=(const Channel&) = delete;
+
+    /// Hands a text over, once the one before it is written. @throws Failure of the one before
+    void Send(std::string_view text);
+    /// Waits for what is on its way. @throws Failure
+    void Finish();
+    /// Gives what is on its way so long, then breaks it off.
+    void Abandon(DWORD milliseconds);
+
+    /// Set while nothing is on its way.
+    HANDLE Idle() const { return m_Idle.Get(); }
+    /// Whether nobody reads any more. Known while nothing is on its way.
+    bool HasNoReader() const;
+
+  private:
+    static unsigned __stdcall RunThread(void* channel);
+    void Run();
+    DWORD WriteAll() const;
+    void Check() const;
+
+    int m_Descriptor;
+    Event m_Work{false, false};
+    Event m_Idle{true, true};
+    std::string m_Text; ///< the thread's while m_Idle is not set, as m_Error
+    DWORD m_Error = 0;  ///< of the last text
+    std::atomic<bool> m_Ends = false;
+    HANDLE m_Thread;
+};
+
+} // namespace Host

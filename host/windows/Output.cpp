@@ -1,0 +1,199 @@
+#include "host/Failure.h"
+#include "host/windows/Channel.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <system_error>
+
+#include <fcntl.h>
+#include <io.h>
+#include <process.h>
+
+namespace
+{
+
+constexpr int standardOutput = 1;
+constexpr int standardError = 2;
+
+[[noreturn]] void FailWriting(DWORD error)
+{
+    throw Host::Failure(Host::EXIT_PLUGIN, "standard output: " + std::system_category().message(
+                                                                     static_cast<int>(error)));
+}
+
+HANDLE HandleOf(int descriptor)
+{
+    return reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
+}
+
+bool IsReaderGone(DWORD error)
+{
+    return error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA ||
+           error == ERROR_PIPE_NOT_CONNECTED;
+}
+
+// Without this a database file could be opened as descriptor 1 or 2 and take what is printed.
+void FillStandardDescriptors()
+{
+    int opened = 0;
+    while (opened >= 0 && opened <= standardError)
+        opened = ::_open("NUL", _O_RDWR | _O_BINARY | _O_NOINHERIT);
+    if (opened > standardError)
+        ::_close(opened);
+}
+
+/// Has a console take UTF-8 and the usual sequences for colours. @return whether it is one
+bool SetUpConsole(HANDLE console)
+{
+    DWORD mode = 0;
+    if (GetConsoleMode(console, &mode) == 0)
+        return false;
+    SetConsoleOutputCP(CP_UTF8);
+    return true;
+}
+
+bool TakesColour(HANDLE console)
+{
+    DWORD mode = 0;
+    return GetConsoleMode(console, &mode) != 0 &&
+           SetConsoleMode(console,
+                          mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
+
+std::size_t ConsoleColumns(HANDLE console)
+{
+    CONSOLE_SCREEN_BUFFER_INFO facts = {};
+    if (GetConsoleScreenBufferInfo(console, &facts) == 0)
+        return 80;
+    return static_cast<std::size_t>(std::max(facts.srWindow.Right - facts.srWindow.Left + 1, 60));
+}
+
+} // namespace
+
+namespace Host
+{
+
+Output::Channel::Channel(int descriptor)
+    : m_Descriptor(descriptor),
+      m_Thread(reinterpret_cast<HANDLE>(::_beginthreadex(nullptr, 0, RunThread, this, 0, nullptr)))
+{
+    if (m_Thread == nullptr)
+        throw Failure(EXIT_PLUGIN, "standard output: the system gives no thread to write it");
+}
+
+Output::Channel::~Channel()
+{
+    WaitForSingleObject(m_Idle.Get(), INFINITE);
+    m_Ends = true;
+    m_Work.Set();
+    WaitForSingleObject(m_Thread, INFINITE);
+    CloseHandle(m_Thread);
+    ::_close(m_Descriptor);
+}
+
+void Output::Channel::Send(std::string_view text)
+{
+    Finish();
+    m_Text = text;
+    m_Idle.Reset();
+    m_Work.Set();
+}
+
+void Output::Channel::Finish()
+{
+    WaitForSingleObject(m_Idle.Get(), INFINITE);
+    Check();
+}
+
+void Output::Channel::Abandon(DWORD milliseconds)
+{
+    // Tried again and again: between two writes there is nothing to break off.
+    while (WaitForSingleObject(m_Idle.Get(), milliseconds) == WAIT_TIMEOUT)
+    {
+        CancelSynchronousIo(m_Thread);
+        milliseconds = 5;
+    }
+}
+
+bool Output::Channel::HasNoReader() const
+{
+    return IsReaderGone(m_Error);
+}
+
+void Output::Channel::Check() const
+{
+    if (m_Error != ERROR_SUCCESS && m_Error != ERROR_OPERATION_ABORTED)
+        FailWriting(m_Error);
+}
+
+unsigned __stdcall Output::Channel::RunThread(void* channel)
+{
+    static_cast<Channel*>(channel)->Run();
+    return 0;
+}
+
+void Output::Channel::Run()
+{
+    while (WaitForSingleObject(m_Work.Get(), INFINITE) == WAIT_OBJECT_0 && !m_Ends)
+    {
+        m_Error = WriteAll();
+        m_Idle.Set();
+    }
+}
+
+DWORD Output::Channel::WriteAll() const
+{
+    for (std::string_view rest = m_Text; !rest.empty();)
+    {
+        DWORD written = 0;
+        const auto size = static_cast<DWORD>(std::min<std::size_t>(rest.size(), 1 << 16));
+        if (WriteFile(HandleOf(m_Descriptor), rest.data(), size, &written, nullptr) == 0)
+            return GetLastError();
+        rest.remove_prefix(written);
+    }
+    return ERROR_SUCCESS;
+}
+
+Output::Output()
+{
+    // Set aside before anything is opened, so that it cannot be taken for something else.
+    const int descriptor = ::_dup(standardOutput);
+    const bool isOpen = descriptor >= 0 && HandleOf(descriptor) != INVALID_HANDLE_VALUE &&
+                        GetFileType(HandleOf(descriptor)) != FILE_TYPE_UNKNOWN;
+    FillStandardDescriptors();
+    ::_dup2(standardError, standardOutput);
+    ::_setmode(standardOutput, _O_BINARY);
+    ::_setmode(standardError, _O_BINARY);
+    SetUpConsole(HandleOf(standardError));
+    // Lines of the plug-in appear when they are printed, not at the end of the process. The C
+    // library of Windows takes a line's buffering for that of a block.
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
+    if (!isOpen)
+        return;
+    if (SetUpConsole(HandleOf(descriptor)))
+    {
+        m_Coloured = !RefusesColour() && TakesColour(HandleOf(descriptor));
+        m_Columns = ConsoleColumns(HandleOf(descriptor));
+    }
+    m_Channel = std::make_unique<Channel>(descriptor);
+}
+
+Output::~Output() = default;
+
+void Output::Write(std::string_view text)
+{
+    if (!m_Channel)
+        FailWriting(ERROR_INVALID_HANDLE);
+    m_Channel->Send(text);
+}
+
+void Output::Close()
+{
+    if (!m_Channel)
+        return;
+    m_Channel->Finish();
+    m_Channel.reset();
+}
+
+} // namespace Host

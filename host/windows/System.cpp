@@ -1,0 +1,118 @@
+#include "host/System.h"
+
+#include "contracts/zelKit/windows/WideText.h"
+#include "host/Failure.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+namespace Host
+{
+
+namespace
+{
+
+std::string LastReason()
+{
+    return std::system_category().message(static_cast<int>(GetLastError()));
+}
+
+HANDLE HandleOf(std::intptr_t waitable)
+{
+    return reinterpret_cast<HANDLE>(waitable);
+}
+
+} // namespace
+
+const char* const pluginFileName = "tarnis.dll";
+const char* const folderSeparators = "/\\:";
+
+std::vector<std::string> Arguments(int argc, char** argv)
+{
+    int count = 0;
+    wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    if (wide == nullptr)
+        return {argv, argv + argc};
+    std::vector<std::string> arguments;
+    for (int i = 0; i < count; ++i)
+        arguments.push_back(ZKT::Misc::FromWide(wide[i]));
+    LocalFree(wide);
+    return arguments;
+}
+
+std::string ProgramFolder()
+{
+    std::wstring path(MAX_PATH, L'\0');
+    constexpr std::size_t longest = 1 << 15;
+    for (;;)
+    {
+        const DWORD size =
+            GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+        if (size < path.size())
+        {
+            path.resize(size);
+            return std::filesystem::path(path).parent_path().string();
+        }
+        if (path.size() > longest)
+            return {};
+        path.resize(path.size() * 2);
+    }
+}
+
+void* OpenLibrary(const std::string& path, std::string& reason)
+{
+    // As the loader of a named file does, its folder is where the libraries beside it are found.
+    const bool isPlain = path.find_first_of(folderSeparators) == std::string::npos;
+    const std::wstring file =
+        isPlain ? ZKT::Misc::ToWide(path)
+                : std::filesystem::absolute(std::filesystem::path(path)).make_preferred().wstring();
+    const HMODULE library = LoadLibraryExW(file.c_str(), nullptr,
+                                           isPlain ? LOAD_LIBRARY_SEARCH_DEFAULT_DIRS
+                                                   : LOAD_LIBRARY_SEARCH_DEFAULT_DIRS |
+                                                         LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR);
+    if (library == nullptr)
+        reason = path + ": " + LastReason();
+    return library;
+}
+
+void* FindSymbol(void* library, const char* name, std::string& reason)
+{
+    const FARPROC symbol = GetProcAddress(static_cast<HMODULE>(library), name);
+    if (symbol == nullptr)
+        reason = std::string(name) + ": " + LastReason();
+    return reinterpret_cast<void*>(symbol);
+}
+
+void CloseLibrary(void* library)
+{
+    FreeLibrary(static_cast<HMODULE>(library));
+}
+
+// Set by hand, so that several rings are answered at once.
+Doorbell::Doorbell()
+    : m_Waitable(reinterpret_cast<std::intptr_t>(CreateEventW(nullptr, TRUE, FALSE, nullptr)))
+{
+    if (m_Waitable == 0)
+        throw Failure(EXIT_PLUGIN, "cannot wait for events: the system gives no event");
+}
+
+Doorbell::~Doorbell()
+{
+    CloseHandle(HandleOf(m_Waitable));
+}
+
+void Doorbell::Ring()
+{
+    SetEvent(HandleOf(m_Waitable));
+}
+
+void Doorbell::Answer()
+{
+    ResetEvent(HandleOf(m_Waitable));
+}
+
+} // namespace Host
