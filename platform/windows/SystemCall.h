@@ -1,0 +1,30 @@
+// Calls into Windows that may take long, so that a thread that is cancelled leaves them.
+#pragma once
+
+#include "platform/windows/SystemHandle.h"
+
+#include <string>
+
+namespace Platform
+{
+
+/// Opens what exists; synchronous, shared with everybody.
+/// @param path    in UTF-8
+/// @param access  0: to be asked what anybody may ask
+DWORD OpenSystemFile(const std::string& path, DWORD access, SystemHandle& handle);
+
+/// DeviceIoControl of Windows. @return the system's error
+DWORD CallDevice(const SystemHandle& device, DWORD code, void* input, DWORD inputSize, void* output,
+                 DWORD outputSize, DWORD& written);
+
+/// For a code without input whose answer has a fixed size.
+template <class Answer> DWORD AskDevice(const SystemHandle& device, DWORD code, Answer& answer)
+{
+    DWORD written = 0;
+    const DWORD error = CallDevice(device, code, nullptr, 0, &answer, sizeof answer, written);
+    if (error == ERROR_SUCCESS && written < sizeof answer)
+        return ERROR_IO_DEVICE;
+    return error;
+}
+
+} // namespace Platform
