@@ -4,6 +4,8 @@
 // follow the published ones. The assertions at the end hold for both.
 #pragma once
 
+#include <cstddef>
+
 #if defined(_WIN32)
 
 #ifndef NOMINMAX
@@ -150,7 +152,7 @@ inline constexpr CONFIGRET CR_INVALID_DEVNODE = 0x05;
 inline constexpr CONFIGRET CR_NO_SUCH_DEVNODE = 0x0D;
 inline constexpr CONFIGRET CR_FAILURE = 0x13;
 inline constexpr CONFIGRET CR_BUFFER_SMALL = 0x1A;
-inline constexpr CONFIGRET CR_INVALID_PROPERTY = 0x23;
+inline constexpr CONFIGRET CR_INVALID_PROPERTY = 0x35;
 inline constexpr CONFIGRET CR_NO_SUCH_VALUE = 0x25;
 inline constexpr ULONG CM_DRP_SERVICE = 5;
 
@@ -211,17 +213,40 @@ static_assert(sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A) == 8);
 static_assert(sizeof(STORAGE_DEVICE_NUMBER) == 12);
 static_assert(sizeof(GET_LENGTH_INFORMATION) == 8);
 static_assert(sizeof(GETVERSIONINPARAMS) == 24);
+static_assert(offsetof(SP_DEVINFO_DATA, DevInst) == 20);
+static_assert(offsetof(SP_DEVICE_INTERFACE_DATA, Reserved) == 24);
+static_assert(offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_A, DevicePath) == 4);
+static_assert(offsetof(STORAGE_DEVICE_NUMBER, DeviceNumber) == 4);
+static_assert(offsetof(GETVERSIONINPARAMS, fCapabilities) == 4);
 static_assert(sizeof(IDEREGS) == 8);
+static_assert(offsetof(IDEREGS, bCommandReg) == 6);
 static_assert(sizeof(SENDCMDINPARAMS) == 33);
+static_assert(offsetof(SENDCMDINPARAMS, irDriveRegs) == 4);
+static_assert(offsetof(SENDCMDINPARAMS, bDriveNumber) == 12);
+static_assert(offsetof(SENDCMDINPARAMS, bBuffer) == 32);
 static_assert(sizeof(DRIVERSTATUS) == 12);
+static_assert(offsetof(SENDCMDOUTPARAMS, DriverStatus) == 4);
 static_assert(sizeof(SENDCMDOUTPARAMS) == 17);
 static_assert(sizeof(SENDCMDOUTPARAMS) - 1 == ReplyDataOffset);
 static_assert(static_cast<DWORD>(IOCTL_STORAGE_GET_DEVICE_NUMBER) == 0x002D1080);
 static_assert(static_cast<DWORD>(IOCTL_DISK_GET_LENGTH_INFO) == 0x0007405C);
 static_assert(static_cast<DWORD>(SMART_GET_VERSION) == 0x00074080);
 static_assert(static_cast<DWORD>(SMART_RCV_DRIVE_DATA) == 0x0007C088);
+static_assert(ID_CMD == 0xEC && SMART_CMD == 0xB0 && READ_ATTRIBUTES == 0xD0);
+static_assert(SMART_CYL_LOW == 0x4F && SMART_CYL_HI == 0xC2);
 static_assert(CM_DRP_SERVICE == 5);
-static_assert(DIGCF_PRESENT + DIGCF_DEVICEINTERFACE == 18);
-static_assert(ERROR_INSUFFICIENT_BUFFER == 122);
+static_assert(CR_SUCCESS == 0 && CR_INVALID_POINTER == 3 && CR_INVALID_FLAG == 4);
+static_assert(CR_INVALID_DEVNODE == 5 && CR_NO_SUCH_DEVNODE == 13 && CR_FAILURE == 19);
+static_assert(CR_BUFFER_SMALL == 26 && CR_INVALID_PROPERTY == 53 && CR_NO_SUCH_VALUE == 37);
+static_assert(DIGCF_PRESENT == 2 && DIGCF_DEVICEINTERFACE == 16);
+static_assert(static_cast<DWORD>(GENERIC_READ) == 0x80000000 && GENERIC_WRITE == 0x40000000);
+static_assert(FILE_SHARE_READ == 1 && FILE_SHARE_WRITE == 2 && FILE_SHARE_DELETE == 4);
+static_assert(OPEN_EXISTING == 3 && FILE_ATTRIBUTE_NORMAL == 128);
+static_assert(ERROR_SUCCESS == 0 && ERROR_INVALID_FUNCTION == 1 && ERROR_FILE_NOT_FOUND == 2);
+static_assert(ERROR_ACCESS_DENIED == 5 && ERROR_INVALID_HANDLE == 6);
+static_assert(ERROR_NOT_ENOUGH_MEMORY == 8 && ERROR_NOT_READY == 21 && ERROR_GEN_FAILURE == 31);
+static_assert(ERROR_INVALID_PARAMETER == 87 && ERROR_INSUFFICIENT_BUFFER == 122);
+static_assert(ERROR_NO_MORE_ITEMS == 259 && ERROR_IO_DEVICE == 1117);
+static_assert(ERROR_INVALID_USER_BUFFER == 1784);
 
 } // namespace Platform

@@ -4,10 +4,12 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <random>
+#if !defined(_WIN32)
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 namespace
 {
@@ -118,6 +120,8 @@ TEST_F(Settings, ThatNoLineCanHoldAreRefused)
     EXPECT_EQ(Bytes(), "=1\n#a=1\n");
 }
 
+#if !defined(_WIN32) // files, places and signals that Windows does not have
+
 TEST_F(Settings, KeepTheirPlaceAndPermissions)
 {
     const fs::path link = m_Folder / "link";
@@ -207,5 +211,7 @@ TEST_F(Settings, AreOldOrNewWhenTheWriterIsKilled)
         ASSERT_TRUE(bytes.starts_with("Key=7") && bytes.substr(end) == rest);
     }
 }
+
+#endif
 
 } // namespace

@@ -11,7 +11,12 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#if defined(_WIN32)
+#include "contracts/zelKit/windows/Cancellation.h"
+#include <windows.h>
+#else
 #include <unistd.h>
+#endif
 
 namespace
 {
@@ -50,11 +55,53 @@ struct TestLock : Native_OS::CFastMutex
     TestLock() { Init(); }
 };
 
+#if defined(_WIN32)
+/// Handles of the process; those of threads are among them.
+std::size_t EntriesOf(const char*)
+{
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+}
+
+/// What a driver does that does not answer: a pipe that nobody comes to.
+TEST(Threads, LeaveCallsOfTheSystemWhenTheyAreCancelled)
+{
+    const HANDLE pipe = CreateNamedPipeA("\\\\.\\pipe\\tarnis-test", PIPE_ACCESS_DUPLEX,
+                                         PIPE_TYPE_BYTE, 1, 512, 512, 0, nullptr);
+    ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
+    for (const DWORD time : {0, 20})
+    {
+        std::atomic<bool> isThere = false, wentOn = false;
+        std::atomic<DWORD> error = ERROR_SUCCESS;
+        Runner runner(
+            [&]
+            {
+                RunCancellable(
+                    [&]
+                    {
+                        isThere = true;
+                        if (ConnectNamedPipe(pipe, nullptr) == 0)
+                            error = GetLastError();
+                    });
+                wentOn = true;
+            });
+        while (!isThere)
+            Sleep(0);
+        Sleep(time);
+        runner.Stop();
+        EXPECT_FALSE(wentOn);
+        EXPECT_EQ(error, DWORD{ERROR_OPERATION_ABORTED});
+    }
+    CloseHandle(pipe);
+}
+#else
 std::size_t EntriesOf(const char* folder)
 {
     const std::filesystem::directory_iterator entries(folder);
     return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
+#endif
 
 TEST(Lock, GivesItsResults)
 {
@@ -217,14 +264,16 @@ TEST(Intervals, EndOnTimeHoweverOftenAWaitIsBrokenOff)
 TEST(Threads, GiveTheirResults)
 {
     TestEvent go;
-    bool blocked = false;
+    bool blocked = true;
     bool survived = false;
     Runner runner(
         [&]
         {
+#if !defined(_WIN32)
             sigset_t signals;
             pthread_sigmask(SIG_BLOCK, nullptr, &signals);
             blocked = sigismember(&signals, SIGTERM) == 1 && sigismember(&signals, SIGINT) == 1;
+#endif
             go.Wait(Infinite);
             runner.Cancel(); // of itself: without effect
             survived = TestEvent().Wait(1) == RESULT_TIMEOUT;
@@ -264,6 +313,8 @@ TEST(Threads, LeaveNothingBehindAlsoWithoutTheirObject)
     EXPECT_EQ(EntriesOf("/proc/self/fd"), files);
 }
 
+#if !defined(_WIN32) // there a pipe cannot take the place of standard error
+
 TEST(Threads, AreNotCancelledInsideATrace)
 {
     Language_Support::CLanguageSupport::CLngFile messages("", 0, "", 0, nullptr, 0);
@@ -298,5 +349,7 @@ TEST(Threads, AreNotCancelledInsideATrace)
     for (const int file : {savedError, ends[0], ends[1]})
         close(file);
 }
+
+#endif
 
 } // namespace

@@ -1,13 +1,16 @@
+#include "contracts/zelKit.h"
 #include "tests/platform/Support.h"
 
+#include <atomic>
 #include <thread>
 #include <tuple>
 #include <vector>
 
-#include <pthread.h>
 #include <stdlib.h>
 
-using namespace Platform;
+// Inside it: outside, Windows has functions of the same names.
+namespace Platform
+{
 
 TEST(SimulatedMachine, MissingPartsFailTheirCommandAndAreAskedAllTheSame)
 {
@@ -84,24 +87,28 @@ TEST(SimulatedMachine, ADelayedCallHoldsNobodyElseAndItsThreadCanBeCancelled)
     const std::size_t openBefore = OpenHandleCount();
     const HANDLE device = OpenDisk(GENERIC_READ | GENERIC_WRITE);
     ASSERT_NE(device, INVALID_HANDLE_VALUE);
-    pthread_t thread = {};
-    const auto run = [](void* handle) -> void*
+    struct Call
     {
-        STORAGE_DEVICE_NUMBER number = {};
-        NumberError(handle, number);
-        return nullptr;
-    };
-    ASSERT_EQ(pthread_create(&thread, nullptr, run, device), 0);
+        void Run()
+        {
+            STORAGE_DEVICE_NUMBER number = {};
+            NumberError(device, number);
+            hasReturned = true;
+        }
+        HANDLE device;
+        std::atomic<bool> hasReturned = false;
+    } call{device};
+    ZKT::Threading::CThread thread;
+    ASSERT_EQ(thread.Create({&call, &Call::Run}, false), ZKT::RESULT_SUCCESS);
     auto& machine = dynamic_cast<SimulatedMachine&>(CurrentMachine());
     while (machine.JournalCount(0, DriveCall::DeviceNumber) == 0)
         std::this_thread::yield();
     EXPECT_TRUE(CloseHandle(device)) << "closed while in use";
     EXPECT_EQ(Open(machine, 1)->SmartVersion(), ERROR_SUCCESS);
 
-    ASSERT_EQ(pthread_cancel(thread), 0);
-    void* result = nullptr;
-    ASSERT_EQ(pthread_join(thread, &result), 0);
-    EXPECT_EQ(result, PTHREAD_CANCELED);
+    thread.GetControlBlock()->Cancel();
+    ASSERT_EQ(thread.Wait(ZKT::Infinite), ZKT::RESULT_SUCCESS);
+    EXPECT_FALSE(call.hasReturned);
     EXPECT_EQ(OpenHandleCount(), openBefore);
     SetCurrentMachine(nullptr);
 }
@@ -111,7 +118,12 @@ TEST(CurrentMachine, ComesFromTheEnvironmentAndComplainsOnce)
     const TestFolder folder;
     const std::string good = folder.Write("good.json", MachineText("0", R"({"number": 0})"));
     // Without a file it is this computer, which has devices of its own.
-    const std::size_t own = ThisComputer()->ReadDeviceTree()->size();
+    const auto count = [](Machine& machine)
+    {
+        const auto tree = machine.ReadDeviceTree();
+        return tree ? tree->size() : 0;
+    };
+    const std::size_t own = count(*ThisComputer());
     const std::tuple<std::string, bool, std::size_t> cases[] = {
         {good, true, 3}, {folder.Write("wrong.json", "{"), false, 1}, {"", true, own}};
     for (const auto& [file, opens, nodes] : cases)
@@ -123,7 +135,7 @@ TEST(CurrentMachine, ComesFromTheEnvironmentAndComplainsOnce)
             testing::internal::CaptureStderr();
             std::string message;
             EXPECT_TRUE(!asksFirst || OpenCurrentMachine(message) == opens) << message;
-            EXPECT_EQ(CurrentMachine().ReadDeviceTree()->size(), nodes);
+            EXPECT_EQ(count(CurrentMachine()), nodes);
             EXPECT_EQ(OpenCurrentMachine(message), opens);
             EXPECT_EQ(message.empty(), opens);
             const std::string told = testing::internal::GetCapturedStderr();
@@ -133,3 +145,5 @@ TEST(CurrentMachine, ComesFromTheEnvironmentAndComplainsOnce)
     unsetenv("TARNIS_MACHINE");
     SetCurrentMachine(nullptr);
 }
+
+} // namespace Platform

@@ -7,7 +7,9 @@
 #include <tuple>
 #include <vector>
 
-using namespace Platform;
+// Inside it: outside, Windows has functions of the same names.
+namespace Platform
+{
 
 namespace
 {
@@ -36,7 +38,7 @@ class WindowsApi : public testing::Test
 
     static HDEVINFO DiskInterfaces(const char* device, DWORD flags = 18)
     {
-        return SetupDiGetClassDevsA(&DiskInterfaceClass, device, nullptr, flags);
+        return Platform::SetupDiGetClassDevsA(&DiskInterfaceClass, device, nullptr, flags);
     }
 
     static DWORD Error(BOOL done) { return done ? ERROR_SUCCESS : GetLastError(); }
@@ -47,8 +49,10 @@ class WindowsApi : public testing::Test
         STORAGE_DEVICE_NUMBER number = {};
         SP_DEVICE_INTERFACE_DATA data = {sizeof(data), DiskInterfaceClass, 0, 1};
         return {
-            Error(SetupDiEnumDeviceInterfaces(handle, nullptr, &DiskInterfaceClass, 0, &data)),
-            Error(SetupDiGetDeviceInterfaceDetailA(handle, &data, nullptr, 0, nullptr, nullptr)),
+            Error(Platform::SetupDiEnumDeviceInterfaces(handle, nullptr, &DiskInterfaceClass, 0,
+                                                        &data)),
+            Error(Platform::SetupDiGetDeviceInterfaceDetailA(handle, &data, nullptr, 0, nullptr,
+                                                             nullptr)),
             NumberError(handle, number),
             Error(CloseHandle(handle)),
             Error(SetupDiDestroyDeviceInfoList(handle)),
@@ -125,15 +129,17 @@ TEST_F(WindowsApi, InterfacesOfOneDeviceAreListed)
 {
     const DeviceInfoList list(DiskInterfaces("scsi\\DISK"));
     SP_DEVICE_INTERFACE_DATA data = {};
-    const auto enumerate = [&](const DeviceInfoList& of, const GUID& kind, DWORD index)
-    { return Error(SetupDiEnumDeviceInterfaces(of.Get(), nullptr, &kind, index, &data)); };
+    const auto enumerate = [&](const DeviceInfoList& of, const GUID& kind, DWORD index) {
+        return Error(Platform::SetupDiEnumDeviceInterfaces(of.Get(), nullptr, &kind, index, &data));
+    };
     EXPECT_EQ(enumerate(list, DiskInterfaceClass, 0), ERROR_INVALID_USER_BUFFER);
     data.cbSize = sizeof(data);
     EXPECT_EQ(enumerate(list, DiskInterfaceClass, 2), ERROR_NO_MORE_ITEMS);
     ASSERT_EQ(enumerate(list, DiskInterfaceClass, 1), ERROR_SUCCESS);
 
     DWORD needed = 0;
-    EXPECT_FALSE(SetupDiGetDeviceInterfaceDetailA(list.Get(), &data, nullptr, 0, &needed, nullptr));
+    EXPECT_FALSE(Platform::SetupDiGetDeviceInterfaceDetailA(list.Get(), &data, nullptr, 0, &needed,
+                                                            nullptr));
     std::vector<std::uint8_t> block(needed);
     auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*>(block.data());
     const std::tuple<DWORD, DWORD, DWORD> table[] = {{needed, 5, ERROR_INVALID_USER_BUFFER},
@@ -142,8 +148,8 @@ TEST_F(WindowsApi, InterfacesOfOneDeviceAreListed)
     for (const auto& [room, size, error] : table)
     {
         detail->cbSize = size;
-        EXPECT_EQ(error, Error(SetupDiGetDeviceInterfaceDetailA(list.Get(), &data, detail, room,
-                                                                nullptr, nullptr)));
+        EXPECT_EQ(error, Error(Platform::SetupDiGetDeviceInterfaceDetailA(list.Get(), &data, detail,
+                                                                          room, nullptr, nullptr)));
     }
     const char* path = reinterpret_cast<const char*>(block.data()) + 4;
     const DeviceHandle disk(CreateFileA(path, 0, 3, nullptr, OPEN_EXISTING, 128, nullptr));
@@ -152,7 +158,7 @@ TEST_F(WindowsApi, InterfacesOfOneDeviceAreListed)
     EXPECT_EQ(number.DeviceNumber, 1u);
 
     const GUID other = {1, 2, 3, {4}};
-    const DeviceInfoList empty(SetupDiGetClassDevsA(&other, "SCSI\\DISK", nullptr, 18));
+    const DeviceInfoList empty(Platform::SetupDiGetClassDevsA(&other, "SCSI\\DISK", nullptr, 18));
     EXPECT_EQ(enumerate(empty, other, 0), ERROR_NO_MORE_ITEMS);
 }
 
@@ -261,3 +267,5 @@ TEST_F(WindowsApi, ARefusedCallFailsButStillReleases)
     EXPECT_EQ(OpenDisk(ReadWrite), INVALID_HANDLE_VALUE);
     EXPECT_EQ(GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
 }
+
+} // namespace Platform

@@ -1,9 +1,8 @@
 #include "tests/support/PluginTest.h"
 
+#include "host/System.h"
 #include "libraries/zelKit/Clock.h"
 #include "platform/Machine.h"
-
-#include <dlfcn.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -26,18 +25,21 @@ std::uint64_t TestClock()
 
 template <class Function> Function Symbol(void* library, const char* name)
 {
-    void* symbol = dlsym(library, name);
+    std::string reason;
+    void* symbol = Host::FindSymbol(library, name, reason);
     if (symbol == nullptr)
-        throw std::runtime_error(dlerror());
+        throw std::runtime_error(reason);
     return reinterpret_cast<Function>(symbol);
 }
 
 } // namespace
 
-LoadedPlugin::LoadedPlugin() : m_Library(dlopen(TARNIS_BIN_DIR "/tarnis.so", RTLD_NOW | RTLD_LOCAL))
+LoadedPlugin::LoadedPlugin()
 {
+    std::string reason;
+    m_Library = Host::OpenLibrary(TARNIS_BIN_DIR + std::string("/") + Host::pluginFileName, reason);
     if (m_Library == nullptr)
-        throw std::runtime_error(dlerror());
+        throw std::runtime_error(reason);
     m_CreateIf = Symbol<CreateIfFunction>(m_Library, "createIf");
     m_ReleaseIf = Symbol<ReleaseIfFunction>(m_Library, "releaseIf");
     if (m_CreateIf(&m_Interface) != PI::ERR_SUCCESS)
@@ -47,7 +49,7 @@ LoadedPlugin::LoadedPlugin() : m_Library(dlopen(TARNIS_BIN_DIR "/tarnis.so", RTL
 LoadedPlugin::~LoadedPlugin()
 {
     m_ReleaseIf(&m_Interface);
-    dlclose(m_Library);
+    Host::CloseLibrary(m_Library);
 }
 
 void LoadedPlugin::Renew()

@@ -22,7 +22,10 @@ class TestFolder
     TestFolder& operator=(const TestFolder&) = delete;
 
     const std::string& Path() const { return m_Path; }
-    std::string File(const std::string& name) const { return m_Path + "/" + name; }
+    std::string File(const std::string& name) const
+    {
+        return (std::filesystem::path(m_Path) / name).string();
+    }
 
     /// @return the file's path
     std::string Write(const std::string& name, const std::string& content) const
@@ -37,5 +40,5 @@ class TestFolder
     }
 
   private:
-    std::string m_Path = std::filesystem::temp_directory_path() / "tarnis-test-XXXXXX";
+    std::string m_Path = (std::filesystem::temp_directory_path() / "tarnis-test-XXXXXX").string();
 };

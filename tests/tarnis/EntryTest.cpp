@@ -84,7 +84,7 @@ TEST_F(Entry, AdapterIdentifiersGoToTheHostAndComeBack)
     ASSERT_EQ(plugin.adapterIDs.size(), 1U);
     PI::CAdapterID& id = plugin.adapterIDs[0];
     EXPECT_EQ(id.m_AdapterNumber, 0U);
-    EXPECT_EQ(id.m_GlobalAdapterID, PI::CAdapterID::NoGlobalID);
+    EXPECT_EQ(id.m_GlobalAdapterID, +PI::CAdapterID::NoGlobalID); // its value: no library holds it
 
     std::string expected = PictureText(plugin.Topology());
     const std::string name = "text:Windows Advanced Host Controller Interface (";

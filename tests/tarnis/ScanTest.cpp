@@ -222,9 +222,9 @@ TEST_F(Scan, StaleSmartPages)
     EXPECT_EQ(temperature(), "real:30");
 
     // Pages are kept by the low 8 bits of the disk number.
-    nlohmann::json far = Disk(261);
-    far["smart"] = SmartPage({{194, 60, 40}});
-    const auto picture = Picture(MachineWith({Disk(5), far}));
+    nlohmann::json distant = Disk(261);
+    distant["smart"] = SmartPage({{194, 60, 40}});
+    const auto picture = Picture(MachineWith({Disk(5), distant}));
     EXPECT_EQ(ValueText(picture[3], PI::PROP_DEVICE_NUMBER), "number:261");
     EXPECT_EQ(ValueText(picture[3], PI::PROP_TEMPERATURE), "real:23");
 }

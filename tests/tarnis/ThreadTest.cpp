@@ -14,14 +14,34 @@
 
 using namespace Support;
 
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <tlhelp32.h>
+#endif
+
 namespace
 {
 
+#if defined(_WIN32)
+std::ptrdiff_t ThreadCount()
+{
+    const HANDLE list = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof entry;
+    std::ptrdiff_t count = 0;
+    for (BOOL more = Thread32First(list, &entry); more != 0; more = Thread32Next(list, &entry))
+        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+    CloseHandle(list);
+    return count;
+}
+#else
 std::ptrdiff_t ThreadCount()
 {
     const std::filesystem::directory_iterator tasks("/proc/self/task");
     return std::distance(begin(tasks), end(tasks));
 }
+#endif
 
 /// Sends one command of a kind, 0 to 6.
 /// @return whether it came out as it must

@@ -220,9 +220,12 @@ TEST_F(Watch, StandingConditionsAtReportTimes)
                           "11090 CRUCIAL CT480MX500SSD1 (7) [7][][] severity 3"};
     const auto set = [](const char* utc)
     {
-        tm fields = {};
-        strptime(utc, "%Y-%m-%d %H:%M:%S", &fields);
-        SetClock(static_cast<std::uint64_t>(timegm(&fields)) * 1000);
+        int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
+        std::sscanf(utc, "%d-%d-%d %d:%d:%d", &year, &month, &day, &hour, &minute, &second);
+        const std::chrono::sys_days date = std::chrono::year(year) / month / day;
+        const auto time = date.time_since_epoch() + std::chrono::hours(hour) +
+                          std::chrono::minutes(minute) + std::chrono::seconds(second);
+        SetClock(static_cast<std::uint64_t>(std::chrono::milliseconds(time).count()));
     };
     set("2026-01-15 20:00:00"); // the first pass reports at any time of day
     EXPECT_EQ(Start(MachineHolding({{1, {"A", 97}}, {7, {"B", 98, 30, true}}, {8, {"C", 95}}})),
