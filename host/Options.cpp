@@ -51,9 +51,6 @@ Examples:
 Exit codes: 0 done; 1 wrong usage, a disk that is not there, or a wrong machine file;
 2 no supported hardware; 3 the plug-in could not be loaded or gave an error, or the output
 could not be written; 4 a right is missing to read a disk, what can be read is shown.
-
-Without --machine this computer is shown. Its disks are read by root, or by whoever may read
-their device files and has the capability CAP_SYS_RAWIO. A disk that sleeps is not woken.
 )";
 
 namespace

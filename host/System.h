@@ -15,6 +15,9 @@ std::vector<std::string> Arguments(int argc, char** argv);
 extern const char* const pluginFileName;
 extern const char* const folderSeparators;
 
+/// What help has to say of this system: what it takes to read this computer.
+extern const char* const systemHelpText;
+
 /// The folder of this program; empty when it cannot be told.
 std::string ProgramFolder();
 

@@ -29,6 +29,7 @@ Host::ExitCode RunVerb(const Host::Options& options, Host::Output& output)
         return Host::Explain(options, output);
     case Host::Verb::Help:
         output.Write(Host::helpText);
+        output.Write(Host::systemHelpText);
         break;
     case Host::Verb::Version:
         output.Write(Host::versionText);

@@ -140,13 +140,13 @@ void SystemThread::Cancel()
 {
     m_Cancellation->isRequested = true;
     m_Cancellation->requested.Set();
-    // A thread that has marked its call but is not in it yet has nothing to be broken off: it is
-    // tried again for a moment. A driver that does not let go is not waited for.
+    // A call that is marked and not begun has nothing to be broken off yet, and some wait for more
+    // than one thing: it is tried again for a moment. A driver that does not let go is not waited
+    // for.
     constexpr int attempts = 50;
     for (int attempt = 0; attempt < attempts && m_Cancellation->isInCall; ++attempt)
     {
-        if (CancelSynchronousIo(m_Cancellation->thread) != 0)
-            break;
+        CancelSynchronousIo(m_Cancellation->thread);
         ::Sleep(1);
     }
 }
