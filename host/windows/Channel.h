@@ -15,7 +15,7 @@ class Output::Channel
   public:
     /// @param descriptor  of the C library; closed with this
     explicit Channel(int descriptor);
-    /// Waits for what is on its way, unless it was abandoned.
+    /// Waits for what is on its way. Not to be called while stuck.
     ~Channel();
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
@@ -26,6 +26,9 @@ class Output::Channel
     void Finish();
     /// Gives what is on its way so long, then breaks it off.
     void Abandon(DWORD milliseconds);
+    /// Whether what is on its way could not be broken off: this must then stay as long as the
+    /// process, whose end takes the thread with it.
+    bool IsStuck() const { return m_IsStuck; }
 
     /// Set while nothing is on its way.
     HANDLE Idle() const { return m_Idle.Get(); }
@@ -44,6 +47,7 @@ class Output::Channel
     std::string m_Text; ///< the thread's while m_Idle is not set, as m_Error
     DWORD m_Error = 0;  ///< of the last text
     std::atomic<bool> m_Ends = false;
+    bool m_IsStuck = false;
     HANDLE m_Thread;
 };
 

@@ -109,11 +109,15 @@ void Output::Channel::Finish()
 void Output::Channel::Abandon(DWORD milliseconds)
 {
     // Tried again and again: between two writes there is nothing to break off.
-    while (WaitForSingleObject(m_Idle.Get(), milliseconds) == WAIT_TIMEOUT)
+    constexpr DWORD pause = 5;
+    constexpr int attempts = 100;
+    DWORD result = WaitForSingleObject(m_Idle.Get(), milliseconds);
+    for (int attempt = 0; attempt < attempts && result == WAIT_TIMEOUT; ++attempt)
     {
         CancelSynchronousIo(m_Thread);
-        milliseconds = 5;
+        result = WaitForSingleObject(m_Idle.Get(), pause);
     }
+    m_IsStuck = result == WAIT_TIMEOUT;
 }
 
 bool Output::Channel::HasNoReader() const
@@ -179,7 +183,11 @@ Output::Output()
     m_Channel = std::make_unique<Channel>(descriptor);
 }
 
-Output::~Output() = default;
+Output::~Output()
+{
+    if (m_Channel && m_Channel->IsStuck())
+        m_Channel.release();
+}
 
 void Output::Write(std::string_view text)
 {
@@ -190,7 +198,7 @@ void Output::Write(std::string_view text)
 
 void Output::Close()
 {
-    if (!m_Channel)
+    if (!m_Channel || m_Channel->IsStuck())
         return;
     m_Channel->Finish();
     m_Channel.reset();

@@ -51,8 +51,8 @@ class LoadedPlugin
     IPLUGINAPI* m_Interface = nullptr;
 };
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr unsigned Slowness = 10; ///< of this build
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(_WIN32)
+constexpr unsigned Slowness = 10; ///< of this build; that for Windows runs under Wine
 #else
 constexpr unsigned Slowness = 1;
 #endif

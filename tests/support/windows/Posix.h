@@ -3,11 +3,9 @@
 
 #include "contracts/zelKit/Environment.h"
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <string>
-#include <system_error>
+#include <io.h>
 
 extern "C" __declspec(dllimport) unsigned long __stdcall GetCurrentThreadId();
 
@@ -32,14 +30,6 @@ inline int unsetenv(const char* name)
 
 inline char* mkdtemp(char* pattern)
 {
-    static const auto start = std::chrono::steady_clock::now().time_since_epoch().count();
-    static unsigned long long count = static_cast<unsigned long long>(start);
-    std::string path = pattern;
-    std::error_code error;
-    do
-    {
-        const std::string number = std::to_string(100000 + ++count % 900000);
-        path.replace(path.size() - number.size(), number.size(), number);
-    } while (!std::filesystem::create_directory(path, error) && !error);
-    return error ? nullptr : path.copy(pattern, path.size()) != 0 ? pattern : nullptr;
+    return _mktemp(pattern) != nullptr && std::filesystem::create_directory(pattern) ? pattern
+                                                                                     : nullptr;
 }
