@@ -85,39 +85,61 @@ DeviceNode ReadNode(DEVINST node, const InterfacesByNode& interfaces)
     return device;
 }
 
-} // namespace
-
-std::shared_ptr<const DeviceTree> ReadSystemTree()
+bool IsThere(DEVINST node)
 {
-    DEVINST root = 0;
-    if (::CM_Locate_DevNodeW(&root, nullptr, CM_LOCATE_DEVNODE_NORMAL) != CR_SUCCESS)
-        return nullptr;
-    const InterfacesByNode interfaces = ReadDiskInterfaces();
-    auto tree = std::make_shared<DeviceTree>();
-    tree->push_back(ReadNode(root, interfaces));
+    ULONG status = 0;
+    ULONG problem = 0;
+    return ::CM_Get_DevNode_Status(&status, &problem, node, 0) == CR_SUCCESS;
+}
 
+/// Reads all nodes. @return whether the tree stood still: a node that goes takes the way to its
+/// next siblings with it
+bool ReadTree(DEVINST root, const InterfacesByNode& interfaces, DeviceTree& tree)
+{
+    bool stoodStill = true;
+    tree.push_back(ReadNode(root, interfaces));
     // Each entry of the tree is gone through once, and its children are put behind all that is
-    // there. The tree may change meanwhile: a node that turns up twice is left where it was.
+    // there.
     std::vector<DEVINST> nodes = {root};
     std::set<DEVINST> seen = {root};
     for (std::size_t parent = 0; parent < nodes.size(); ++parent)
     {
-        std::size_t previous = DeviceNode::None;
+        std::size_t previous = parent;
         DEVINST child = 0;
-        for (CONFIGRET result = ::CM_Get_Child(&child, nodes[parent], 0);
-             result == CR_SUCCESS && seen.insert(child).second;
+        for (CONFIGRET result = ::CM_Get_Child(&child, nodes[parent], 0); result == CR_SUCCESS;
              result = ::CM_Get_Sibling(&child, child, 0))
         {
-            const std::size_t position = tree->size();
-            tree->push_back(ReadNode(child, interfaces));
-            tree->back().parent = parent;
-            if (previous == DeviceNode::None)
-                (*tree)[parent].firstChild = position;
-            else
-                (*tree)[previous].nextSibling = position;
+            if (!seen.insert(child).second)
+            {
+                stoodStill = false;
+                break;
+            }
+            const std::size_t position = tree.size();
+            tree.push_back(ReadNode(child, interfaces));
+            tree.back().parent = parent;
+            (previous == parent ? tree[parent].firstChild : tree[previous].nextSibling) = position;
             previous = position;
             nodes.push_back(child);
         }
+        stoodStill = stoodStill && IsThere(nodes[previous]);
+    }
+    return stoodStill;
+}
+
+} // namespace
+
+std::shared_ptr<const DeviceTree> ReadSystemTree()
+{
+    constexpr int Attempts = 3; // what changes for longer than that is shown at the next walk
+    std::shared_ptr<DeviceTree> tree;
+    for (int attempt = 0; attempt < Attempts; ++attempt)
+    {
+        DEVINST root = 0;
+        if (::CM_Locate_DevNodeW(&root, nullptr, CM_LOCATE_DEVNODE_NORMAL) != CR_SUCCESS)
+            return nullptr;
+        tree = std::make_shared<DeviceTree>();
+        if (ReadTree(root, ReadDiskInterfaces(), *tree))
+            break;
     }
     return tree;
 }

@@ -57,6 +57,13 @@ SystemHandle Open(const std::string& path, DWORD access)
 
 } // namespace
 
+const char* const FolderSeparators = "/\\";
+
+std::size_t DriveSize(const std::string& path)
+{
+    return path.find(':') == 1 ? 2 : 0;
+}
+
 CancellationPause::CancellationPause() : m_Before(ZKT::Threading::SetCancellable(false) ? 1 : 0) {}
 CancellationPause::~CancellationPause()
 {

@@ -4,6 +4,7 @@
 #include "platform/windows/SystemHandle.h"
 
 #include <string>
+#include <vector>
 
 namespace Platform
 {
@@ -16,6 +17,23 @@ DWORD OpenSystemFile(const std::string& path, DWORD access, SystemHandle& handle
 /// DeviceIoControl of Windows. @return the system's error
 DWORD CallDevice(const SystemHandle& device, DWORD code, void* input, DWORD inputSize, void* output,
                  DWORD outputSize, DWORD& written);
+
+/// For a code without input whose answer has as many entries as there are: asks with more and more
+/// room. The answer has the size that was written.
+DWORD AskDevice(const SystemHandle& device, DWORD code, std::vector<BYTE>& answer);
+
+/// As long as it lives, Windows opens no box on this thread that asks for a medium.
+class NoErrorBoxes
+{
+  public:
+    NoErrorBoxes() { ::SetThreadErrorMode(SEM_FAILCRITICALERRORS, &m_Before); }
+    ~NoErrorBoxes() { ::SetThreadErrorMode(m_Before, nullptr); }
+    NoErrorBoxes(const NoErrorBoxes&) = delete;
+    NoErrorBoxes& operator=(const NoErrorBoxes&) = delete;
+
+  private:
+    DWORD m_Before = 0;
+};
 
 /// For a code without input whose answer has a fixed size.
 template <class Answer> DWORD AskDevice(const SystemHandle& device, DWORD code, Answer& answer)

@@ -38,6 +38,10 @@ std::vector<std::wstring> VolumeNames()
     return names;
 }
 
+static_assert(offsetof(VOLUME_DISK_EXTENTS, Extents) == 8);
+static_assert(sizeof(DISK_EXTENT) == 24);
+static_assert(IOCTL_VOLUME_GET_VOLUME_DISK_EXTENTS == 0x00560000);
+
 std::vector<VolumeExtent> ReadExtents(const std::wstring& name)
 {
     std::vector<VolumeExtent> extents;
@@ -47,16 +51,13 @@ std::vector<VolumeExtent> ReadExtents(const std::wstring& name)
         ERROR_SUCCESS)
         return extents;
     constexpr std::size_t First = offsetof(VOLUME_DISK_EXTENTS, Extents);
-    constexpr std::size_t Most = 32; // Windows knows no volume of more disks
-    std::vector<BYTE> answer(First + Most * sizeof(DISK_EXTENT));
-    DWORD written = 0;
-    if (CallDevice(volume, IOCTL_VOLUME_GET_VOLUME_DISK_EXTENTS, nullptr, 0, answer.data(),
-                   static_cast<DWORD>(answer.size()), written) != ERROR_SUCCESS ||
-        written < First)
+    std::vector<BYTE> answer;
+    if (AskDevice(volume, IOCTL_VOLUME_GET_VOLUME_DISK_EXTENTS, answer) != ERROR_SUCCESS ||
+        answer.size() < First)
         return extents;
     DWORD count = 0;
     std::memcpy(&count, answer.data(), sizeof count);
-    for (std::size_t at = First; count-- > 0 && at + sizeof(DISK_EXTENT) <= written;
+    for (std::size_t at = First; count-- > 0 && at + sizeof(DISK_EXTENT) <= answer.size();
          at += sizeof(DISK_EXTENT))
     {
         DISK_EXTENT extent = {};
@@ -87,6 +88,7 @@ void ReadContent(const std::wstring& name, Volume& volume)
     wchar_t fileSystem[MAX_PATH + 1] = {};
     DWORD flags = 0;
     bool isRead = false;
+    const NoErrorBoxes quiet;
     ZKT::Threading::RunCancellable(
         [&]
         {

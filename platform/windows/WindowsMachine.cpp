@@ -49,8 +49,10 @@ class WindowsDevice : public Device
 
     DWORD SmartVersion() override
     {
+        // That it succeeds is the answer, however much of it there is.
         GETVERSIONINPARAMS answer = {};
-        return AskDevice(m_Handle, SMART_GET_VERSION, answer);
+        DWORD written = 0;
+        return CallDevice(m_Handle, SMART_GET_VERSION, nullptr, 0, &answer, sizeof answer, written);
     }
 
     DWORD Identify(Sector& page) override
@@ -121,25 +123,17 @@ void AddContent(const Volume& volume, DWORD diskNumber, ZKTX::CSystemPartition& 
     }
 }
 
+static_assert(offsetof(DRIVE_LAYOUT_INFORMATION_EX, PartitionEntry) == 48);
+static_assert(sizeof(PARTITION_INFORMATION_EX) == 144);
+static_assert(IOCTL_DISK_GET_DRIVE_LAYOUT_EX == 0x00070050);
+
 bool ReadDriveLayout(DWORD diskNumber, std::vector<BYTE>& answer)
 {
     SystemHandle disk;
     if (OpenSystemFile("\\\\.\\PhysicalDrive" + std::to_string(diskNumber), 0, disk) !=
         ERROR_SUCCESS)
         return false;
-    constexpr std::size_t Smallest = 1 << 12;
-    constexpr std::size_t Largest = 1 << 20;
-    for (std::size_t size = Smallest; size <= Largest; size *= 4)
-    {
-        answer.assign(size, 0);
-        DWORD written = 0;
-        const DWORD error = CallDevice(disk, IOCTL_DISK_GET_DRIVE_LAYOUT_EX, nullptr, 0,
-                                       answer.data(), static_cast<DWORD>(size), written);
-        answer.resize(written);
-        if (error != ERROR_INSUFFICIENT_BUFFER && error != ERROR_MORE_DATA)
-            return error == ERROR_SUCCESS;
-    }
-    return false;
+    return AskDevice(disk, IOCTL_DISK_GET_DRIVE_LAYOUT_EX, answer) == ERROR_SUCCESS;
 }
 
 } // namespace
@@ -156,20 +150,33 @@ void RefusedDisks::Clear(const std::string& disk)
     m_Disks.erase(disk);
 }
 
+void RefusedDisks::ClearAll()
+{
+    const std::lock_guard guard(m_Lock);
+    m_Disks.clear();
+}
+
 std::string RefusedDisks::Tell() const
 {
+    constexpr std::size_t Most = 8;
     const std::lock_guard guard(m_Lock);
     if (m_Disks.empty())
         return {};
     std::string names;
+    std::size_t told = 0;
     for (const std::string& disk : m_Disks)
-        names += (names.empty() ? "" : ", ") + disk;
+        if (told++ < Most)
+            names += (names.empty() ? "" : ", ") + disk;
+    if (told > Most)
+        names += " and " + std::to_string(told - Most) + " more";
     return names + " cannot be read: the right to open a disk is missing; run as administrator, "
                    "elevated";
 }
 
 std::shared_ptr<const DeviceTree> WindowsMachine::ReadDeviceTree()
 {
+    // Whoever walks the tree opens its disks next; those that went are not refused any more.
+    m_Refused.ClearAll();
     return ReadSystemTree();
 }
 

@@ -18,6 +18,7 @@ class RefusedDisks
   public:
     void Note(const std::string& disk);
     void Clear(const std::string& disk);
+    void ClearAll();
     std::string Tell() const;
 
   private:
