@@ -162,6 +162,10 @@ std::uint32_t CThread::Wait(std::uint32_t milliseconds)
     if (m_State == nullptr)
         return RESULT_NOT_INITIALISED;
     std::unique_lock lock(m_State->mutex);
+    if (m_State->ended)
+        return RESULT_SUCCESS;
+    if (milliseconds == 0)
+        return RESULT_TIMEOUT;
     Internals::WaitForEnd wait(*m_State);
     const Internals::SteadyTime deadline = Internals::DeadlineAfter(milliseconds);
     while (!m_State->ended && std::chrono::steady_clock::now() < deadline)
