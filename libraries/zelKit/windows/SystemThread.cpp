@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <atomic>
 #include <limits>
+#include <new>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include <windows.h>
 
@@ -19,7 +21,7 @@ namespace Internals
 /// What a thread and those who cancel it have in common.
 struct Cancellation
 {
-    EventHandle requested{true};
+    EventHandle requested;
     std::atomic<bool> isRequested = false;
     std::atomic<bool> isInCall = false;
     std::atomic<HANDLE> thread = nullptr; ///< good while the thread runs
@@ -55,6 +57,55 @@ void WaitFor(HANDLE event, DWORD milliseconds)
     else
         WaitForMultipleObjects(count, handles, FALSE, milliseconds);
 }
+
+/// The events that nobody sleeps by now. There are never more than threads that slept at once, and
+/// they are those of no thread: one that the host ends by force leaves nothing to be cleaned up.
+class SpareEvents
+{
+  public:
+    SpareEvents() = default;
+    ~SpareEvents()
+    {
+        for (const HANDLE event : m_Events)
+            CloseHandle(event);
+    }
+    SpareEvents(const SpareEvents&) = delete;
+    SpareEvents& operator=(const SpareEvents&) = delete;
+
+    /// Null when the system has none.
+    HANDLE Take()
+    {
+        const std::lock_guard lock(m_Mutex);
+        if (m_Events.empty())
+            return CreateEventW(nullptr, FALSE, FALSE, nullptr);
+        const HANDLE event = m_Events.back();
+        m_Events.pop_back();
+        return event;
+    }
+
+    void GiveBack(HANDLE event)
+    {
+        if (event == nullptr)
+            return;
+        // A thread may have been woken when its time had run out already.
+        ResetEvent(event);
+        const std::lock_guard lock(m_Mutex);
+        try
+        {
+            m_Events.push_back(event);
+        }
+        catch (const std::bad_alloc&)
+        {
+            CloseHandle(event);
+        }
+    }
+
+  private:
+    std::mutex m_Mutex;
+    std::vector<HANDLE> m_Events;
+};
+
+SpareEvents spareEvents;
 
 /// Makes this thread one that can be cancelled, for as long as it lives.
 class Cancellable
@@ -94,8 +145,7 @@ class CallMark
 
 } // namespace
 
-EventHandle::EventHandle(bool manualReset)
-    : m_Handle(CreateEventW(nullptr, manualReset ? TRUE : FALSE, FALSE, nullptr))
+EventHandle::EventHandle() : m_Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr))
 {
     if (m_Handle == nullptr)
         throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
@@ -111,11 +161,24 @@ void EventHandle::Set() const
     SetEvent(m_Handle);
 }
 
+void SleepingPlace::Wake()
+{
+    if (m_Event != nullptr)
+        SetEvent(m_Event);
+}
+
 void SleepingPlace::Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until)
 {
+    // Without an event, whoever sleeps looks again after a moment.
+    constexpr DWORD moment = 10;
+    m_Event = spareEvents.Take();
+    const DWORD longest = m_Event != nullptr ? INFINITE : moment;
+    const HANDLE event = m_Event;
     lock.unlock();
-    WaitFor(m_Woken.Get(), MillisecondsUntil(until));
+    WaitFor(event, std::min(MillisecondsUntil(until), longest));
     lock.lock();
+    // From here on nobody sets it, and what set it is taken back.
+    spareEvents.GiveBack(std::exchange(m_Event, nullptr));
     PassCancellation();
 }
 

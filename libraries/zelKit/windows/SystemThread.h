@@ -16,11 +16,11 @@ struct ThreadCancelled
 {
 };
 
-/// An event of Windows. @throws std::system_error when there is none to be had
+/// An event of Windows that stays set. @throws std::system_error when there is none to be had
 class EventHandle
 {
   public:
-    explicit EventHandle(bool manualReset);
+    EventHandle();
     ~EventHandle();
     EventHandle(const EventHandle&) = delete;
     EventHandle& operator=(const EventHandle&) = delete;
@@ -38,12 +38,12 @@ class SleepingPlace
 {
   public:
     /// With the lock held.
-    void Wake() { m_Woken.Set(); }
+    void Wake();
     /// May end early for no reason.
     void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until);
 
   private:
-    EventHandle m_Woken{false};
+    void* m_Event = nullptr; ///< what the thread sleeps by, while it does
 };
 
 struct Cancellation;
