@@ -14,7 +14,7 @@ namespace PI::Internals
 /// What a new file takes over from the one that it replaces.
 struct FileAttributes
 {
-    std::uint32_t permissions = 0; ///< on Windows, where owners stay by themselves: attributes
+    std::uint32_t permissions = 0; ///< on Windows: attributes; rights are taken over with them
     std::uint32_t owner = 0;
     std::uint32_t group = 0;
 };

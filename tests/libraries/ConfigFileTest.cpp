@@ -4,7 +4,9 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <random>
-#if !defined(_WIN32)
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -119,6 +121,39 @@ TEST_F(Settings, ThatNoLineCanHoldAreRefused)
         EXPECT_EQ(Write(m_File, "Key", value), 20006);
     EXPECT_EQ(Bytes(), "=1\n#a=1\n");
 }
+
+#if defined(_WIN32)
+
+TEST_F(Settings, KeepTheirAttributesAndRights)
+{
+    const auto rights = [this]
+    {
+        std::string bytes(4096, '\0');
+        DWORD size = 0;
+        EXPECT_NE(
+            GetFileSecurityW(m_File.c_str(), DACL_SECURITY_INFORMATION, bytes.data(), 4096, &size),
+            0);
+        return bytes;
+    };
+    SetBytes("Key=1\n");
+    EXPECT_NE(SetFileAttributesW(m_File.c_str(), FILE_ATTRIBUTE_HIDDEN), 0);
+    const std::string before = rights();
+    EXPECT_EQ(Write(m_File, "Key", "2"), 0);
+    EXPECT_EQ(Bytes(), "Key=2\n");
+    EXPECT_EQ(GetFileAttributesW(m_File.c_str()) & FILE_ATTRIBUTE_HIDDEN, FILE_ATTRIBUTE_HIDDEN);
+    EXPECT_EQ(rights(), before);
+
+    // Held by somebody who lets nobody replace it.
+    const HANDLE holder =
+        CreateFileW(m_File.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    OPEN_EXISTING, 0, nullptr);
+    EXPECT_NE(Write(m_File, "Key", "3"), 0);
+    CloseHandle(holder);
+    EXPECT_EQ(Bytes(), "Key=2\n");
+    EXPECT_EQ(FilesInFolder(), 1);
+}
+
+#endif
 
 #if !defined(_WIN32) // files, places and signals that Windows does not have
 

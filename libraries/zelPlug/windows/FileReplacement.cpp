@@ -1,6 +1,7 @@
 #include "libraries/zelPlug/FileReplacement.h"
 
 #include <algorithm>
+#include <vector>
 
 #include <windows.h>
 
@@ -12,10 +13,11 @@ namespace
 class OpenFile
 {
   public:
-    OpenFile(const boost::filesystem::path& path, DWORD access, DWORD disposition)
+    OpenFile(const boost::filesystem::path& path, DWORD access, DWORD disposition,
+             DWORD attributes = FILE_ATTRIBUTE_NORMAL, SECURITY_ATTRIBUTES* security = nullptr)
         : m_File(CreateFileW(path.c_str(), access,
-                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                             disposition, FILE_ATTRIBUTE_NORMAL, nullptr))
+                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, security,
+                             disposition, attributes, nullptr))
     {
     }
     ~OpenFile() { Close(); }
@@ -63,19 +65,50 @@ bool WriteAll(HANDLE file, const std::string& content)
            written == content.size();
 }
 
-/// Puts a file in the place of another, or where there is none. Somebody who only looks at the old
-/// file, such as a virus scanner, may hold it for a moment.
+/// Who may do what with a file.
+class Rights
+{
+  public:
+    /// Those of a file; with none, or where files have no rights, those that new files get.
+    explicit Rights(const boost::filesystem::path* path)
+    {
+        DWORD size = 0;
+        if (path == nullptr)
+            return;
+        GetFileSecurityW(path->c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
+        m_Descriptor.resize(size);
+        if (GetFileSecurityW(path->c_str(), DACL_SECURITY_INFORMATION, m_Descriptor.data(), size,
+                             &size) != 0)
+            m_Attributes.lpSecurityDescriptor = m_Descriptor.data();
+    }
+
+    SECURITY_ATTRIBUTES* Get() { return &m_Attributes; }
+
+  private:
+    std::vector<unsigned char> m_Descriptor;
+    SECURITY_ATTRIBUTES m_Attributes = {sizeof m_Attributes, nullptr, FALSE};
+};
+
+/// What a new file is made with; a read-only one is never replaced.
+DWORD AttributesFrom(const std::optional<FileAttributes>& old)
+{
+    constexpr DWORD kept = FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_ARCHIVE |
+                           FILE_ATTRIBUTE_ENCRYPTED;
+    const DWORD attributes = old ? old->permissions & kept : 0;
+    return attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
+}
+
+/// Puts a file in the place of another, or where there is none, in one step: ReplaceFile takes
+/// several, and can leave no file there. Somebody who only looks at the old file, such as a virus
+/// scanner, may hold it for a moment.
 bool Replace(const boost::filesystem::path& from, const boost::filesystem::path& to)
 {
     constexpr int attempts = 20;
     constexpr DWORD pause = 10;
     for (int attempt = 0; attempt < attempts; ++attempt)
     {
-        // ReplaceFile keeps the rights of the old file.
-        if (ReplaceFileW(to.c_str(), from.c_str(), nullptr, 0, nullptr, nullptr) != 0)
-            return true;
-        if (GetLastError() == ERROR_FILE_NOT_FOUND &&
-            MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_WRITE_THROUGH) != 0)
+        if (MoveFileExW(from.c_str(), to.c_str(),
+                        MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0)
             return true;
         Sleep(pause);
     }
@@ -105,19 +138,23 @@ ReadResult ReadWhole(const boost::filesystem::path& path, Purpose purpose, std::
 }
 
 bool PutInPlace(const boost::filesystem::path& path, const std::string& content,
-                const std::optional<FileAttributes>& /*attributes*/)
+                const std::optional<FileAttributes>& attributes)
 {
     const boost::filesystem::path temporary = TemporaryBeside(path);
     if (temporary.empty())
         return false;
-    OpenFile file(temporary, GENERIC_WRITE, CREATE_NEW);
+    Rights rights(attributes ? &path : nullptr);
+    OpenFile file(temporary, GENERIC_WRITE, CREATE_NEW, AttributesFrom(attributes), rights.Get());
     if (!file.IsOpen())
         return false;
-    if (WriteAll(file.Get(), content) && FlushFileBuffers(file.Get()) != 0 && file.Close() &&
-        Replace(temporary, path))
+    const bool isWhole =
+        WriteAll(file.Get(), content) && FlushFileBuffers(file.Get()) != 0 && file.Close();
+    if (isWhole && Replace(temporary, path))
         return true;
     file.Close();
-    DeleteFileW(temporary.c_str());
+    // Where the old file is gone all the same, this one is all that there is of it.
+    if (!isWhole || !attributes || GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES)
+        DeleteFileW(temporary.c_str());
     return false;
 }
 
