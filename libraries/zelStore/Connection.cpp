@@ -146,10 +146,7 @@ void Connection::Provide()
         rowsGiven = RowsGivenByMovedFile(m_Database.get());
 
     if (rowsGiven == unreadable)
-    {
-        LeaveOverwrittenFile(m_Database.get(), m_Log);
-        Release();
-    }
+        ReleaseOverwritten();
     else if (hasMoved)
     {
         LeaveMovedFile(m_Database.get(), m_Log);
@@ -168,8 +165,17 @@ void Connection::Provide()
 void Connection::Close()
 {
     if (m_Database && m_Path != inMemory && WasOverwritten(m_Database.get()))
-        LeaveOverwrittenFile(m_Database.get(), m_Log);
+        ReleaseOverwritten();
+    else
+        Release();
+}
+
+void Connection::ReleaseOverwritten()
+{
+    const std::string path = sqlite3_db_filename(m_Database.get(), "main");
+    const FileIdentity remains = LeaveOverwrittenFile(m_Database.get(), m_Log);
     Release();
+    RemoveLog(path, remains);
 }
 
 void Connection::Release()

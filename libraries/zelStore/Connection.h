@@ -51,6 +51,8 @@ class Connection final : public DatabaseDAO
     /// Spares what was written over the file since the last look.
     void Close();
     void Release();
+    /// After WasOverwritten.
+    void ReleaseOverwritten();
     Cells CarryOut();
     void RunRows(std::string_view text, Cells& cells);
     void RunAsItStands(const StatementPart& part, Cells& cells);

@@ -93,12 +93,17 @@ bool WasOverwritten(sqlite3* database)
            application != applicationId;
 }
 
-void LeaveOverwrittenFile(sqlite3* database, const FileIdentity& log)
+FileIdentity LeaveOverwrittenFile(sqlite3* database, const FileIdentity& log)
 {
     sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    if (!log || LogOf(database) != log)
+    RemoveLog(sqlite3_db_filename(database, "main"), log);
+    return LogOf(database) == log ? log : FileIdentity();
+}
+
+void RemoveLog(const std::string& path, const FileIdentity& log)
+{
+    if (!log || IdentityOf(path + logEnding) != log)
         return;
-    const std::string path = sqlite3_db_filename(database, "main");
     Remove(path + logEnding);
     Remove(path + logIndexEnding);
 }
@@ -128,11 +133,7 @@ void LeaveMovedFile(sqlite3* database, const FileIdentity& log)
         // Other processes still have the old file open. One of them takes its log away, the others
         // must not mistake the new file's log for it.
         const Transaction alone(database, "BEGIN IMMEDIATE");
-        if (log && LogOf(database) == log)
-        {
-            Remove(path + logEnding);
-            Remove(path + logIndexEnding);
-        }
+        RemoveLog(path, log);
     }
 
     if (!copy)

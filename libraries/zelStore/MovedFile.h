@@ -26,7 +26,12 @@ bool WasOverwritten(sqlite3* database);
 
 /// Prepares for opening the path anew: the log stays off what stands in the file now.
 /// @param log  what LogOf told after opening
-void LeaveOverwrittenFile(sqlite3* database, const FileIdentity& log);
+/// @return the log when it could not be taken away, as the system keeps open files: RemoveLog shall
+/// do that once the database is closed
+FileIdentity LeaveOverwrittenFile(sqlite3* database, const FileIdentity& log);
+
+/// Takes the log of a database away, unless by now another one or none stands there.
+void RemoveLog(const std::string& path, const FileIdentity& log);
 
 /// Prepares for opening the path anew. Where no file stands, one with all the contents is put there
 /// in one step, unless another process is first. The log of the old file is taken away, so that it

@@ -17,8 +17,6 @@ boost::filesystem::path OwnFolder();
 /// Whether this process may write to a file that exists, or put files into a folder that does.
 bool IsWritable(const boost::filesystem::path& place);
 
-/// None also where the system keeps an open file in its place, so that there is nothing to tell
-/// apart.
 FileIdentity IdentityOf(const std::string& path);
 
 } // namespace DatabaseWrapper::Internals

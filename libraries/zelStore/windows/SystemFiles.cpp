@@ -1,6 +1,7 @@
 #include "libraries/zelStore/SystemFiles.h"
 
 #include "contracts/zelKit/Environment.h"
+#include "contracts/zelKit/windows/WideText.h"
 
 #include <windows.h>
 
@@ -46,9 +47,22 @@ bool IsWritable(const path& place)
     return true;
 }
 
-FileIdentity IdentityOf(const std::string& /*path*/)
+// Only looks: whoever has the file open is not disturbed.
+FileIdentity IdentityOf(const std::string& path)
 {
-    return {};
+    const HANDLE file = CreateFileW(ZKT::Misc::ToWide(path).c_str(), FILE_READ_ATTRIBUTES,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    OPEN_EXISTING, 0, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return {};
+    BY_HANDLE_FILE_INFORMATION facts = {};
+    const bool isKnown = GetFileInformationByHandle(file, &facts) != 0;
+    CloseHandle(file);
+    if (!isKnown)
+        return {};
+    return std::pair<std::uint64_t, std::uint64_t>(facts.dwVolumeSerialNumber,
+                                                   std::uint64_t{facts.nFileIndexHigh} << 32 |
+                                                       facts.nFileIndexLow);
 }
 
 } // namespace DatabaseWrapper::Internals
