@@ -8,9 +8,6 @@
 #include "host/Output.h"
 #include "host/System.h"
 
-#include <filesystem>
-#include <system_error>
-
 namespace
 {
 
@@ -19,11 +16,8 @@ std::string LibraryPath(const std::string& plugin)
     if (!plugin.empty()) // a plain name means a file here, not one that the loader looks for
         return plugin.find_first_of(Host::folderSeparators) == std::string::npos ? "./" + plugin
                                                                                  : plugin;
-    const std::string folder = Host::ProgramFolder();
-    std::error_code error;
-    const auto beside = std::filesystem::path(folder) / Host::pluginFileName;
-    return !folder.empty() && std::filesystem::exists(beside, error) ? beside.string()
-                                                                     : Host::pluginFileName;
+    const std::string beside = Host::PluginBesideProgram();
+    return beside.empty() ? Host::pluginFileName : beside;
 }
 
 [[noreturn]] void FailLoading(const std::string& reason)

@@ -18,8 +18,8 @@ extern const char* const folderSeparators;
 /// What help has to say of this system: what it takes to read this computer.
 extern const char* const systemHelpText;
 
-/// The folder of this program; empty when it cannot be told.
-std::string ProgramFolder();
+/// The plug-in's file beside this program; empty when there is none.
+std::string PluginBesideProgram();
 
 /// Loads a library. A plain name is looked for where the system looks for libraries.
 /// @return null, and the reason

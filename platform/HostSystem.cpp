@@ -12,6 +12,26 @@ std::string TooLarge(std::size_t limit)
                : "is longer than " + std::to_string(limit) + " bytes";
 }
 
+std::string FolderOf(const std::string& path)
+{
+    std::size_t last = path.find_last_of(FolderSeparators);
+    if (last == std::string::npos)
+        return path.substr(0, DriveSize(path));
+    // Of several in a row the first one ends the folder.
+    while (last > 0 && path.find_last_of(FolderSeparators, last - 1) == last - 1)
+        --last;
+    return path.substr(0, last + 1);
+}
+
+std::string PathFrom(const std::string& folder, const std::string& path)
+{
+    if (DriveSize(path) > 0 || path.find_first_of(FolderSeparators) == 0)
+        return path;
+    const bool isEnded = folder.size() == DriveSize(folder) ||
+                         folder.find_last_of(FolderSeparators) == folder.size() - 1;
+    return folder + (isEnded ? "" : "/") + path;
+}
+
 void Warn(const std::string& text)
 {
     const CancellationPause pause;

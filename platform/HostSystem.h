@@ -60,6 +60,18 @@ std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& con
 /// What is wrong with a file of more than the limit.
 std::string TooLarge(std::size_t limit);
 
+/// What stands between the folders of a path: any one of these.
+extern const char* const FolderSeparators;
+
+/// Length of the drive that a path begins with; 0 where there are none.
+std::size_t DriveSize(const std::string& path);
+
+/// The folder of a file, with the separator that ends it; empty for a name alone.
+std::string FolderOf(const std::string& path);
+
+/// A path that starts at a folder, unless it starts at a drive or a root.
+std::string PathFrom(const std::string& folder, const std::string& path);
+
 /// Sleeps with no lock held. A thread may be cancelled in here, and unwinds.
 void SleepFor(std::uint32_t milliseconds);
 

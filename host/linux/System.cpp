@@ -36,11 +36,14 @@ std::vector<std::string> Arguments(int argc, char** argv)
     return {argv, argv + argc};
 }
 
-std::string ProgramFolder()
+std::string PluginBesideProgram()
 {
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? std::string() : program.parent_path().string();
+    if (error)
+        return {};
+    const auto beside = program.parent_path() / pluginFileName;
+    return std::filesystem::exists(beside, error) ? beside.string() : std::string();
 }
 
 void* OpenLibrary(const std::string& path, std::string& reason)

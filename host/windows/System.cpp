@@ -3,7 +3,6 @@
 #include "contracts/zelKit/windows/WideText.h"
 #include "host/Failure.h"
 
-#include <filesystem>
 #include <system_error>
 
 #include <windows.h>
@@ -19,6 +18,22 @@ namespace
 std::string LastReason()
 {
     return std::system_category().message(static_cast<int>(GetLastError()));
+}
+
+/// What a call of Windows writes, in as much room as it takes; empty when it fails.
+/// @param call  given the room, returns the length, or at least the room's when that is too small
+template <class Call> std::wstring TextOf(Call call)
+{
+    constexpr std::size_t longest = 1 << 15;
+    std::wstring text(MAX_PATH, L'\0');
+    for (; text.size() <= longest; text.resize(text.size() * 2))
+        if (const DWORD size = call(text.data(), static_cast<DWORD>(text.size()));
+            size < text.size())
+        {
+            text.resize(size);
+            return text;
+        }
+    return {};
 }
 
 HANDLE HandleOf(std::intptr_t waitable)
@@ -48,32 +63,25 @@ std::vector<std::string> Arguments(int argc, char** argv)
     return arguments;
 }
 
-std::string ProgramFolder()
+std::string PluginBesideProgram()
 {
-    std::wstring path(MAX_PATH, L'\0');
-    constexpr std::size_t longest = 1 << 15;
-    for (;;)
-    {
-        const DWORD size =
-            GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-        if (size < path.size())
-        {
-            path.resize(size);
-            return std::filesystem::path(path).parent_path().string();
-        }
-        if (path.size() > longest)
-            return {};
-        path.resize(path.size() * 2);
-    }
+    const std::wstring program =
+        TextOf([](wchar_t* text, DWORD size) { return GetModuleFileNameW(nullptr, text, size); });
+    const std::wstring beside =
+        program.substr(0, program.rfind(L'\\') + 1) + ZKT::Misc::ToWide(pluginFileName);
+    return program.empty() || GetFileAttributesW(beside.c_str()) == INVALID_FILE_ATTRIBUTES
+               ? std::string()
+               : ZKT::Misc::FromWide(beside);
 }
 
 void* OpenLibrary(const std::string& path, std::string& reason)
 {
     // As the loader of a named file does, its folder is where the libraries beside it are found.
     const bool isPlain = path.find_first_of(folderSeparators) == std::string::npos;
-    const std::wstring file =
-        isPlain ? ZKT::Misc::ToWide(path)
-                : std::filesystem::absolute(std::filesystem::path(path)).make_preferred().wstring();
+    std::wstring file = ZKT::Misc::ToWide(path);
+    if (!isPlain)
+        file = TextOf([given = file](wchar_t* text, DWORD size)
+                      { return GetFullPathNameW(given.c_str(), size, text, nullptr); });
     const HMODULE library = LoadLibraryExW(file.c_str(), nullptr,
                                            isPlain ? LOAD_LIBRARY_SEARCH_DEFAULT_DIRS
                                                    : LOAD_LIBRARY_SEARCH_DEFAULT_DIRS |

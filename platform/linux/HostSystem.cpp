@@ -46,6 +46,13 @@ std::string Reason(int error)
 
 } // namespace
 
+const char* const FolderSeparators = "/";
+
+std::size_t DriveSize(const std::string&)
+{
+    return 0;
+}
+
 CancellationPause::CancellationPause()
 {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_Before);

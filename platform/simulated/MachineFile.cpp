@@ -5,7 +5,6 @@
 #include "platform/simulated/Sections.h"
 
 #include <exception>
-#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -104,7 +103,7 @@ std::shared_ptr<MachineRecord> ReadMachine(const std::string& path, std::vector<
                                                               : "name a readable machine file");
             if (text.empty())
                 throw Complaint("file", "is empty", "write a machine into it, or name another");
-            PageFiles pages(std::filesystem::path(path).parent_path().string(), files);
+            PageFiles pages(FolderOf(path), files);
             return ReadDocument(ParseJson(text), pages);
         });
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <filesystem>
 #include <numeric>
 #include <utility>
 
@@ -70,7 +69,7 @@ const Sector& PageFiles::Read(const JsonValue& name)
     if (known != m_Pages.end())
         return known->second;
 
-    const std::string path = (std::filesystem::path(m_Folder) / file).string();
+    const std::string path = PathFrom(m_Folder, file);
     WatchedFile& watched = m_Files.emplace_back(WatchedFile{path, {}, false});
     std::string content;
     std::string wrong = ReadWholeFile(watched, 1024 * 1024, content);
