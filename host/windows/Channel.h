@@ -13,7 +13,7 @@ namespace Host
 class Output::Channel
 {
   public:
-    /// @param descriptor  of the C library; closed with this
+    /// @param descriptor  of the C library; closed with this, also when this cannot be made
     explicit Channel(int descriptor);
     /// Waits for what is on its way. Not to be called while stuck.
     ~Channel();
@@ -24,6 +24,8 @@ class Output::Channel
     void Send(std::string_view text);
     /// Waits for what is on its way. @throws Failure
     void Finish();
+    /// Closes the descriptor. To be called after Finish. @throws Failure
+    void Close();
     /// Gives what is on its way so long, then breaks it off.
     void Abandon(DWORD milliseconds);
     /// Whether what is on its way could not be broken off: this must then stay as long as the
@@ -36,12 +38,19 @@ class Output::Channel
     bool HasNoReader() const;
 
   private:
+    /// A descriptor and its end.
+    struct Descriptor
+    {
+        ~Descriptor();
+        int number;
+    };
+
     static unsigned __stdcall RunThread(void* channel);
     void Run();
     DWORD WriteAll() const;
     void Check() const;
 
-    int m_Descriptor;
+    Descriptor m_Descriptor;
     Event m_Work{false, false};
     Event m_Idle{true, true};
     std::string m_Text; ///< the thread's while m_Idle is not set, as m_Error

@@ -2,9 +2,11 @@
 #include "host/windows/Channel.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <io.h>
@@ -16,10 +18,14 @@ namespace
 constexpr int standardOutput = 1;
 constexpr int standardError = 2;
 
+[[noreturn]] void FailWriting(const std::error_category& category, int error)
+{
+    throw Host::Failure(Host::EXIT_PLUGIN, "standard output: " + category.message(error));
+}
+
 [[noreturn]] void FailWriting(DWORD error)
 {
-    throw Host::Failure(Host::EXIT_PLUGIN, "standard output: " + std::system_category().message(
-                                                                     static_cast<int>(error)));
+    FailWriting(std::system_category(), static_cast<int>(error));
 }
 
 HANDLE HandleOf(int descriptor)
@@ -43,22 +49,63 @@ void FillStandardDescriptors()
         ::_close(opened);
 }
 
-/// Has a console take UTF-8 and the usual sequences for colours. @return whether it is one
-bool SetUpConsole(HANDLE console)
+/// What is changed on the console belongs to all its programs. It is put back at the very end of
+/// the process, since the plug-in and a failure print until then.
+class ConsoleChanges
 {
-    DWORD mode = 0;
-    if (GetConsoleMode(console, &mode) == 0)
-        return false;
-    SetConsoleOutputCP(CP_UTF8);
-    return true;
-}
+  public:
+    ~ConsoleChanges() { Undo(); }
 
-bool TakesColour(HANDLE console)
+    /// Has a console take UTF-8. @return whether it is one
+    bool TakeUtf8(HANDLE console)
+    {
+        DWORD mode = 0;
+        if (GetConsoleMode(console, &mode) == 0)
+            return false;
+        if (m_CodePage == 0)
+        {
+            m_CodePage = GetConsoleOutputCP();
+            SetConsoleOutputCP(CP_UTF8);
+            SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+        }
+        return true;
+    }
+
+    /// Has it take the usual sequences for colours. @return whether it does
+    bool TakeColour(HANDLE console)
+    {
+        // The caller's handle is closed earlier.
+        if (GetConsoleMode(console, &m_Mode) == 0 ||
+            DuplicateHandle(GetCurrentProcess(), console, GetCurrentProcess(), &m_Coloured, 0,
+                            FALSE, DUPLICATE_SAME_ACCESS) == 0)
+            return false;
+        return SetConsoleMode(m_Coloured, m_Mode | ENABLE_PROCESSED_OUTPUT |
+                                              ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+    }
+
+  private:
+    void Undo() const
+    {
+        if (m_Coloured != nullptr)
+            SetConsoleMode(m_Coloured, m_Mode);
+        if (m_CodePage != 0)
+            SetConsoleOutputCP(m_CodePage);
+    }
+
+    static BOOL WINAPI OnConsoleEvent(DWORD kind);
+
+    UINT m_CodePage = 0;
+    DWORD m_Mode = 0;
+    HANDLE m_Coloured = nullptr;
+};
+
+ConsoleChanges consoleChanges;
+
+// Without a watch the system ends the process right after this.
+BOOL WINAPI ConsoleChanges::OnConsoleEvent(DWORD)
 {
-    DWORD mode = 0;
-    return GetConsoleMode(console, &mode) != 0 &&
-           SetConsoleMode(console,
-                          mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+    consoleChanges.Undo();
+    return FALSE;
 }
 
 std::size_t ConsoleColumns(HANDLE console)
@@ -75,7 +122,7 @@ namespace Host
 {
 
 Output::Channel::Channel(int descriptor)
-    : m_Descriptor(descriptor),
+    : m_Descriptor{descriptor},
       m_Thread(reinterpret_cast<HANDLE>(::_beginthreadex(nullptr, 0, RunThread, this, 0, nullptr)))
 {
     if (m_Thread == nullptr)
@@ -89,7 +136,18 @@ Output::Channel::~Channel()
     m_Work.Set();
     WaitForSingleObject(m_Thread, INFINITE);
     CloseHandle(m_Thread);
-    ::_close(m_Descriptor);
+}
+
+Output::Channel::Descriptor::~Descriptor()
+{
+    if (number >= 0)
+        ::_close(number);
+}
+
+void Output::Channel::Close()
+{
+    if (::_close(std::exchange(m_Descriptor.number, -1)) != 0)
+        FailWriting(std::generic_category(), errno);
 }
 
 void Output::Channel::Send(std::string_view text)
@@ -152,7 +210,7 @@ DWORD Output::Channel::WriteAll() const
     {
         DWORD written = 0;
         const auto size = static_cast<DWORD>(std::min<std::size_t>(rest.size(), 1 << 16));
-        if (WriteFile(HandleOf(m_Descriptor), rest.data(), size, &written, nullptr) == 0)
+        if (WriteFile(HandleOf(m_Descriptor.number), rest.data(), size, &written, nullptr) == 0)
             return GetLastError();
         rest.remove_prefix(written);
     }
@@ -169,15 +227,15 @@ Output::Output()
     ::_dup2(standardError, standardOutput);
     ::_setmode(standardOutput, _O_BINARY);
     ::_setmode(standardError, _O_BINARY);
-    SetUpConsole(HandleOf(standardError));
+    consoleChanges.TakeUtf8(HandleOf(standardError));
     // Lines of the plug-in appear when they are printed, not at the end of the process. The C
     // library of Windows takes a line's buffering for that of a block.
     std::setvbuf(stdout, nullptr, _IONBF, 0);
     if (!isOpen)
         return;
-    if (SetUpConsole(HandleOf(descriptor)))
+    if (consoleChanges.TakeUtf8(HandleOf(descriptor)))
     {
-        m_Coloured = !RefusesColour() && TakesColour(HandleOf(descriptor));
+        m_Coloured = !RefusesColour() && consoleChanges.TakeColour(HandleOf(descriptor));
         m_Columns = ConsoleColumns(HandleOf(descriptor));
     }
     m_Channel = std::make_unique<Channel>(descriptor);
@@ -201,6 +259,7 @@ void Output::Close()
     if (!m_Channel || m_Channel->IsStuck())
         return;
     m_Channel->Finish();
+    m_Channel->Close();
     m_Channel.reset();
 }
 
