@@ -5,6 +5,7 @@
 """
 
 import glob
+import json
 import os
 import re
 import shutil
@@ -61,8 +62,8 @@ class Image:
 
     def exports(self):
         at = self.place(self.directories[EXPORTS])
-        count, _, names = self.words(at + 24, 3)
-        return [self.text(name) for name in self.words(self.place(names), count)]
+        addresses, count, _, names = self.words(at + 20, 4)
+        return addresses, [self.text(name) for name in self.words(self.place(names), count)]
 
     def imports(self):
         at = self.place(self.directories[IMPORTS])
@@ -92,11 +93,11 @@ def version_text(resource, name):
 
 def check_files(folder):
     expect("what is shipped", SHIPPED - set(os.listdir(folder)), set())
-    for name in [name for name in SHIPPED if not name.startswith("lib")] + ["tarnisctl.exe"]:
+    for name in [*SHIPPED, "tarnisctl.exe"]:
         foreign = set(Image(f"{folder}/{name}").imports()) - SHIPPED - WINDOWS
         expect(f"{name}: libraries that nobody gives", foreign, set())
     plugin = Image(f"{folder}/tarnis.dll")
-    expect("exports", plugin.exports(), ["createIf", "releaseIf"])
+    expect("exports", plugin.exports(), (2, ["createIf", "releaseIf"]))
     version = plugin.resource(VERSION_RESOURCE)
     numbers = version.index(struct.pack("<I", 0xFEEF04BD)) + 8
     expect("version", struct.unpack_from("<8H", version, numbers), (8, 7, 0, 1) * 2)
@@ -106,7 +107,7 @@ def check_files(folder):
 def run(command):
     done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, timeout=120,
                           env={**os.environ, "TZ": "UTC"})
-    told = [line for line in done.stderr.decode().splitlines() if line.startswith("tarnisctl")]
+    told = [line for line in done.stderr.decode().splitlines() if line.startswith("tarnis")]
     # Events carry the moment at which they came.
     return done.returncode, re.sub(rb'"time":\d+', b"", done.stdout), told
 
@@ -114,6 +115,13 @@ def run(command):
 def session(program, sample, folder):
     """What all verbs tell, and the settings and rows that they leave."""
     os.mkdir(folder)
+    with open(sample, encoding="utf-8") as file, open(f"{folder}/page.bin", "wb") as page:
+        machine = json.load(file)
+        machine["disks"][0]["smart"] = "page.bin"
+        page.write(bytes(512))
+    sample = f"{folder}/machine.json"
+    with open(sample, "w", encoding="utf-8") as file:
+        json.dump(machine, file)
     own = ["--machine", sample, "--config-dir", folder, "--database", f"{folder}/rows.db"]
     told = [run(program + (own[2:] if "--machine" in verb else own) + verb) for verb in VERBS]
     with open(f"{folder}/tarnis.ini", "rb") as file, sqlite3.connect(f"{folder}/rows.db") as rows:
@@ -128,8 +136,11 @@ def check_program(program, linux, sample, folder):
         expect(f"{verb} as on Linux", here, there)
 
     # Without a machine file it is this computer, which is Wine's.
-    code, out, told = run(program)
-    expect("no hardware", (code, out, "NO_SUPPORTED_HARDWARE (20001)" in told[0]), (2, b"", True))
+    plugin = shutil.copy(f"{os.path.dirname(program[-1])}/tarnis.dll", f"{folder}/Lüfter Ω 磁盘 2")
+    code, out, told = run(program + ["--plugin", plugin])
+    expect("no hardware", (code, out, told[:1]),
+           (2, b"", ["tarnis:  Initialize:  adapter count is 0"]))
+    expect("its name", "NO_SUPPORTED_HARDWARE (20001)" in "".join(told[1:]), True)
     local = glob.glob(f"{os.environ['WINEPREFIX']}/drive_c/users/*/AppData/Local")[0] + "/tarnis"
     shutil.rmtree(local, ignore_errors=True)
     run(program + ["--machine", sample, "set", "plugin", "POLL_INTERVAL", "50"])
