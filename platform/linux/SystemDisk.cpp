@@ -123,7 +123,7 @@ class SystemDisk : public Device
         return Uncancelled(
             [&]() -> DWORD
             {
-                const DWORD error = m_File.IsOpen() ? static_cast<DWORD>(ERROR_SUCCESS) : Open();
+                const DWORD error = Open();
                 return error == ERROR_SUCCESS ? question() : error;
             });
     }

@@ -24,6 +24,20 @@ bool HasChanged(const FileDescriptor& table)
     return poll(&question, 1, 0) > 0 && (question.revents & (POLLPRI | POLLERR)) != 0;
 }
 
+/// A tree that stands as it stood stays the same one to its walkers. So does a disk, and what is
+/// remembered of it.
+void KeepUnchanged(const KernelPicture& before, KernelPicture& picture)
+{
+    if (*before.tree == *picture.tree)
+        picture.tree = before.tree;
+    for (auto& [number, disk] : picture.disks)
+    {
+        const auto old = before.disks.find(number);
+        if (old != before.disks.end() && disk->IsUnchanged(*old->second))
+            disk = old->second;
+    }
+}
+
 } // namespace
 
 SystemTables::SystemTables(SystemFolders folders)
@@ -68,16 +82,8 @@ std::shared_ptr<const KernelPicture> SystemTables::Refresh()
         }
         m_Announced = announced;
         m_Taken = now;
-        // A tree that stands as it stood stays the same one to its walkers.
-        if (m_Picture && *m_Picture->tree == *picture->tree)
-            picture->tree = m_Picture->tree;
-        // So does a disk, and what is remembered of it.
-        for (auto& [number, disk] : picture->disks)
-        {
-            const auto before = m_Picture ? m_Picture->disks.find(number) : picture->disks.end();
-            if (m_Picture && before != m_Picture->disks.end() && disk->IsUnchanged(*before->second))
-                disk = before->second;
-        }
+        if (m_Picture)
+            KeepUnchanged(*m_Picture, *picture);
         m_Picture = std::move(picture);
     }
     return m_Picture;
