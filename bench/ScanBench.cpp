@@ -56,10 +56,12 @@ struct Split
     double tree = 0;       ///< of the scan
     double commands = 0;   ///< of the scan: to the disks, with opening and closing
     double partitions = 0; ///< of the scan
+    double rest = 0;       ///< of the scan
 };
 
 Split now; ///< of the look that is under way; one thread looks at a time
 double begun = 0;
+bool areParts = true; ///< whether the parts are timed too, which makes the look itself longer
 
 /// Adds the time that a part of the scan took to its sum.
 class Part
@@ -68,7 +70,7 @@ class Part
     explicit Part(double& sum) : m_Sum(sum) {}
     ~Part()
     {
-        if (now.scan == 0)
+        if (areParts && now.scan == 0)
             m_Sum += Microseconds() - m_Begun;
     }
     Part(const Part&) = delete;
@@ -76,7 +78,7 @@ class Part
 
   private:
     double& m_Sum;
-    double m_Begun = Microseconds();
+    double m_Begun = areParts ? Microseconds() : 0;
 };
 
 using namespace Platform;
@@ -129,7 +131,7 @@ class TimedMachine : public Machine
     {
         const Part part(now.commands);
         const DWORD error = m_Machine->OpenDevice(path, writable, device);
-        if (error == ERROR_SUCCESS)
+        if (error == ERROR_SUCCESS && areParts)
             device = std::make_unique<TimedDevice>(std::move(device));
         return error;
     }
@@ -311,13 +313,21 @@ double Median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-/// The rounds of one kind of look, each with the bare calls of the same round.
+/// The rounds of one kind of look, each with the bare calls of the same round and, for where the
+/// time goes, another look by its parts.
 class Looks
 {
   public:
-    void Add(const Split& look, double bare)
+    void Add(double bare, const std::function<Split()>& look)
     {
-        m_Looks.push_back(look);
+        areParts = false;
+        const Split whole = look();
+        areParts = true;
+        Split parts = look();
+        parts.total = whole.total;
+        parts.rest = parts.scan - parts.tree - parts.commands - parts.partitions;
+        parts.scan = whole.scan;
+        m_Looks.push_back(parts);
         m_Bare.push_back(bare);
     }
 
@@ -335,11 +345,10 @@ class Looks
         for (std::size_t i = 0; i < m_Looks.size(); ++i)
             ratios.push_back(m_Looks[i].scan / m_Bare[i]);
         const double scan = Of(&Split::scan);
-        const double parts[] = {Of(&Split::tree), Of(&Split::commands), Of(&Split::partitions)};
         std::fprintf(out, "%-10s", name);
         for (const double value :
-             {Of(&Split::total), scan, parts[0], parts[1], parts[2],
-              scan - parts[0] - parts[1] - parts[2], Of(&Split::total) - scan, Median(m_Bare)})
+             {Of(&Split::total), scan, Of(&Split::tree), Of(&Split::commands),
+              Of(&Split::partitions), Of(&Split::rest), Of(&Split::total) - scan, Median(m_Bare)})
             std::fprintf(out, " %10.0f", value);
         std::fprintf(out, " %6.2f\n", Median(ratios));
     }
@@ -388,8 +397,7 @@ int main()
     InNewProcess(start); // makes the rows
     for (int round = 0; round < Rounds; ++round)
     {
-        const double bare = TimeOf(disks, BareScan);
-        starts.Add(InNewProcess(start), bare);
+        starts.Add(TimeOf(disks, BareScan), [&] { return InNewProcess(start); });
     }
 
     Plugin plugin;
@@ -398,10 +406,8 @@ int main()
     plugin.Pass(PollInterval);
     for (int round = 0; round < Rounds; ++round)
     {
-        double bare = TimeOf(disks, BareScan);
-        fullScans.Add(plugin.Pass(PagesExpire), bare);
-        bare = TimeOf(disks, BarePoll);
-        polls.Add(plugin.Pass(PollInterval), bare);
+        fullScans.Add(TimeOf(disks, BareScan), [&] { return plugin.Pass(PagesExpire); });
+        polls.Add(TimeOf(disks, BarePoll), [&] { return plugin.Pass(PollInterval); });
         if (round % SmartctlEvery == 0) // the round after it starts with cold caches
             smartctl.push_back(TimeOf(disks, RunSmartctl));
     }

@@ -57,7 +57,7 @@ DWORD ReplyDriveData(Device& device, PVOID input, DWORD inputSize, PVOID output,
     DWORD error = DecodeDriveRequest(input, inputSize, output, outputSize, request);
     if (error != ERROR_SUCCESS)
         return error;
-    Sector page = {};
+    Sector page; // filled, or not looked at
     error = request == DriveRequest::Identify ? device.Identify(page) : device.SmartData(page);
     if (error != ERROR_SUCCESS)
         return error;

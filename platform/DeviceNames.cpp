@@ -8,14 +8,20 @@
 namespace Platform
 {
 
+namespace
+{
+
+char Fold(char letter)
+{
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+}
+
+} // namespace
+
 std::string FoldCase(std::string_view text)
 {
     std::string folded(text);
-    for (char& letter : folded)
-    {
-        if (letter >= 'A' && letter <= 'Z')
-            letter = static_cast<char>(letter - 'A' + 'a');
-    }
+    std::transform(folded.begin(), folded.end(), folded.begin(), Fold);
     return folded;
 }
 
@@ -33,7 +39,8 @@ bool DiskNumberOfPath(const std::string& path, DWORD& number)
 {
     constexpr std::string_view Prefix = "\\\\.\\physicaldrive";
     if (path.size() <= Prefix.size() ||
-        FoldCase(std::string_view(path).substr(0, Prefix.size())) != Prefix)
+        !std::equal(Prefix.begin(), Prefix.end(), path.begin(),
+                    [](char wanted, char letter) { return wanted == Fold(letter); }))
         return false;
     const char* first = path.data() + Prefix.size();
     const char* last = path.data() + path.size();

@@ -3,6 +3,8 @@
 #include "platform/DeviceTreePicture.h"
 #include "platform/WindowsApi.h"
 
+#include <atomic>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <mutex>
@@ -22,7 +24,23 @@ struct LastPictureHolder
     std::mutex lock;
     std::shared_ptr<const DeviceTreePicture> picture;
     DEVINST next = 1;
+    std::atomic<std::uint64_t> changes = 1; ///< of the picture
+
+    void Set(std::shared_ptr<const DeviceTreePicture> other)
+    {
+        picture = std::move(other);
+        ++changes;
+    }
 };
+
+/// What a thread saw last, so that a walk over the tree asks for the lock once. May be all that
+/// holds an old picture, until the thread's next call.
+struct SeenPicture
+{
+    std::uint64_t changes = 0;
+    std::shared_ptr<const DeviceTreePicture> picture;
+};
+thread_local SeenPicture t_Seen;
 
 LastPictureHolder& Holder()
 {
@@ -43,7 +61,7 @@ CONFIGRET RunNodeCall(const char* name, DEVINST node, bool hasPointers, ULONG fl
                                       return CR_INVALID_DEVNODE;
                                   if (flags != 0)
                                       return CR_INVALID_FLAG;
-                                  const auto picture = LastPicture();
+                                  const auto& picture = LastPicture();
                                   if (!picture)
                                       return CR_NO_SUCH_DEVNODE;
                                   const std::size_t position = picture->PositionOf(node);
@@ -71,9 +89,13 @@ CONFIGRET Relative(const char* name, DEVINST* relative, DEVINST node, ULONG flag
 DeviceTreePicture::DeviceTreePicture(std::shared_ptr<const DeviceTree> tree, DEVINST first)
     : m_Tree(std::move(tree)), m_First(first)
 {
-    m_ById.reserve(m_Tree->size());
+    m_ById.reserve(2 * m_Tree->size());
     for (std::size_t position = 0; position < m_Tree->size(); ++position)
-        m_ById.emplace(FoldCase((*m_Tree)[position].id), position);
+    {
+        const std::string& id = (*m_Tree)[position].id;
+        m_ById.emplace(id, position);
+        m_ById.emplace(FoldCase(id), position);
+    }
 }
 
 std::size_t DeviceTreePicture::PositionOf(DEVINST node) const
@@ -83,7 +105,7 @@ std::size_t DeviceTreePicture::PositionOf(DEVINST node) const
 
 std::size_t DeviceTreePicture::PositionOf(const std::string& deviceId) const
 {
-    const auto found = m_ById.find(FoldCase(deviceId));
+    const auto found = FindFolded(m_ById, deviceId);
     return found == m_ById.end() ? DeviceNode::None : found->second;
 }
 
@@ -93,35 +115,39 @@ std::shared_ptr<const DeviceTreePicture> TakePicture()
     LastPictureHolder& holder = Holder();
     const std::lock_guard guard(holder.lock);
     if (!tree || tree->empty())
-        holder.picture = nullptr;
+        holder.Set(nullptr);
     else if (!holder.picture || !holder.picture->Shows(tree))
     {
         // Numbers go on from the last tree's, so that nobody takes an old node for a new one.
         const auto size = static_cast<DEVINST>(tree->size());
         if (holder.next > std::numeric_limits<DEVINST>::max() - size)
             holder.next = 1;
-        holder.picture = std::make_shared<const DeviceTreePicture>(std::move(tree), holder.next);
+        holder.Set(std::make_shared<const DeviceTreePicture>(std::move(tree), holder.next));
         holder.next += size;
     }
     return holder.picture;
 }
 
-std::shared_ptr<const DeviceTreePicture> LastPicture()
+const std::shared_ptr<const DeviceTreePicture>& LastPicture()
 {
+    SeenPicture& seen = t_Seen;
+    LastPictureHolder& holder = Holder();
+    if (seen.picture && seen.changes == holder.changes)
+        return seen.picture;
     {
-        LastPictureHolder& holder = Holder();
         const std::lock_guard guard(holder.lock);
-        if (holder.picture)
-            return holder.picture;
+        seen = {holder.changes, holder.picture};
     }
-    return TakePicture();
+    if (!seen.picture)
+        seen.picture = TakePicture();
+    return seen.picture;
 }
 
 void ForgetPicture()
 {
     LastPictureHolder& holder = Holder();
     const std::lock_guard guard(holder.lock);
-    holder.picture = nullptr;
+    holder.Set(nullptr);
 }
 
 CONFIGRET CM_Locate_DevNodeA(DEVINST* node, CHAR* deviceId, ULONG flags)

@@ -29,15 +29,15 @@ class DeviceTreePicture
   private:
     std::shared_ptr<const DeviceTree> m_Tree;
     DEVINST m_First;
-    std::unordered_map<std::string, std::size_t> m_ById;
+    std::unordered_map<std::string, std::size_t> m_ById; ///< as it is written, and in lower case
 };
 
 /// A fresh picture, which is the last one from now on; null when there is no tree. A machine that
 /// gives the same tree again keeps its numbers.
 std::shared_ptr<const DeviceTreePicture> TakePicture();
 
-/// The last picture; takes one if there is none.
-std::shared_ptr<const DeviceTreePicture> LastPicture();
+/// The last picture; takes one if there is none. Stands until the thread's next call.
+const std::shared_ptr<const DeviceTreePicture>& LastPicture();
 
 /// The machine is another from now on.
 void ForgetPicture();

@@ -3,10 +3,11 @@
 
 #include "platform/WindowsTypes.h"
 
+#include <boost/container/flat_map.hpp>
+
 #include <cstddef>
 #include <memory>
 #include <mutex>
-#include <unordered_map>
 #include <utility>
 
 namespace Platform
@@ -57,7 +58,7 @@ template <class T> class HandleTable
 
   private:
     mutable std::mutex m_Lock;
-    std::unordered_map<HANDLE, std::shared_ptr<T>> m_Objects;
+    boost::container::flat_map<HANDLE, std::shared_ptr<T>> m_Objects; ///< new ones come last
 };
 
 } // namespace Platform

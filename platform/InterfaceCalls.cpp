@@ -23,11 +23,15 @@ constexpr GUID DiskSetupClass = {
 struct Interface
 {
     DEVINST node;
-    std::string path;
+    const std::string* path;
 };
 
 /// The disk interfaces of a moment.
-using InterfaceList = std::vector<Interface>;
+struct InterfaceList
+{
+    std::shared_ptr<const DeviceTreePicture> picture; ///< holds the paths
+    std::vector<Interface> interfaces;
+};
 
 HandleTable<const InterfaceList>& Lists()
 {
@@ -40,10 +44,10 @@ bool IsDiskClass(const GUID& guid)
     return std::memcmp(&guid, &DiskInterfaceClass, sizeof(GUID)) == 0;
 }
 
-void AppendInterfaces(const DeviceTreePicture& picture, std::size_t position, InterfaceList& list)
+void AppendInterfaces(std::size_t position, InterfaceList& list)
 {
-    for (const std::string& path : picture.Tree()[position].diskInterfaces)
-        list.push_back({picture.NodeAt(position), path});
+    for (const std::string& path : list.picture->Tree()[position].diskInterfaces)
+        list.interfaces.push_back({list.picture->NodeAt(position), &path});
 }
 
 } // namespace
@@ -66,20 +70,21 @@ HDEVINFO SetupDiGetClassDevsA(const GUID* interfaceClass, const CHAR* enumerator
             return FailCall(ErrorInvalidFlags, INVALID_HANDLE_VALUE);
 
         auto list = std::make_shared<InterfaceList>();
-        const auto picture = LastPicture();
+        list->picture = LastPicture();
         if (enumerator != nullptr)
         {
-            const std::size_t position =
-                picture ? picture->PositionOf(std::string(enumerator)) : DeviceNode::None;
+            const std::size_t position = list->picture
+                                             ? list->picture->PositionOf(std::string(enumerator))
+                                             : DeviceNode::None;
             if (position == DeviceNode::None)
                 return FailCall(ErrorInvalidData, INVALID_HANDLE_VALUE);
             if (IsDiskClass(*interfaceClass))
-                AppendInterfaces(*picture, position, *list);
+                AppendInterfaces(position, *list);
         }
-        else if (picture && IsDiskClass(*interfaceClass))
+        else if (list->picture && IsDiskClass(*interfaceClass))
         {
-            for (std::size_t position = 0; position < picture->Tree().size(); ++position)
-                AppendInterfaces(*picture, position, *list);
+            for (std::size_t position = 0; position < list->picture->Tree().size(); ++position)
+                AppendInterfaces(position, *list);
         }
         return Lists().Add(std::move(list));
     };
@@ -91,8 +96,8 @@ BOOL SetupDiEnumDeviceInterfaces(HDEVINFO list, SP_DEVINFO_DATA* device, const G
 {
     const auto call = [&]() -> BOOL
     {
-        const auto interfaces = Lists().Find(list);
-        if (!interfaces)
+        const auto found = Lists().Find(list);
+        if (!found)
             return FailCall<BOOL>(ERROR_INVALID_HANDLE, 0);
         if (interfaceClass == nullptr || data == nullptr ||
             (device != nullptr && device->cbSize != sizeof(SP_DEVINFO_DATA)))
@@ -102,9 +107,9 @@ BOOL SetupDiEnumDeviceInterfaces(HDEVINFO list, SP_DEVINFO_DATA* device, const G
         if (!IsDiskClass(*interfaceClass))
             return FailCall<BOOL>(ERROR_NO_MORE_ITEMS, 0);
         DWORD seen = 0;
-        for (std::size_t position = 0; position < interfaces->size(); ++position)
+        for (std::size_t position = 0; position < found->interfaces.size(); ++position)
         {
-            if (device != nullptr && device->DevInst != (*interfaces)[position].node)
+            if (device != nullptr && device->DevInst != found->interfaces[position].node)
                 continue;
             if (seen++ != index)
                 continue;
@@ -124,11 +129,11 @@ BOOL SetupDiGetDeviceInterfaceDetailA(HDEVINFO list, SP_DEVICE_INTERFACE_DATA* d
 {
     const auto call = [&]() -> BOOL
     {
-        const auto interfaces = Lists().Find(list);
-        if (!interfaces)
+        const auto found = Lists().Find(list);
+        if (!found)
             return FailCall<BOOL>(ERROR_INVALID_HANDLE, 0);
         if (data == nullptr || data->cbSize != sizeof(SP_DEVICE_INTERFACE_DATA) ||
-            data->Reserved == 0 || data->Reserved > interfaces->size() ||
+            data->Reserved == 0 || data->Reserved > found->interfaces.size() ||
             (device != nullptr && device->cbSize != sizeof(SP_DEVINFO_DATA)))
             return FailCall<BOOL>(ERROR_INVALID_PARAMETER, 0);
         if (detail == nullptr ? size != 0
@@ -136,21 +141,20 @@ BOOL SetupDiGetDeviceInterfaceDetailA(HDEVINFO list, SP_DEVICE_INTERFACE_DATA* d
                                     detail->cbSize != sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A))
             return FailCall<BOOL>(ERROR_INVALID_USER_BUFFER, 0);
 
-        const Interface& found = (*interfaces)[data->Reserved - 1];
+        const auto& [node, path] = found->interfaces[data->Reserved - 1];
         constexpr std::size_t PathOffset = offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_A, DevicePath);
-        const auto needed = static_cast<DWORD>(std::max(PathOffset + found.path.size() + 1,
-                                                        sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A)));
+        const auto needed = static_cast<DWORD>(
+            std::max(PathOffset + path->size() + 1, sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A)));
         if (requiredSize != nullptr)
             *requiredSize = needed;
         if (size < needed)
             return FailCall<BOOL>(ERROR_INSUFFICIENT_BUFFER, 0);
         // By bytes: the path goes beyond the one character that the structure declares.
-        std::memcpy(reinterpret_cast<char*>(detail) + PathOffset, found.path.c_str(),
-                    found.path.size() + 1);
+        std::memcpy(reinterpret_cast<char*>(detail) + PathOffset, path->c_str(), path->size() + 1);
         if (device != nullptr)
         {
             device->ClassGuid = DiskSetupClass;
-            device->DevInst = found.node;
+            device->DevInst = node;
             device->Reserved = 0;
         }
         return 1;

@@ -20,7 +20,6 @@ thread_local DWORD t_CallError = ERROR_SUCCESS;
 // Never destroyed: threads may still be in a call when the process ends.
 struct Gate
 {
-    std::atomic<bool> isSet = false;
     std::mutex lock;
     std::shared_ptr<const CallGate> function;
 };
@@ -38,15 +37,13 @@ void SetCallGate(CallGate function)
     Gate& gate = TheGate();
     auto next = function ? std::make_shared<const CallGate>(std::move(function)) : nullptr;
     const std::lock_guard guard(gate.lock);
-    gate.isSet = next != nullptr;
+    g_hasCallGate = next != nullptr;
     gate.function.swap(next);
 }
 
-bool GatePasses(const char* name)
+bool AskCallGate(const char* name)
 {
     Gate& gate = TheGate();
-    if (!gate.isSet)
-        return true;
     std::shared_ptr<const CallGate> function;
     {
         const std::lock_guard guard(gate.lock);

@@ -53,6 +53,16 @@ bool HasSameLayout(const KernelDisk& one, const KernelDisk& other)
                       other.partitions.end(), same);
 }
 
+/// Where the partitions are mounted, and the whole disk as the last.
+std::vector<std::string> TargetsOf(const KernelDisk& disk, const MountTable& mounts)
+{
+    std::vector<std::string> targets;
+    for (const KernelPartition& partition : disk.partitions)
+        targets.push_back(mounts.TargetOf(partition.device, partition.name));
+    targets.push_back(mounts.TargetOf(disk.whole.device, disk.whole.name));
+    return targets;
+}
+
 ZKTX::CSystemPartition MakePartition(const KernelPartition& extent, const std::string& target,
                                      const ContentFacts& content)
 {
@@ -76,37 +86,11 @@ DiskContents::DiskContents(SystemFolders folders, std::shared_ptr<DiskPort> port
 }
 
 void DiskContents::AppendPartitions(const std::shared_ptr<const KernelDisk>& disk,
-                                    const MountTable& mounts,
+                                    const std::shared_ptr<const MountTable>& mounts,
                                     std::vector<ZKTX::CSystemPartition>& partitions)
 {
-    std::vector<std::string> targets;
-    for (const KernelPartition& partition : disk->partitions)
-        targets.push_back(mounts.TargetOf(partition.device, partition.name));
-    targets.push_back(mounts.TargetOf(disk->whole.device, disk->whole.name));
-
-    const auto facts = FactsOf(disk, targets);
-    const auto contentOf = [&](const KernelPartition& extent)
-    {
-        const auto found = facts->contents.find(extent.name);
-        return found == facts->contents.end() ? ContentFacts() : found->second;
-    };
-    for (std::size_t at = 0; at < disk->partitions.size(); ++at)
-    {
-        const KernelPartition& extent = disk->partitions[at];
-        ZKTX::CSystemPartition partition = MakePartition(extent, targets[at], contentOf(extent));
-        for (const TableEntry& entry : facts->table.entries)
-        {
-            // The table on the disk may be a newer one than the kernel's.
-            if (entry.index != extent.index || entry.start != extent.start)
-                continue;
-            partition.m_Text4 = entry.type;
-            partition.m_Text5 = entry.uuid;
-        }
-        partitions.push_back(std::move(partition));
-    }
-    const ContentFacts whole = contentOf(disk->whole);
-    if (disk->partitions.empty() && (whole.isThere || !targets.back().empty()))
-        partitions.push_back(MakePartition(disk->whole, targets.back(), whole));
+    const auto facts = FactsOf(disk, mounts);
+    partitions.insert(partitions.end(), facts->partitions.begin(), facts->partitions.end());
 }
 
 void DiskContents::Keep(const KernelPicture& picture)
@@ -123,7 +107,7 @@ void DiskContents::Keep(const KernelPicture& picture)
 
 std::shared_ptr<const DiskContents::Remembered>
 DiskContents::FactsOf(const std::shared_ptr<const KernelDisk>& disk,
-                      const std::vector<std::string>& targets)
+                      const std::shared_ptr<const MountTable>& mounts)
 {
     std::shared_ptr<const Remembered> before;
     {
@@ -131,38 +115,79 @@ DiskContents::FactsOf(const std::shared_ptr<const KernelDisk>& disk,
         before = m_Remembered[disk->whole.name];
     }
     const auto now = Clock::now();
-    if (before && before->disk == disk && before->targets == targets &&
-        now - before->looked <= LookInterval)
+    const bool isFresh = before && before->disk == disk && now - before->looked <= LookInterval;
+    if (isFresh && before->mounts == mounts)
         return before;
 
     // Other threads may be here for the same disk; they find the same.
     const bool isSame = before && HasSameLayout(*before->disk, *disk);
     auto facts = isSame ? std::make_shared<Remembered>(*before) : std::make_shared<Remembered>();
     facts->disk = disk;
-    facts->targets = targets;
-    facts->looked = now;
+    facts->mounts = mounts;
+    facts->targets = TargetsOf(*disk, *mounts);
+    if (!isFresh || facts->targets != before->targets)
+    {
+        facts->looked = now;
+        LookAgain(*facts);
+    }
+    facts->partitions = MakePartitions(*facts);
+    const std::lock_guard guard(m_Lock);
+    return m_Remembered[disk->whole.name] = std::move(facts);
+}
+
+std::vector<ZKTX::CSystemPartition> DiskContents::MakePartitions(const Remembered& facts)
+{
+    const KernelDisk& disk = *facts.disk;
+    const auto contentOf = [&](const KernelPartition& extent)
+    {
+        const auto found = facts.contents.find(extent.name);
+        return found == facts.contents.end() ? ContentFacts() : found->second;
+    };
+    std::vector<ZKTX::CSystemPartition> partitions;
+    for (std::size_t at = 0; at < disk.partitions.size(); ++at)
+    {
+        const KernelPartition& extent = disk.partitions[at];
+        auto partition = MakePartition(extent, facts.targets[at], contentOf(extent));
+        for (const TableEntry& entry : facts.table.entries)
+        {
+            // The table on the disk may be a newer one than the kernel's.
+            if (entry.index != extent.index || entry.start != extent.start)
+                continue;
+            partition.m_Text4 = entry.type;
+            partition.m_Text5 = entry.uuid;
+        }
+        partitions.push_back(std::move(partition));
+    }
+    const ContentFacts whole = contentOf(disk.whole);
+    if (disk.partitions.empty() && (whole.isThere || !facts.targets.back().empty()))
+        partitions.push_back(MakePartition(disk.whole, facts.targets.back(), whole));
+    return partitions;
+}
+
+/// Reads the disk if there may be something new on it.
+void DiskContents::LookAgain(Remembered& facts) const
+{
     try
     {
-        const std::uint64_t written = WrittenSectors(*disk);
-        if (!facts->isComplete || facts->written != written)
+        const std::uint64_t written = WrittenSectors(*facts.disk);
+        if (!facts.isComplete || facts.written != written)
         {
-            facts->written = written;
-            Read(*disk, *facts);
+            facts.written = written;
+            Read(*facts.disk, facts);
         }
     }
     catch (const std::system_error&)
     {
-        facts->isComplete = false;
+        facts.isComplete = false;
     }
-    const std::lock_guard guard(m_Lock);
-    return m_Remembered[disk->whole.name] = std::move(facts);
 }
 
 /// Takes from the disk what it gives; what it does not give stays as it was.
 void DiskContents::Read(const KernelDisk& disk, Remembered& facts) const
 {
-    const auto openFile = [&](const KernelPartition& extent, FileDescriptor& file)
-    { return m_Port->Open(m_Folders.dev + "/" + extent.name, extent.device, file) == 0; };
+    const auto openFile = [&](const KernelPartition& extent, FileDescriptor& file) {
+        return m_Port->Open(m_Folders.dev + "/" + extent.name, {extent.device, {}}, file) == 0;
+    };
 
     facts.isComplete = false;
     FileDescriptor file;

@@ -31,7 +31,8 @@ class DiskContents
     /// Partitions in the order of their index, appended. A disk with a file system and no partition
     /// table has one partition: index 0, from the beginning, with the name of the disk.
     /// @param disk  of the last picture; another one means that the kernel tells something new
-    void AppendPartitions(const std::shared_ptr<const KernelDisk>& disk, const MountTable& mounts,
+    void AppendPartitions(const std::shared_ptr<const KernelDisk>& disk,
+                          const std::shared_ptr<const MountTable>& mounts,
                           std::vector<ZKTX::CSystemPartition>& partitions);
 
     /// Forgets the disks that the picture does not show.
@@ -44,16 +45,20 @@ class DiskContents
     struct Remembered
     {
         std::shared_ptr<const KernelDisk> disk;
-        std::vector<std::string> targets; ///< where its partitions were mounted
+        std::shared_ptr<const MountTable> mounts;
+        std::vector<std::string> targets; ///< where its partitions were mounted, the whole last
         std::uint64_t written = 0;        ///< sectors
         Clock::time_point looked;
         bool isComplete = false; ///< all of it could be read
         TableFacts table;
-        std::map<std::string, ContentFacts> contents; ///< by partition name
+        std::map<std::string, ContentFacts> contents;   ///< by partition name
+        std::vector<ZKTX::CSystemPartition> partitions; ///< what follows from all this
     };
 
     std::shared_ptr<const Remembered> FactsOf(const std::shared_ptr<const KernelDisk>& disk,
-                                              const std::vector<std::string>& targets);
+                                              const std::shared_ptr<const MountTable>& mounts);
+    static std::vector<ZKTX::CSystemPartition> MakePartitions(const Remembered& facts);
+    void LookAgain(Remembered& facts) const;
     void Read(const KernelDisk& disk, Remembered& facts) const;
 
     SystemFolders m_Folders;

@@ -4,14 +4,21 @@
 #include "platform/linux/BlockProbe.h"
 #include "platform/linux/FileDescriptor.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include <scsi/sg.h>
 
 namespace Platform
 {
+
+/// A disk or a partition.
+struct WantedDevice
+{
+    const std::string& device; ///< "major:minor"
+    std::string_view sequence; ///< of a whole disk whose number in the kernel's count is known
+};
 
 /// The kernel's own calls; whoever derives from it stands in for the kernel. Calls from any thread,
 /// several at once, with no lock held: each may take as long as its disk does.
@@ -21,15 +28,12 @@ class PLATFORM_API DiskPort
     virtual ~DiskPort() = default;
 
     /// Opens a device file for reading alone.
-    /// @param device  "major:minor", which the file must have: names come and go
+    /// @param wanted  what the file must lead to: names come and go
     /// @return 0 or an error number; ENODEV for a file of another device
-    virtual int Open(const std::string& path, const std::string& device, FileDescriptor& file);
+    virtual int Open(const std::string& path, const WantedDevice& wanted, FileDescriptor& file);
 
     /// Sends one SCSI request (SG_IO). 0 or an error number.
     virtual int Send(int descriptor, sg_io_hdr_t& request);
-
-    /// Length in bytes. 0 or an error number.
-    virtual int Length(int descriptor, std::uint64_t& bytes);
 
     /// What stands on it, as BlockProbe.h tells; nothing when it cannot be read.
     virtual std::optional<TableFacts> ReadTable(int descriptor);

@@ -112,8 +112,10 @@ class PictureReader
             node.parent = ControllerOf(*path);
             node.diskInterfaces.push_back(DiskInterfacePath(node.id, 0));
             m_Picture.interfaces.emplace(FoldCase(node.diskInterfaces.front()), number);
-            if (m_Tree[node.parent].service == AhciService)
-                disk->runtimeStatus = OpenSystemFile(disk->folder + "/device/power/runtime_status");
+            const std::string power = disk->folder + "/device/power/";
+            if (m_Tree[node.parent].service == AhciService &&
+                ReadAttribute(power + "control") != "on")
+                disk->runtimeStatus = OpenSystemFile(power + "runtime_status");
             m_Picture.disks.emplace(number, disk);
             m_Tree.push_back(std::move(node));
         }

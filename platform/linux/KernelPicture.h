@@ -37,8 +37,8 @@ struct KernelDisk
     std::string identity; ///< the sequence, or else the name that the disk gives itself
     bool isAta = false;
     std::vector<KernelPartition> partitions; ///< by index
-    /// Of its power management, kept open; only below an AHCI controller, since there may be many
-    /// other disks.
+    /// Of its power management, kept open; only for a disk below an AHCI controller that the kernel
+    /// may suspend ("auto").
     FileDescriptor runtimeStatus;
     /// Its power mode as it was told last.
     mutable std::atomic<bool> isAsleep = false;

@@ -41,7 +41,7 @@ DWORD LinuxMachine::OpenDevice(const std::string& path, bool writable,
             DWORD number = 0;
             if (!DiskNumberOfPath(path, number))
             {
-                const auto named = picture->interfaces.find(FoldCase(path));
+                const auto named = FindFolded(picture->interfaces, path);
                 if (named == picture->interfaces.end())
                     return ERROR_FILE_NOT_FOUND;
                 number = named->second;
@@ -90,7 +90,7 @@ bool LinuxMachine::Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartiti
                 const auto found = picture->disks.find(diskNumber);
                 if (found == picture->disks.end())
                     return false;
-                m_State->contents.AppendPartitions(found->second, *m_State->tables.Mounts(),
+                m_State->contents.AppendPartitions(found->second, m_State->tables.Mounts(),
                                                    partitions);
                 return true;
             }

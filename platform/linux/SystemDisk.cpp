@@ -54,18 +54,19 @@ class SystemDisk : public Device
                 // A disk that slept when it was asked last is asked first whether it still does.
                 bool isAsleep = m_IsSuspended;
                 DWORD error = ERROR_SUCCESS;
-                if (!isAsleep && m_Disk->isAsleep && m_State->identities.Find(*m_Disk, page))
+                if (!isAsleep && m_Disk->isAsleep &&
+                    m_State->identities.Find(m_Number, *m_Disk, page))
                     error = AskPowerMode(isAsleep);
                 if (error != ERROR_SUCCESS)
                     return error;
                 if (isAsleep)
-                    return m_State->identities.Find(*m_Disk, page) || KeptIdentity(page)
+                    return m_State->identities.Find(m_Number, *m_Disk, page) || KeptIdentity(page)
                                ? ERROR_SUCCESS
                                : ERROR_NOT_READY;
                 error =
                     m_State->NoteAnswer(*m_Disk, SendIdentify(*m_State->port, m_File.Get(), page));
                 if (error == ERROR_SUCCESS)
-                    m_State->identities.Keep(*m_Disk, page);
+                    m_State->identities.Keep(m_Number, *m_Disk, page);
                 return error;
             });
     }
@@ -82,29 +83,21 @@ class SystemDisk : public Device
                 if (error != ERROR_SUCCESS)
                     return error;
                 if (isAsleep)
-                    return m_State->smartPages.Find(*m_Disk, page) ? ERROR_SUCCESS
-                                                                   : ERROR_NOT_READY;
+                    return m_State->smartPages.Find(m_Number, *m_Disk, page) ? ERROR_SUCCESS
+                                                                             : ERROR_NOT_READY;
                 error = m_State->NoteAnswer(*m_Disk,
                                             SendSmartReadData(*m_State->port, m_File.Get(), page));
                 if (error == ERROR_SUCCESS)
-                    m_State->smartPages.Keep(*m_Disk, page);
+                    m_State->smartPages.Keep(m_Number, *m_Disk, page);
                 return error;
             });
     }
 
     DWORD Length(std::uint64_t& bytes) override
     {
-        return Ask(
-            [&]() -> DWORD
-            {
-                if (!m_IsSuspended)
-                {
-                    const int error = m_State->port->Length(m_File.Get(), bytes);
-                    return error == 0 ? static_cast<DWORD>(ERROR_SUCCESS) : ErrorOfCall(error);
-                }
-                bytes = m_Disk->whole.bytes;
-                return ERROR_SUCCESS;
-            });
+        // The kernel announces a new length like a new disk.
+        bytes = m_Disk->whole.bytes;
+        return ERROR_SUCCESS;
     }
 
   private:

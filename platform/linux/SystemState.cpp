@@ -10,7 +10,7 @@ namespace Platform
 DWORD SystemState::OpenFile(const KernelDisk& disk, FileDescriptor& file)
 {
     const std::string path = folders.dev + "/" + disk.whole.name;
-    const int error = port->Open(path, disk.whole.device, file);
+    const int error = port->Open(path, {disk.whole.device, disk.sequence}, file);
     if (error == EACCES)
         rights.Note(disk.whole.name, Right::ReadAccess);
     else if (error == EPERM)

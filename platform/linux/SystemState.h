@@ -6,10 +6,10 @@
 #include "platform/linux/MissingRights.h"
 #include "platform/linux/SystemTables.h"
 
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 namespace Platform
@@ -19,17 +19,19 @@ namespace Platform
 class LastPages
 {
   public:
-    void Keep(const KernelDisk& disk, const Sector& page)
+    void Keep(DWORD number, const KernelDisk& disk, const Sector& page)
     {
         const std::lock_guard guard(m_Lock);
-        m_Pages[disk.whole.name] = {disk.identity, page};
+        Entry& entry = m_Pages[number];
+        entry.identity = disk.identity;
+        entry.page = page;
     }
 
-    bool Find(const KernelDisk& disk, Sector& page) const
+    bool Find(DWORD number, const KernelDisk& disk, Sector& page) const
     {
         const std::lock_guard guard(m_Lock);
-        const auto found = m_Pages.find(disk.whole.name);
-        // Another disk may have the name by now.
+        const auto found = m_Pages.find(number);
+        // Another disk may have the number by now.
         if (found == m_Pages.end() || disk.identity.empty() ||
             found->second.identity != disk.identity)
             return false;
@@ -44,7 +46,7 @@ class LastPages
         Sector page;
     };
     mutable std::mutex m_Lock;
-    std::map<std::string, Entry> m_Pages; ///< by disk name, of which there are few
+    std::unordered_map<DWORD, Entry> m_Pages; ///< by disk number, of which there are few
 };
 
 /// What the machine and its open disks share. Safe from any thread.

@@ -1,5 +1,6 @@
 #include "platform/linux/SystemTables.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <system_error>
@@ -15,13 +16,18 @@ namespace
 {
 
 constexpr std::chrono::seconds Trust{60};
+constexpr std::chrono::milliseconds MountTrust{100}; // one look at all disks asks once
 constexpr std::size_t MountBytes = 16 << 20;
 
-/// Whether a table of /proc has changed since the last question.
-bool HasChanged(const FileDescriptor& table)
+/// Whether one of two tables of /proc has changed since the last question. An answer ends the
+/// change of both.
+bool HaveChanged(const FileDescriptor& one, const FileDescriptor& other)
 {
-    pollfd question = {table.Get(), POLLPRI, 0};
-    return poll(&question, 1, 0) > 0 && (question.revents & (POLLPRI | POLLERR)) != 0;
+    std::array<pollfd, 2> questions = {{{one.Get(), POLLPRI, 0}, {other.Get(), POLLPRI, 0}}};
+    return poll(questions.data(), questions.size(), 0) > 0 &&
+           std::any_of(questions.begin(), questions.end(),
+                       [](const pollfd& question)
+                       { return (question.revents & (POLLPRI | POLLERR)) != 0; });
 }
 
 /// A tree that stands as it stood stays the same one to its walkers. So does a disk, and what is
@@ -102,10 +108,14 @@ std::shared_ptr<const KernelPicture> SystemTables::Last()
 std::shared_ptr<const MountTable> SystemTables::Mounts()
 {
     const std::lock_guard guard(m_Lock);
-    // Both are asked each time, since an answer ends the change.
-    const bool haveMountsChanged = HasChanged(m_MountChanges);
-    const bool haveSwapsChanged = HasChanged(m_SwapChanges);
-    if (!m_Mounts || haveMountsChanged || haveSwapsChanged || m_MountsTakenWith != m_Picture)
+    const auto now = Clock::now();
+    bool haveChanged = !m_Mounts || m_MountsTakenWith != m_Picture;
+    if (haveChanged || now - m_MountsAsked > MountTrust)
+    {
+        m_MountsAsked = now;
+        haveChanged = HaveChanged(m_MountChanges, m_SwapChanges) || haveChanged;
+    }
+    if (haveChanged)
     {
         m_MountsTakenWith = nullptr; // as long as this has not come to its end
         try

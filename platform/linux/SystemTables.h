@@ -28,7 +28,8 @@ class SystemTables
     /// The last picture; takes one if there is none.
     std::shared_ptr<const KernelPicture> Last();
 
-    /// What is mounted now. @throws std::system_error as above
+    /// What is mounted now, or was a tenth of a second ago: the same table as long as nothing was
+    /// mounted or unmounted. @throws std::system_error as above
     std::shared_ptr<const MountTable> Mounts();
 
   private:
@@ -45,6 +46,7 @@ class SystemTables
     std::shared_ptr<const KernelPicture> m_Picture;
     std::optional<std::uint64_t> m_Announced;
     Clock::time_point m_Taken;
+    Clock::time_point m_MountsAsked;
     std::shared_ptr<const MountTable> m_Mounts;
     std::shared_ptr<const KernelPicture> m_MountsTakenWith;
 };

@@ -233,7 +233,7 @@ DWORD SimulatedMachine::OpenDevice(const std::string& path, bool /*writable*/,
     DWORD number = 0;
     if (!DiskNumberOfPath(path, number))
     {
-        const auto found = record->interfaces.find(FoldCase(path));
+        const auto found = FindFolded(record->interfaces, path);
         if (found == record->interfaces.end())
             return ERROR_FILE_NOT_FOUND;
         number = found->second;

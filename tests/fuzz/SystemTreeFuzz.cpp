@@ -76,7 +76,7 @@ struct Computer : DiskPort
             mkfifo(path.c_str(), 0600);
     }
 
-    int Open(const std::string&, const std::string&, FileDescriptor& file) override
+    int Open(const std::string&, const WantedDevice&, FileDescriptor& file) override
     {
         file = FileDescriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
         return std::max(Next() - 199, 0);
@@ -94,7 +94,6 @@ struct Computer : DiskPort
         std::fill_n(static_cast<std::uint8_t*>(head.dxferp), head.dxfer_len, Next());
         return std::max(Next() - 199, 0);
     }
-    int Length(int, std::uint64_t& bytes) override { return bytes = Next(), bytes % 8; }
 };
 
 /// Checks the tree and asks all of its disks for all there is.

@@ -43,11 +43,11 @@ struct Linux : Support::PluginTest, DiskPort
         const std::lock_guard guard(lock);
         return calls.push_back(call), answers[question];
     }
-    int Open(const std::string& path, const std::string& device, FileDescriptor& file) override
+    int Open(const std::string& path, const WantedDevice& wanted, FileDescriptor& file) override
     {
         const std::string call = "open " + path.substr(path.rfind('/') + 1);
         file = FileDescriptor(open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
-        return std::stoi("0" + Answer(call, call + " " + device));
+        return std::stoi("0" + Answer(call, call + " " + wanted.device));
     }
     int Send(int descriptor, sg_io_hdr_t& head) override
     {
@@ -82,7 +82,6 @@ struct Linux : Support::PluginTest, DiskPort
         std::fill_n(static_cast<std::uint8_t*>(head.dxferp), head.dxfer_len / 512, in["page"]);
         return in["call"];
     }
-    int Length(int, std::uint64_t& bytes) override { return bytes = 512, 0; }
     std::optional<TableFacts> ReadTable(int) override
     {
         return answers["table"].empty()
@@ -190,9 +189,9 @@ TEST_F(Linux, EveryEndOfARequestHasItsError)
         for (auto end = words.begin() + 2; end != words.end(); ++end)
         {
             answers = {{"sda ec", *end}, {"sda b0", *end}};
-            EXPECT_EQ(Ask(0), words[0] + words[0] + "512") << *end;
+            EXPECT_EQ(Ask(0), words[0] + words[0] + "8192") << *end;
             answers = {{"sda e5", *end}};
-            EXPECT_EQ(Ask(0), words[1] + "p512") << *end;
+            EXPECT_EQ(Ask(0), words[1] + "p8192") << *end;
         }
     }
 }
@@ -204,11 +203,11 @@ TEST_F(Linux, ASleepingDiskAnswersWithItsLastPageAndASuspendedOneIsNotOpened)
     // runtime status, power mode, which disk, its page; what it answers, and whether it was asked
     // for its identity (+), for less (~), or not opened at all
     const auto rows = Words(" \n", R"(
-        active 0 1 97 21?p512+      active 255 1 98 bp512+      active 0 1 99 bp512~
-        active 1 1 99 bp512~        active 128 1 100 dp512+     active 64 1 101 ep512+
-        active 65 1 102 fp512+      active 0 1 103 fp512~       active 0 2 103 21?p512+
-        suspended 9 2 103 21?p8192- active 255 2 104 hp512+     suspending 9 2 105 hp8192-
-        active 0 2 105 hp512~       active 0 1 105 21?p512+     suspended 9 3 105 21?v8192-)");
+        active 0 1 97 21?p8192+      active 255 1 98 bp8192+      active 0 1 99 bp8192~
+        active 1 1 99 bp8192~        active 128 1 100 dp8192+     active 64 1 101 ep8192+
+        active 65 1 102 fp8192+      active 0 1 103 fp8192~       active 0 2 103 21?p8192+
+        suspended 9 2 103 21?p8192- active 255 2 104 hp8192+     suspending 9 2 105 hp8192-
+        active 0 2 105 hp8192~       active 0 1 105 21?p8192+     suspended 9 3 105 21?v8192-)");
     for (const std::string format : {"fixed,6=", "desc,17="})
         for (auto row = rows.begin(); row != rows.end(); row += 5)
         {
@@ -240,7 +239,7 @@ TEST_F(Linux, AMissingRightIsToldUntilItIsThere)
         answers = {{"open sda", opening}, {"sda ec", answer}};
         EXPECT_TRUE(contains(Ask(0).append(machine->MissingRight()), line)) << line;
         answers.clear();
-        EXPECT_EQ(Ask(0).append(machine->MissingRight()), "pp512") << line;
+        EXPECT_EQ(Ask(0).append(machine->MissingRight()), "pp8192") << line;
     }
     answers = {{"open sda", "13"}, {"open sdb", "2"}};
     Put("sys/block/sdb", "|"), Put("sys/block/sda", "x"), Ask(0), Ask(1);
@@ -328,7 +327,7 @@ TEST_F(Linux, ADiskThatHangsHoldsNobodyElseAndItsThreadCanBeCancelled)
     answers = {{"sda ec", "hang"}};
     std::thread hung([&] { Ask(0), calls.push_back("not cancelled"); });
     asked.wait();
-    EXPECT_TRUE(Ask(1).append(Walk(1)).append(machine->MissingRight()).starts_with("pp512"));
+    EXPECT_TRUE(Ask(1).append(Walk(1)).append(machine->MissingRight()).starts_with("pp8192"));
     EXPECT_EQ(pthread_cancel(hung.native_handle()), 0);
     released.count_down(), hung.join();
     EXPECT_EQ(calls.back(), "sent") << "cancelled when the answer was there";
@@ -349,5 +348,5 @@ TEST_F(Linux, APluginShowsTheDisksThatAnswerAndSendsNothingElse)
                                     "d0 0 1 0 1 0 4f 0 c2 0 b0 0;open sdaa 65:160" + power);
     FileDescriptor file;
     for (const char* name : {"dev/pipe", "dev", "dev/sda"}) // a folder cannot be opened for writing
-        EXPECT_EQ(DiskPort().Open(folder.File(name), "0:0", file), ENODEV) << name;
+        EXPECT_EQ(DiskPort().Open(folder.File(name), {"0:0", "1"}, file), ENODEV) << name;
 }

@@ -16,6 +16,7 @@
 #include "tarnis/Src/tarnis/SourceLocation.h"
 #include "tarnis/Src/tarnisAdapter/Adapter.h"
 #include "tarnis/Src/tarnisPhysicalDrive/PhysicalDrive.h"
+#include "tarnis/Src/tarnisPlugin/KnownDrives.h"
 #include "tarnis/Src/tarnisPlugin/Plugin.h"
 
 #include <atomic>
@@ -177,6 +178,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     std::string m_DriverName; ///< written by Initialize before any query runs
     std::string m_DriverVersion;
     RowsInStep m_RowsInStep TARNIS_GUARDED_BY(m_DataLock);
+    KnownDrives m_KnownDrives TARNIS_GUARDED_BY(m_DataLock);
 };
 
 } // namespace NAMESPACE_tarnis

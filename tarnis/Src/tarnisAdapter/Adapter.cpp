@@ -1,7 +1,5 @@
 #include "tarnis/Src/tarnisAdapter/Adapter.h"
 
-#include "tarnis/Src/tarnis/Text.h"
-
 #include <tuple>
 
 namespace NAMESPACE_tarnis
@@ -25,9 +23,16 @@ bool CAHCIAdapter::operator==(const CAHCIAdapter& other) const
     return CObject::operator==(other) && Fields(*this) == Fields(other);
 }
 
+std::string PciAddress(const CAHCIAdapter& adapter)
+{
+    return "PCI:Bus=" + std::to_string(adapter.m_PciBus) +
+           "&Device=" + std::to_string(adapter.m_PciDevice) +
+           "&Function=" + std::to_string(adapter.m_PciFunction);
+}
+
 std::string AdapterName(const std::string& product, std::uint32_t number)
 {
-    return Formatted("Windows %s (%d)", product, number);
+    return "Windows " + product + " (" + std::to_string(number) + ")";
 }
 
 } // namespace NAMESPACE_tarnis

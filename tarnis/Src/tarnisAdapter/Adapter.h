@@ -31,6 +31,9 @@ class CAHCIAdapter : public PI::CObject
     bool operator==(const CAHCIAdapter& other) const;
 };
 
+/// Where the adapter stands, as the beginning of unique ids.
+std::string PciAddress(const CAHCIAdapter& adapter);
+
 /// Display name of an adapter with the number that the host knows it by, 0 while it has none.
 std::string AdapterName(const std::string& product, std::uint32_t number);
 

@@ -23,7 +23,9 @@ constexpr ULONG DeviceIdBytes = 2048;
 
 bool SameName(const std::string& name, const char* candidate)
 {
-    return boost::algorithm::iequals(name, candidate);
+    // Most names are told apart without the locale, and each character costs a look into it.
+    return name == candidate || (name.size() == std::char_traits<char>::length(candidate) &&
+                                 boost::algorithm::iequals(name, candidate));
 }
 
 /// Service name of a node; empty when it has none.
@@ -47,8 +49,19 @@ std::optional<DEVINST> Go(Step step, DEVINST node)
     return step(&to, node, 0) == CR_SUCCESS ? std::optional<DEVINST>(to) : std::nullopt;
 }
 
-/// Path of one interface, or nothing.
-std::optional<std::string> InterfacePath(HDEVINFO list, SP_DEVICE_INTERFACE_DATA& interfaceData)
+/// What the system tells of an interface; longer than its type by the path.
+struct InterfaceDetail
+{
+    std::unique_ptr<DWORD[]> block;
+
+    SP_DEVICE_INTERFACE_DETAIL_DATA_A* Get() const
+    {
+        return reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*>(block.get());
+    }
+};
+
+/// Detail of one interface, or nothing.
+std::optional<InterfaceDetail> DetailOf(HDEVINFO list, SP_DEVICE_INTERFACE_DATA& interfaceData)
 {
     DWORD size = 0;
     Platform::SetupDiGetDeviceInterfaceDetailA(list, &interfaceData, nullptr, 0, &size, nullptr);
@@ -58,25 +71,24 @@ std::optional<std::string> InterfacePath(HDEVINFO list, SP_DEVICE_INTERFACE_DATA
 
     // The size comes from the system: as much as it asks for, or none when memory is short.
     const std::size_t units = (std::size_t{size} + sizeof(DWORD) - 1) / sizeof(DWORD) + 1;
-    const std::unique_ptr<DWORD[]> block(new (std::nothrow) DWORD[units]());
-    if (!block)
+    InterfaceDetail detail{std::unique_ptr<DWORD[]>(new (std::nothrow) DWORD[units]())};
+    if (!detail.block)
         return std::nullopt;
-    auto* detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_A*>(block.get());
-    detail->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A);
+    detail.Get()->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A);
     SP_DEVINFO_DATA device = {};
     device.cbSize = sizeof device;
-    if (!Platform::SetupDiGetDeviceInterfaceDetailA(list, &interfaceData, detail, size, &size,
+    if (!Platform::SetupDiGetDeviceInterfaceDetailA(list, &interfaceData, detail.Get(), size, &size,
                                                     &device))
         return std::nullopt;
-    return std::string(detail->DevicePath);
+    return detail;
 }
 
 /// Disk number behind an interface, or nothing.
-std::optional<std::uint32_t> DiskNumberOf(const std::string& path)
+std::optional<std::uint32_t> DiskNumberOf(const char* path)
 {
     const Platform::DeviceHandle device(
-        Platform::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                              nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        Platform::CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!device.IsOpen())
         return std::nullopt;
     STORAGE_DEVICE_NUMBER number = {};
@@ -90,7 +102,7 @@ std::optional<std::uint32_t> DiskNumberOf(const std::string& path)
 /// Appends the numbers of all disk interfaces of one node.
 void AppendDiskNumbers(DEVINST node, std::vector<std::uint32_t>& driveNumbers)
 {
-    char deviceId[DeviceIdBytes] = {};
+    char deviceId[DeviceIdBytes]; // not looked at unless it was filled
     if (Platform::CM_Get_Device_IDA(node, deviceId, DeviceIdBytes, 0) != CR_SUCCESS)
         return;
     const Platform::DeviceInfoList list(Platform::SetupDiGetClassDevsA(
@@ -105,8 +117,8 @@ void AppendDiskNumbers(DEVINST node, std::vector<std::uint32_t>& driveNumbers)
         if (!Platform::SetupDiEnumDeviceInterfaces(
                 list.Get(), nullptr, &Platform::DiskInterfaceClass, index, &interfaceData))
             return;
-        if (const auto path = InterfacePath(list.Get(), interfaceData))
-            if (const auto number = DiskNumberOf(*path))
+        if (const auto detail = DetailOf(list.Get(), interfaceData))
+            if (const auto number = DiskNumberOf(detail->Get()->DevicePath))
                 driveNumbers.push_back(*number);
     }
 }

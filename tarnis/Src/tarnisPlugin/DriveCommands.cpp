@@ -85,9 +85,10 @@ bool IdentifyDrive(HANDLE drive, std::uint8_t driveNumber, IdentifyData& words)
     const auto reply = SendCommand(drive, driveNumber, IdentifyRegisters);
     if (!reply)
         return false;
-    const std::uint8_t* data = reply.get() + Platform::ReplyDataOffset;
-    for (std::size_t word = 0; word < words.size(); ++word)
-        words[word] = static_cast<std::uint32_t>(data[2 * word] | data[2 * word + 1] << 8);
+    std::array<std::uint16_t, std::tuple_size_v<IdentifyData>> data; // little-endian, as we are
+    static_assert(sizeof data == Platform::SectorBytes);
+    std::memcpy(data.data(), reply.get() + Platform::ReplyDataOffset, sizeof data);
+    std::copy(data.begin(), data.end(), words.begin());
     return true;
 }
 

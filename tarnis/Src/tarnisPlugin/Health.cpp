@@ -46,11 +46,10 @@ std::uint8_t TemperatureOf(const PI::_IDE_SMART_DATA& page)
     return temperature;
 }
 
-void EvaluateSmartPage(const PI::_IDE_SMART_DATA& page, CAHCIPhysicalDrive& drive)
+void EvaluateSmartPage(const PI::_IDE_SMART_DATA& page, PI::CSmartValues values,
+                       CAHCIPhysicalDrive& drive)
 {
     drive.m_Temperature = TemperatureOf(page);
-
-    PI::CSmartValues values(drive.m_Vendor, drive.m_Product);
     if (!values.IsSupported() || !values.Evaluate(page))
         return;
     drive.m_PowerOnHours = values.m_PowerOnHours;

@@ -15,7 +15,9 @@ namespace NAMESPACE_tarnis
 std::uint8_t TemperatureOf(const PI::_IDE_SMART_DATA& page);
 
 /// Fills the drive's health fields from its page, as far as its model is known.
-void EvaluateSmartPage(const PI::_IDE_SMART_DATA& page, CAHCIPhysicalDrive& drive);
+/// @param values  those of its model, without a reading
+void EvaluateSmartPage(const PI::_IDE_SMART_DATA& page, PI::CSmartValues values,
+                       CAHCIPhysicalDrive& drive);
 
 /// Raises the drive's status to AVAILABLE_SMART when a limit is reached, and with it the adapter's
 /// to WARNING.

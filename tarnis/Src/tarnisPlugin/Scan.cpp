@@ -1,14 +1,14 @@
 // The picture of the machine at one moment: an adapter, and a record for each drive that answers.
-// Built from nothing on every call; only ids and change counts carry over from the last picture.
+// Built afresh on every call; only ids and change counts carry over from the last picture.
 #include "platform/Handles.h"
 #include "platform/WindowsApi.h"
 #include "tarnis/Src/tarnis/Instance.h"
-#include "tarnis/Src/tarnis/Text.h"
 #include "tarnis/Src/tarnis/Trace.h"
 #include "tarnis/Src/tarnisPlugin/Discovery.h"
 #include "tarnis/Src/tarnisPlugin/DriveCommands.h"
 #include "tarnis/Src/tarnisPlugin/Health.h"
 #include "tarnis/Src/tarnisPlugin/Identity.h"
+#include "tarnis/Src/tarnisPlugin/KnownDrives.h"
 
 #include <optional>
 
@@ -24,33 +24,31 @@ constexpr unsigned MegabyteShift = 20;
 struct DriveAnswers
 {
     IdentifyData words;
-    std::optional<PI::_IDE_SMART_DATA> smartPage;
+    SmartPage smartPage;
     std::optional<std::uint64_t> length;
 };
 
-/// Opens a drive, asks it and closes it. Nothing for a drive that cannot be opened, takes no SMART
+/// Opens a drive, asks it and closes it. False for a drive that cannot be opened, takes no SMART
 /// commands or does not identify itself.
-std::optional<DriveAnswers> AskDrive(std::uint32_t diskNumber)
+bool AskDrive(std::uint32_t diskNumber, DriveAnswers& answers)
 {
-    const std::string path = Formatted("\\\\.\\PhysicalDrive%d", diskNumber);
+    const std::string path = "\\\\.\\PhysicalDrive" + std::to_string(diskNumber);
     const Platform::DeviceHandle drive(
         Platform::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, 0, nullptr));
     const auto driveNumber = static_cast<std::uint8_t>(diskNumber);
-    std::optional<DriveAnswers> answers(std::in_place);
     if (!drive.IsOpen() || !GetSmartVersion(drive.Get()) ||
-        !IdentifyDrive(drive.Get(), driveNumber, answers->words))
-        return std::nullopt;
+        !IdentifyDrive(drive.Get(), driveNumber, answers.words))
+        return false;
 
-    PI::_IDE_SMART_DATA page;
-    if (IsFixedDevice(answers->words) &&
-        ReadSmartData(drive.Get(), driveNumber, page) == PI::ERR_SUCCESS)
-        answers->smartPage = page;
+    if (IsFixedDevice(answers.words) &&
+        ReadSmartData(drive.Get(), driveNumber, answers.smartPage.emplace()) != PI::ERR_SUCCESS)
+        answers.smartPage.reset();
     std::uint64_t length = 0;
     if (GetDriveLength(drive.Get(), length))
-        answers->length = length;
-    return answers;
+        answers.length = length;
+    return true;
 }
 
 bool HasPartitions(const std::string& osDevice)
@@ -79,8 +77,7 @@ CAHCIAdapter IPLUGINAPI_IMPL::MakeAdapter(bool firstScan)
     adapter.SetType(PI::OBJECT_ADAPTER);
     adapter.m_AdapterNumber = TheAdapterNumber;
     adapter.m_Product = AdapterProduct;
-    adapter.m_UniqueID = Formatted("PCI:Bus=%d&Device=%d&Function=%d", adapter.m_PciBus,
-                                   adapter.m_PciDevice, adapter.m_PciFunction);
+    adapter.m_UniqueID = PciAddress(adapter);
     const PI::CAdapterID* hostID = FindAdapterID(adapter);
     adapter.m_Name = AdapterName(adapter.m_Product, hostID ? hostID->m_GlobalAdapterID : 0);
 
@@ -94,24 +91,13 @@ CAHCIAdapter IPLUGINAPI_IMPL::MakeAdapter(bool firstScan)
 bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan,
                                         CAHCIAdapter& adapter, CAHCIPhysicalDrive& drive)
 {
-    const std::optional<DriveAnswers> answers = AskDrive(diskNumber);
-    if (!answers)
+    DriveAnswers answers;
+    if (!AskDrive(diskNumber, answers))
         return false;
 
-    if (answers->length)
-        drive.m_SizeMB = *answers->length >> MegabyteShift;
-    DriveIdentity identity = DecodeIdentity(answers->words);
-    drive.m_MediaType = MediaTypeOf(answers->words, identity);
-    drive.m_Vendor = std::move(identity.vendor);
-    drive.m_Product = std::move(identity.product);
-    drive.m_SerialNumber = std::move(identity.serialNumber);
-    drive.m_FirmwareVersion = std::move(identity.firmwareVersion);
-    drive.SetType(PI::OBJECT_PHYSICAL_DRIVE);
-    drive.m_AdapterNumber = adapter.m_AdapterNumber;
-    drive.m_DeviceNumber = static_cast<std::int32_t>(diskNumber);
-    drive.m_UniqueID = Formatted("PCI:Bus=%d&Device=%d&Function=%d&ID=%d", adapter.m_PciBus,
-                                 adapter.m_PciDevice, adapter.m_PciFunction, drive.m_DeviceNumber);
-    drive.m_Name = Formatted("%s %s (%d)", drive.m_Vendor, drive.m_Product, drive.m_DeviceNumber);
+    drive = m_KnownDrives.RecordOf(diskNumber, answers.words, answers.smartPage, adapter);
+    if (answers.length)
+        drive.m_SizeMB = *answers.length >> MegabyteShift;
 
     if (firstScan)
         drive.SetID(NextObjectId());
@@ -121,9 +107,6 @@ bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan
         drive.SetID(NextObjectId());
     }
 
-    if (answers->smartPage)
-        EvaluateSmartPage(*answers->smartPage, drive);
-    drive.m_OSDevice = Formatted("Disk %d", drive.m_DeviceNumber);
     drive.m_Status = HasPartitions(drive.m_OSDevice) ? PI::VAL_OPERATIONAL : PI::VAL_AVAILABLE;
     ApplyHealthLimits(drive, adapter);
 

@@ -1,0 +1,47 @@
+// What follows from a drive's answers alone, worked out once. Most polls bring the same answers
+// again, and to make texts of them and to choose among the SMART families takes longer than the
+// command to the drive.
+#pragma once
+
+#include "contracts/zelPlug.h"
+#include "tarnis/Src/tarnisAdapter/Adapter.h"
+#include "tarnis/Src/tarnisPhysicalDrive/PhysicalDrive.h"
+#include "tarnis/Src/tarnisPlugin/IdentifyPage.h"
+
+#include <cstdint>
+#include <optional>
+#include <unordered_map>
+
+namespace NAMESPACE_tarnis
+{
+
+using SmartPage = std::optional<PI::_IDE_SMART_DATA>;
+
+/// The drives by disk number, each with what it answered last. Has no lock of its own.
+class KnownDrives
+{
+  public:
+    /// The record of a drive that gave these answers: texts, numbers, media type and readings; no
+    /// id, no size, no partitions.
+    /// @param adapter  the one that all drives hang on
+    /// @return stands until the next call
+    const CAHCIPhysicalDrive& RecordOf(std::uint32_t diskNumber, const IdentifyData& words,
+                                       const SmartPage& page, const CAHCIAdapter& adapter);
+
+  private:
+    struct KnownDrive
+    {
+        IdentifyData words;
+        CAHCIPhysicalDrive identified; ///< by its words alone
+        PI::CSmartValues smartValues;  ///< of its model, without a reading
+        SmartPage page;
+        CAHCIPhysicalDrive record;
+    };
+
+    KnownDrive& DriveOf(std::uint32_t diskNumber, const IdentifyData& words,
+                        const CAHCIAdapter& adapter);
+
+    std::unordered_map<std::uint32_t, KnownDrive> m_Drives;
+};
+
+} // namespace NAMESPACE_tarnis
