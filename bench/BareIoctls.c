@@ -1,7 +1,6 @@
 #include "bench/BareIoctls.h"
 
 #include <fcntl.h>
-#include <linux/fs.h>
 #include <scsi/sg.h>
 #include <string.h>
 #include <sys/ioctl.h>
@@ -54,11 +53,9 @@ int BarePoll(const char* path)
 
 int BareScan(const char* path)
 {
-    unsigned long long bytes = 0;
     const int file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     const int asked = Send(file, READ_DATA, 0, 0, 0, 0xEC) == 0 &&
                       Send(file, NO_DATA, 0, 0, 0, 0xE5) >= 0 &&
-                      Send(file, READ_DATA, 0xD0, 0x4F, 0xC2, 0xB0) == 0 &&
-                      ioctl(file, BLKGETSIZE64, &bytes) == 0;
+                      Send(file, READ_DATA, 0xD0, 0x4F, 0xC2, 0xB0) == 0;
     return close(file) == 0 && asked ? 0 : -1;
 }

@@ -10,7 +10,7 @@ extern "C"
     /// @return 0, or -1 when any of it fails
     int BarePoll(const char* path);
 
-    /// A full scan: opens, asks IDENTIFY, CHECK POWER MODE, SMART READ DATA and the size, closes.
+    /// A full scan: opens, asks IDENTIFY, CHECK POWER MODE, SMART READ DATA, closes.
     int BareScan(const char* path);
 
 #ifdef __cplusplus

@@ -3,8 +3,6 @@
 #include "platform/DeviceTreePicture.h"
 #include "platform/WindowsApi.h"
 
-#include <atomic>
-#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <mutex>
@@ -24,28 +22,27 @@ struct LastPictureHolder
     std::mutex lock;
     std::shared_ptr<const DeviceTreePicture> picture;
     DEVINST next = 1;
-    std::atomic<std::uint64_t> changes = 1; ///< of the picture
-
-    void Set(std::shared_ptr<const DeviceTreePicture> other)
-    {
-        picture = std::move(other);
-        ++changes;
-    }
 };
-
-/// What a thread saw last, so that a walk over the tree asks for the lock once. May be all that
-/// holds an old picture, until the thread's next call.
-struct SeenPicture
-{
-    std::uint64_t changes = 0;
-    std::shared_ptr<const DeviceTreePicture> picture;
-};
-thread_local SeenPicture t_Seen;
 
 LastPictureHolder& Holder()
 {
     static LastPictureHolder& holder = *new LastPictureHolder;
     return holder;
+}
+
+/// The last picture as it stands under the lock, which is left locked.
+const std::shared_ptr<const DeviceTreePicture>&
+PictureUnderLock(std::unique_lock<std::mutex>& guard)
+{
+    LastPictureHolder& holder = Holder();
+    guard = std::unique_lock(holder.lock);
+    if (!holder.picture)
+    {
+        guard.unlock();
+        TakePicture();
+        guard.lock();
+    }
+    return holder.picture;
 }
 
 /// Checks the arguments that all node calls share, in the order of Windows.
@@ -61,7 +58,8 @@ CONFIGRET RunNodeCall(const char* name, DEVINST node, bool hasPointers, ULONG fl
                                       return CR_INVALID_DEVNODE;
                                   if (flags != 0)
                                       return CR_INVALID_FLAG;
-                                  const auto& picture = LastPicture();
+                                  std::unique_lock<std::mutex> guard; // until the answer is there
+                                  const auto& picture = PictureUnderLock(guard);
                                   if (!picture)
                                       return CR_NO_SUCH_DEVNODE;
                                   const std::size_t position = picture->PositionOf(node);
@@ -115,39 +113,30 @@ std::shared_ptr<const DeviceTreePicture> TakePicture()
     LastPictureHolder& holder = Holder();
     const std::lock_guard guard(holder.lock);
     if (!tree || tree->empty())
-        holder.Set(nullptr);
+        holder.picture = nullptr;
     else if (!holder.picture || !holder.picture->Shows(tree))
     {
         // Numbers go on from the last tree's, so that nobody takes an old node for a new one.
         const auto size = static_cast<DEVINST>(tree->size());
         if (holder.next > std::numeric_limits<DEVINST>::max() - size)
             holder.next = 1;
-        holder.Set(std::make_shared<const DeviceTreePicture>(std::move(tree), holder.next));
+        holder.picture = std::make_shared<const DeviceTreePicture>(std::move(tree), holder.next);
         holder.next += size;
     }
     return holder.picture;
 }
 
-const std::shared_ptr<const DeviceTreePicture>& LastPicture()
+std::shared_ptr<const DeviceTreePicture> LastPicture()
 {
-    SeenPicture& seen = t_Seen;
-    LastPictureHolder& holder = Holder();
-    if (seen.picture && seen.changes == holder.changes)
-        return seen.picture;
-    {
-        const std::lock_guard guard(holder.lock);
-        seen = {holder.changes, holder.picture};
-    }
-    if (!seen.picture)
-        seen.picture = TakePicture();
-    return seen.picture;
+    std::unique_lock<std::mutex> guard;
+    return PictureUnderLock(guard);
 }
 
 void ForgetPicture()
 {
     LastPictureHolder& holder = Holder();
     const std::lock_guard guard(holder.lock);
-    holder.Set(nullptr);
+    holder.picture = nullptr;
 }
 
 CONFIGRET CM_Locate_DevNodeA(DEVINST* node, CHAR* deviceId, ULONG flags)

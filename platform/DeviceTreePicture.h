@@ -36,8 +36,8 @@ class DeviceTreePicture
 /// gives the same tree again keeps its numbers.
 std::shared_ptr<const DeviceTreePicture> TakePicture();
 
-/// The last picture; takes one if there is none. Stands until the thread's next call.
-const std::shared_ptr<const DeviceTreePicture>& LastPicture();
+/// The last picture; takes one if there is none.
+std::shared_ptr<const DeviceTreePicture> LastPicture();
 
 /// The machine is another from now on.
 void ForgetPicture();

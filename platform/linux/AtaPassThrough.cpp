@@ -168,7 +168,7 @@ CommandBlock DataIn(std::uint8_t command)
 
 DWORD ReadSector(DiskPort& port, int descriptor, const CommandBlock& block, Sector& page)
 {
-    // In a place of its own size the kernel lets the disk write there, and copies nothing.
+    // At a multiple of its size the kernel lets the disk write there, and copies nothing.
     alignas(SectorBytes) Sector sector = {};
     Request request(block);
     request.head.dxfer_direction = SG_DXFER_FROM_DEV;

@@ -87,9 +87,10 @@ DiskContents::DiskContents(SystemFolders folders, std::shared_ptr<DiskPort> port
 
 void DiskContents::AppendPartitions(const std::shared_ptr<const KernelDisk>& disk,
                                     const std::shared_ptr<const MountTable>& mounts,
+                                    Clock::time_point now,
                                     std::vector<ZKTX::CSystemPartition>& partitions)
 {
-    const auto facts = FactsOf(disk, mounts);
+    const auto facts = FactsOf(disk, mounts, now);
     partitions.insert(partitions.end(), facts->partitions.begin(), facts->partitions.end());
 }
 
@@ -107,14 +108,13 @@ void DiskContents::Keep(const KernelPicture& picture)
 
 std::shared_ptr<const DiskContents::Remembered>
 DiskContents::FactsOf(const std::shared_ptr<const KernelDisk>& disk,
-                      const std::shared_ptr<const MountTable>& mounts)
+                      const std::shared_ptr<const MountTable>& mounts, Clock::time_point now)
 {
     std::shared_ptr<const Remembered> before;
     {
         const std::lock_guard guard(m_Lock);
         before = m_Remembered[disk->whole.name];
     }
-    const auto now = Clock::now();
     const bool isFresh = before && before->disk == disk && now - before->looked <= LookInterval;
     if (isFresh && before->mounts == mounts)
         return before;

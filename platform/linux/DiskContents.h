@@ -33,6 +33,7 @@ class DiskContents
     /// @param disk  of the last picture; another one means that the kernel tells something new
     void AppendPartitions(const std::shared_ptr<const KernelDisk>& disk,
                           const std::shared_ptr<const MountTable>& mounts,
+                          std::chrono::steady_clock::time_point now,
                           std::vector<ZKTX::CSystemPartition>& partitions);
 
     /// Forgets the disks that the picture does not show.
@@ -56,7 +57,8 @@ class DiskContents
     };
 
     std::shared_ptr<const Remembered> FactsOf(const std::shared_ptr<const KernelDisk>& disk,
-                                              const std::shared_ptr<const MountTable>& mounts);
+                                              const std::shared_ptr<const MountTable>& mounts,
+                                              Clock::time_point now);
     static std::vector<ZKTX::CSystemPartition> MakePartitions(const Remembered& facts);
     void LookAgain(Remembered& facts) const;
     void Read(const KernelDisk& disk, Remembered& facts) const;

@@ -17,13 +17,15 @@ namespace
 // <linux/fs.h> has it since Linux 5.15.
 constexpr unsigned long GetSequence = _IOR(0x12, 128, std::uint64_t); // BLKGETDISKSEQ
 
-/// Whether an open file leads where it shall. The kernel gives no disk the number of another, and
-/// asking for it costs much less than the file's status.
+/// Whether an open file leads where it shall. The kernel gives no disk the sequence of another, and
+/// asking for it costs less than the file's status.
 bool LeadsTo(int descriptor, const WantedDevice& wanted)
 {
     std::uint64_t sequence = 0;
-    if (!wanted.sequence.empty() && ioctl(descriptor, GetSequence, &sequence) == 0)
-        return std::to_string(sequence) == wanted.sequence;
+    if (!wanted.sequence.empty() && ioctl(descriptor, GetSequence, &sequence) == 0 &&
+        std::to_string(sequence) == wanted.sequence)
+        return true;
+    // A change of medium gives a disk another sequence, too.
     struct stat status = {};
     return fstat(descriptor, &status) == 0 && S_ISBLK(status.st_mode) &&
            std::to_string(major(status.st_rdev)) + ":" + std::to_string(minor(status.st_rdev)) ==

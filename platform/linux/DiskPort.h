@@ -29,7 +29,7 @@ class PLATFORM_API DiskPort
 
     /// Opens a device file for reading alone.
     /// @param wanted  what the file must lead to: names come and go
-    /// @return 0 or an error number; ENODEV for a file of another device
+    /// @return 0 or an error number; ENODEV for a file of another disk
     virtual int Open(const std::string& path, const WantedDevice& wanted, FileDescriptor& file);
 
     /// Sends one SCSI request (SG_IO). 0 or an error number.

@@ -5,6 +5,7 @@
 #include "platform/linux/SystemState.h"
 #include "platform/linux/Uncancelled.h"
 
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -90,7 +91,8 @@ bool LinuxMachine::Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartiti
                 const auto found = picture->disks.find(diskNumber);
                 if (found == picture->disks.end())
                     return false;
-                m_State->contents.AppendPartitions(found->second, m_State->tables.Mounts(),
+                const auto now = std::chrono::steady_clock::now();
+                m_State->contents.AppendPartitions(found->second, m_State->tables.Mounts(now), now,
                                                    partitions);
                 return true;
             }

@@ -60,12 +60,16 @@ void MissingRights::Note(const std::string& disk, Right right)
 {
     const std::lock_guard guard(m_Lock);
     m_Refused[disk] = right;
+    m_HasAny = true;
 }
 
 void MissingRights::Clear(const std::string& disk)
 {
+    if (!m_HasAny) // every answer of a disk comes here
+        return;
     const std::lock_guard guard(m_Lock);
     m_Refused.erase(disk);
+    m_HasAny = !m_Refused.empty();
 }
 
 std::string MissingRights::Tell(const KernelPicture& picture, bool hasRawIo) const

@@ -3,6 +3,7 @@
 
 #include "platform/linux/KernelPicture.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <string>
@@ -32,6 +33,7 @@ class MissingRights
   private:
     mutable std::mutex m_Lock;
     std::map<std::string, Right> m_Refused;
+    std::atomic<bool> m_HasAny = false;
 };
 
 /// Whether a process has CAP_SYS_RAWIO, by its status file in /proc.

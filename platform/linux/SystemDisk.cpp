@@ -4,6 +4,7 @@
 #include "platform/linux/Uncancelled.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -26,12 +27,16 @@ class SystemDisk : public Device
     /// Opens the device file unless the disk is suspended.
     DWORD Open()
     {
+        if (m_IsReady)
+            return ERROR_SUCCESS;
         const std::lock_guard guard(m_Opening);
-        if (m_IsSuspended || m_File.IsOpen())
+        if (m_IsReady)
             return ERROR_SUCCESS;
         m_IsSuspended = m_Disk->IsSuspended();
-        return m_IsSuspended ? static_cast<DWORD>(ERROR_SUCCESS)
-                             : m_State->OpenFile(*m_Disk, m_File);
+        const DWORD error =
+            m_IsSuspended ? static_cast<DWORD>(ERROR_SUCCESS) : m_State->OpenFile(*m_Disk, m_File);
+        m_IsReady = error == ERROR_SUCCESS;
+        return error;
     }
 
     DWORD DiskNumber(DWORD& number) override
@@ -95,7 +100,7 @@ class SystemDisk : public Device
 
     DWORD Length(std::uint64_t& bytes) override
     {
-        // The kernel announces a new length like a new disk.
+        // The kernel announces a new length like a new disk; an old one tells it within a minute.
         bytes = m_Disk->whole.bytes;
         return ERROR_SUCCESS;
     }
@@ -136,7 +141,8 @@ class SystemDisk : public Device
     std::shared_ptr<SystemState> m_State;
     DWORD m_Number;
     std::shared_ptr<const KernelDisk> m_Disk;
-    std::mutex m_Opening; ///< what follows is written once
+    std::mutex m_Opening; ///< what follows is written under it, and then stands
+    std::atomic<bool> m_IsReady = false;
     FileDescriptor m_File;
     bool m_IsSuspended = false;
 };

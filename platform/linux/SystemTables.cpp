@@ -105,10 +105,9 @@ std::shared_ptr<const KernelPicture> SystemTables::Last()
     return Refresh();
 }
 
-std::shared_ptr<const MountTable> SystemTables::Mounts()
+std::shared_ptr<const MountTable> SystemTables::Mounts(Clock::time_point now)
 {
     const std::lock_guard guard(m_Lock);
-    const auto now = Clock::now();
     bool haveChanged = !m_Mounts || m_MountsTakenWith != m_Picture;
     if (haveChanged || now - m_MountsAsked > MountTrust)
     {

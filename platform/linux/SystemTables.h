@@ -30,7 +30,7 @@ class SystemTables
 
     /// What is mounted now, or was a tenth of a second ago: the same table as long as nothing was
     /// mounted or unmounted. @throws std::system_error as above
-    std::shared_ptr<const MountTable> Mounts();
+    std::shared_ptr<const MountTable> Mounts(std::chrono::steady_clock::time_point now);
 
   private:
     using Clock = std::chrono::steady_clock;

@@ -78,7 +78,7 @@ void EvaluateDrive(const PI::_IDE_SMART_DATA& page, CAHCIPhysicalDrive& drive)
         Require(percent <= most || percent == NoReading32, "reserve and endurance used");
 
     CAHCIAdapter adapter;
-    EvaluateSmartPage(page, drive);
+    EvaluateSmartPage(page, PI::CSmartValues(drive.m_Vendor, drive.m_Product), drive);
     ApplyHealthLimits(drive, adapter);
     Require(drive.m_PowerOnHours <= 0xFFFFFF && drive.m_Temperature <= 127, "hours, temperature");
     Require(once == std::tuple(values.m_Rating, drive.m_PowerOnHours, drive.m_BytesWritten,

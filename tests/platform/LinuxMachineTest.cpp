@@ -199,6 +199,7 @@ TEST_F(Linux, EveryEndOfARequestHasItsError)
 TEST_F(Linux, ASleepingDiskAnswersWithItsLastPageAndASuspendedOneIsNotOpened)
 {
     std::filesystem::create_directories(folder.File("sys/block/sda/device/power"));
+    Put("sys/block/sda/device/power/control", "auto");
     Put("sys/block/sda/device/vpd_pg89", std::string(60, '?') + std::string(512, 'v'));
     // runtime status, power mode, which disk, its page; what it answers, and whether it was asked
     // for its identity (+), for less (~), or not opened at all

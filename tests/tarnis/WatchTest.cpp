@@ -23,14 +23,15 @@ struct Drive
     unsigned wear = 0; ///< percent
     unsigned temperature = 30;
     bool partitioned = false;
+    bool isMute = false; ///< gives no SMART page
 
     /// As in the status of a drive: 2 is trouble.
-    int Status() const { return wear >= 96 ? 2 : partitioned ? 1 : 0; }
+    int Status() const { return wear >= 96 && !isMute ? 2 : partitioned ? 1 : 0; }
     /// Of partitions a host sees the status alone.
     bool LooksLike(const Drive& other) const
     {
-        return std::tuple(serial, wear, temperature, Status()) ==
-               std::tuple(other.serial, other.wear, other.temperature, other.Status());
+        return serial == other.serial && Status() == other.Status() && isMute == other.isMute &&
+               (isMute || (wear == other.wear && temperature == other.temperature));
     }
 };
 using Drives = std::map<unsigned, Drive>;
@@ -45,6 +46,8 @@ nlohmann::json MachineHolding(const Drives& drives)
         disk["smart"] = SmartPage({{194, 0, drive.temperature}, {202, 0, drive.wear}});
         if (!drive.partitioned)
             disk.erase("partitions");
+        if (drive.isMute)
+            disk["faults"] = {"smart_data"};
     }
     return MachineWith(disks);
 }
@@ -123,7 +126,7 @@ TEST_F(Watch, EveryEventExactlyOnce)
         for (unsigned change = pick(5); change > 0; --change)
         {
             const unsigned number = pick(64);
-            const unsigned kind = pick(6);
+            const unsigned kind = pick(7);
             if (drives.count(number) == 0)
             {
                 if (kind < 2)
@@ -139,6 +142,8 @@ TEST_F(Watch, EveryEventExactlyOnce)
                 drive.wear = pick(2) ? 96 : 95;
             else if (kind == 4)
                 drive.partitioned = !drive.partitioned;
+            else if (kind == 5)
+                drive.isMute = !drive.isMute;
             else
                 ++drive.temperature %= 100;
         }

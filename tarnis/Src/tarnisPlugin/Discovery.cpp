@@ -10,28 +10,29 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <string_view>
 
 namespace NAMESPACE_tarnis
 {
 namespace
 {
 
-constexpr const char* SupportedDrivers[] = {"msahci", "storahci", "iastora"};
-constexpr const char* DiskService = "disk";
+constexpr std::string_view SupportedDrivers[] = {"msahci", "storahci", "iastora"};
+constexpr std::string_view DiskService = "disk";
 constexpr ULONG ServiceNameBytes = 200;
 constexpr ULONG DeviceIdBytes = 2048;
 
-bool SameName(const std::string& name, const char* candidate)
+bool SameName(std::string_view name, std::string_view candidate)
 {
     // Most names are told apart without the locale, and each character costs a look into it.
-    return name == candidate || (name.size() == std::char_traits<char>::length(candidate) &&
-                                 boost::algorithm::iequals(name, candidate));
+    return name.size() == candidate.size() &&
+           (name == candidate || boost::algorithm::iequals(name, candidate));
 }
 
 /// Service name of a node; empty when it has none.
 std::string ServiceOf(DEVINST node)
 {
-    char name[ServiceNameBytes] = {};
+    char name[ServiceNameBytes]; // not looked at unless it was filled
     ULONG length = ServiceNameBytes;
     if (Platform::CM_Get_DevNode_Registry_PropertyA(node, CM_DRP_SERVICE, nullptr, name, &length,
                                                     0) != CR_SUCCESS)
@@ -102,7 +103,7 @@ std::optional<std::uint32_t> DiskNumberOf(const char* path)
 /// Appends the numbers of all disk interfaces of one node.
 void AppendDiskNumbers(DEVINST node, std::vector<std::uint32_t>& driveNumbers)
 {
-    char deviceId[DeviceIdBytes]; // not looked at unless it was filled
+    char deviceId[DeviceIdBytes];
     if (Platform::CM_Get_Device_IDA(node, deviceId, DeviceIdBytes, 0) != CR_SUCCESS)
         return;
     const Platform::DeviceInfoList list(Platform::SetupDiGetClassDevsA(
@@ -137,7 +138,7 @@ bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driv
         const std::string service = ServiceOf(*node);
         const bool supported =
             std::any_of(std::begin(SupportedDrivers), std::end(SupportedDrivers),
-                        [&](const char* name) { return SameName(service, name); });
+                        [&](std::string_view name) { return SameName(service, name); });
         if (supported)
         {
             driverName = service;

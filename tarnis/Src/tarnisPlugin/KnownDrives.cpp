@@ -2,6 +2,7 @@
 
 #include "tarnis/Src/tarnisPlugin/Health.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -53,6 +54,13 @@ const CAHCIPhysicalDrive& KnownDrives::RecordOf(std::uint32_t diskNumber, const 
         known.page = page;
     }
     return known.record;
+}
+
+void KnownDrives::Keep(const std::vector<std::uint32_t>& diskNumbers)
+{
+    if (m_Drives.size() > diskNumbers.size())
+        std::erase_if(m_Drives, [&](const auto& known)
+                      { return std::ranges::find(diskNumbers, known.first) == diskNumbers.end(); });
 }
 
 KnownDrives::KnownDrive& KnownDrives::DriveOf(std::uint32_t diskNumber, const IdentifyData& words,

@@ -1,6 +1,6 @@
 // What follows from a drive's answers alone, worked out once. Most polls bring the same answers
-// again, and to make texts of them and to choose among the SMART families takes longer than the
-// command to the drive.
+// again, and to make texts of them and to choose among the SMART families would take most of a
+// poll's own time.
 #pragma once
 
 #include "contracts/zelPlug.h"
@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <optional>
 #include <unordered_map>
+#include <vector>
 
 namespace NAMESPACE_tarnis
 {
@@ -27,6 +28,9 @@ class KnownDrives
     /// @return stands until the next call
     const CAHCIPhysicalDrive& RecordOf(std::uint32_t diskNumber, const IdentifyData& words,
                                        const SmartPage& page, const CAHCIAdapter& adapter);
+
+    /// Forgets all drives but these.
+    void Keep(const std::vector<std::uint32_t>& diskNumbers);
 
   private:
     struct KnownDrive

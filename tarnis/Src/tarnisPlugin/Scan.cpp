@@ -1,5 +1,6 @@
 // The picture of the machine at one moment: an adapter, and a record for each drive that answers.
-// Built afresh on every call; only ids and change counts carry over from the last picture.
+// Built afresh on every call. Ids and change counts carry over from the last picture, and what
+// follows from the same answers of a drive is not worked out again.
 #include "platform/Handles.h"
 #include "platform/WindowsApi.h"
 #include "tarnis/Src/tarnis/Instance.h"
@@ -126,12 +127,13 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     std::string driverName; // the instance keeps the one that Initialize found
     std::vector<std::uint32_t> diskNumbers;
     FindStorageDriver(driverName, diskNumbers);
+    m_KnownDrives.Keep(diskNumbers);
     drives.reserve(diskNumbers.size());
+    adapter.GetChildren().reserve(diskNumbers.size());
     for (const std::uint32_t diskNumber : diskNumbers)
     {
-        CAHCIPhysicalDrive drive;
-        if (MakePhysicalDrive(diskNumber, firstScan, adapter, drive))
-            drives.push_back(std::move(drive));
+        if (!MakePhysicalDrive(diskNumber, firstScan, adapter, drives.emplace_back()))
+            drives.pop_back();
     }
 
     PI::CGlobalAdapterID globalID("localhost");

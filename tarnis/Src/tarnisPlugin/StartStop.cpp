@@ -80,7 +80,12 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapter
     m_Plugin.SetID(NextObjectId());
     m_Plugin.SetType(PI::OBJECT_PLUGIN);
 
-    PI::_ERROR_CODE result = ScanSystem(m_Adapters, m_PhysicalDrives, true);
+    // Apart: nobody shall see a picture that was not finished for lack of memory.
+    std::vector<CAHCIAdapter> adapters;
+    std::vector<CAHCIPhysicalDrive> drives;
+    PI::_ERROR_CODE result = ScanSystem(adapters, drives, true);
+    m_Adapters.swap(adapters);
+    m_PhysicalDrives.swap(drives);
     Trace(TRACE_PROGRESS, "ScanSystem() ret = %d m_PhysicalDrives=%d", result,
           m_PhysicalDrives.size());
     if (result == PI::ERR_SUCCESS && !m_Adapters.empty())
