@@ -122,11 +122,11 @@ enum class Outcome
 };
 
 /// Sends the request and finds out how it ended. With registers wanted, a success comes as sense.
-DWORD Send(DiskPort& port, int descriptor, Request& request, Outcome& outcome,
+DWORD Send(DiskPort& port, const CommandFile& file, Request& request, Outcome& outcome,
            std::optional<AtaRegisters>& registers)
 {
     outcome = Outcome::Failed;
-    if (const int error = port.Send(descriptor, request.head))
+    if (const int error = port.Send(file, request.head))
         return ErrorOfCall(error);
     const sg_io_hdr_t& head = request.head;
     if (head.host_status == NoConnection || head.host_status == BadTarget)
@@ -166,7 +166,7 @@ CommandBlock DataIn(std::uint8_t command)
     return block;
 }
 
-DWORD ReadSector(DiskPort& port, int descriptor, const CommandBlock& block, Sector& page)
+DWORD ReadSector(DiskPort& port, const CommandFile& file, const CommandBlock& block, Sector& page)
 {
     // At a multiple of its size the kernel lets the disk write there, and copies nothing.
     alignas(SectorBytes) Sector sector = {};
@@ -176,7 +176,7 @@ DWORD ReadSector(DiskPort& port, int descriptor, const CommandBlock& block, Sect
     request.head.dxfer_len = SectorBytes;
     Outcome outcome = Outcome::Failed;
     std::optional<AtaRegisters> registers;
-    const DWORD error = Send(port, descriptor, request, outcome, registers);
+    const DWORD error = Send(port, file, request, outcome, registers);
     if (error != ERROR_SUCCESS)
         return error;
     if (request.head.resid != 0)
@@ -204,22 +204,22 @@ DWORD ErrorOfCall(int error)
     }
 }
 
-DWORD SendIdentify(DiskPort& port, int descriptor, Sector& page)
+DWORD SendIdentify(DiskPort& port, const CommandFile& file, Sector& page)
 {
-    return ReadSector(port, descriptor, DataIn(ID_CMD), page);
+    return ReadSector(port, file, DataIn(ID_CMD), page);
 }
 
-DWORD SendSmartReadData(DiskPort& port, int descriptor, Sector& page)
+DWORD SendSmartReadData(DiskPort& port, const CommandFile& file, Sector& page)
 {
     CommandBlock block = DataIn(SMART_CMD);
     block[4] = READ_ATTRIBUTES;
     block[8] = 1;
     block[10] = SMART_CYL_LOW;
     block[12] = SMART_CYL_HI;
-    return ReadSector(port, descriptor, block, page);
+    return ReadSector(port, file, block, page);
 }
 
-DWORD SendCheckPowerMode(DiskPort& port, int descriptor, bool& isAsleep)
+DWORD SendCheckPowerMode(DiskPort& port, const CommandFile& file, bool& isAsleep)
 {
     CommandBlock block = {};
     block[0] = PassThrough16;
@@ -229,7 +229,7 @@ DWORD SendCheckPowerMode(DiskPort& port, int descriptor, bool& isAsleep)
     Request request(block);
     Outcome outcome = Outcome::Failed;
     std::optional<AtaRegisters> registers;
-    const DWORD error = Send(port, descriptor, request, outcome, registers);
+    const DWORD error = Send(port, file, request, outcome, registers);
     if (error != ERROR_SUCCESS && outcome != Outcome::Refused)
         return error;
     isAsleep = registers && (registers->count == Standby || registers->count == StandbyY);

@@ -20,13 +20,13 @@ DWORD ErrorOfCall(int error);
 // and short transfers included. The page is written on success alone.
 
 /// ATA IDENTIFY DEVICE.
-DWORD SendIdentify(DiskPort& port, int descriptor, Sector& page);
+DWORD SendIdentify(DiskPort& port, const CommandFile& file, Sector& page);
 
 /// ATA SMART READ DATA. Wakes a sleeping disk.
-DWORD SendSmartReadData(DiskPort& port, int descriptor, Sector& page);
+DWORD SendSmartReadData(DiskPort& port, const CommandFile& file, Sector& page);
 
 /// ATA CHECK POWER MODE, which wakes no disk. A disk that does not know the command never sleeps.
 /// @param isAsleep  true in standby, where the disk has stopped spinning
-DWORD SendCheckPowerMode(DiskPort& port, int descriptor, bool& isAsleep);
+DWORD SendCheckPowerMode(DiskPort& port, const CommandFile& file, bool& isAsleep);
 
 } // namespace Platform

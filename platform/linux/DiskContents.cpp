@@ -194,7 +194,7 @@ void DiskContents::Read(const KernelDisk& disk, Remembered& facts) const
     bool isAsleep = disk.IsSuspended();
     if (isAsleep || !openFile(disk.whole, file) ||
         (disk.isAta &&
-         (SendCheckPowerMode(*m_Port, file.Get(), isAsleep) != ERROR_SUCCESS || isAsleep)))
+         (SendCheckPowerMode(*m_Port, {file.Get()}, isAsleep) != ERROR_SUCCESS || isAsleep)))
         return;
     // Whoever changes a table holds this lock alone, and must not find a partition in use.
     if (flock(file.Get(), LOCK_SH | LOCK_NB) != 0)

@@ -112,12 +112,25 @@ class PictureReader
             node.parent = ControllerOf(*path);
             node.diskInterfaces.push_back(DiskInterfacePath(node.id, 0));
             m_Picture.interfaces.emplace(FoldCase(node.diskInterfaces.front()), number);
-            const std::string power = disk->folder + "/device/power/";
-            if (m_Tree[node.parent].service == AhciService &&
-                ReadAttribute(power + "control") != "on")
-                disk->runtimeStatus = OpenSystemFile(power + "runtime_status");
+            if (m_Tree[node.parent].service == AhciService)
+                ReadDevice(disk->folder + "/device", *disk);
             m_Picture.disks.emplace(number, disk);
             m_Tree.push_back(std::move(node));
+        }
+    }
+
+    /// What only the disks have that are asked.
+    static void ReadDevice(const std::string& folder, KernelDisk& disk)
+    {
+        if (ReadAttribute(folder + "/power/control") != "on")
+            disk.runtimeStatus = OpenSystemFile(folder + "/power/runtime_status");
+        for (const std::string& name : ListFolder(folder + "/bsg"))
+        {
+            const auto device = ReadAttribute(folder + "/bsg/" + name + "/dev");
+            if (!device || !IsDeviceNumber(*device))
+                continue;
+            disk.generic.name = name;
+            disk.generic.device = *device;
         }
     }
 
@@ -220,7 +233,8 @@ bool KernelDisk::IsUnchanged(const KernelDisk& before) const
     // Without a sequence it may be another stay of the same disk, whose files are gone.
     return !sequence.empty() && sequence == before.sequence && whole == before.whole &&
            folder == before.folder && isAta == before.isAta && partitions == before.partitions &&
-           runtimeStatus.IsOpen() == before.runtimeStatus.IsOpen();
+           runtimeStatus.IsOpen() == before.runtimeStatus.IsOpen() &&
+           generic.name == before.generic.name && generic.device == before.generic.device;
 }
 
 KernelPicture ReadKernelPicture(const SystemFolders& folders)

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,15 @@ struct KernelPartition
     bool operator==(const KernelPartition&) const = default;
 };
 
+/// What takes commands to a disk without its device file.
+struct GenericDevice
+{
+    std::string name;   ///< below /dev/bsg; empty: there is none
+    std::string device; ///< "major:minor"
+    mutable std::once_flag isTried;
+    mutable FileDescriptor file;
+};
+
 struct KernelDisk
 {
     KernelPartition whole; ///< index 0
@@ -40,6 +50,7 @@ struct KernelDisk
     /// Of its power management, kept open; only for a disk below an AHCI controller that the kernel
     /// may suspend ("auto").
     FileDescriptor runtimeStatus;
+    GenericDevice generic; ///< only below an AHCI controller, too
     /// Its power mode as it was told last.
     mutable std::atomic<bool> isAsleep = false;
 

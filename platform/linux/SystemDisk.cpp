@@ -24,7 +24,7 @@ class SystemDisk : public Device
     {
     }
 
-    /// Opens the device file unless the disk is suspended.
+    /// Opens what takes commands, unless the disk is suspended.
     DWORD Open()
     {
         if (m_IsReady)
@@ -33,8 +33,9 @@ class SystemDisk : public Device
         if (m_IsReady)
             return ERROR_SUCCESS;
         m_IsSuspended = m_Disk->IsSuspended();
-        const DWORD error =
-            m_IsSuspended ? static_cast<DWORD>(ERROR_SUCCESS) : m_State->OpenFile(*m_Disk, m_File);
+        DWORD error = ERROR_SUCCESS;
+        if (!m_IsSuspended)
+            error = OpenFile();
         m_IsReady = error == ERROR_SUCCESS;
         return error;
     }
@@ -69,7 +70,7 @@ class SystemDisk : public Device
                                ? ERROR_SUCCESS
                                : ERROR_NOT_READY;
                 error =
-                    m_State->NoteAnswer(*m_Disk, SendIdentify(*m_State->port, m_File.Get(), page));
+                    m_State->NoteAnswer(*m_Disk, SendIdentify(*m_State->port, m_Commands, page));
                 if (error == ERROR_SUCCESS)
                     m_State->identities.Keep(m_Number, *m_Disk, page);
                 return error;
@@ -91,7 +92,7 @@ class SystemDisk : public Device
                     return m_State->smartPages.Find(m_Number, *m_Disk, page) ? ERROR_SUCCESS
                                                                              : ERROR_NOT_READY;
                 error = m_State->NoteAnswer(*m_Disk,
-                                            SendSmartReadData(*m_State->port, m_File.Get(), page));
+                                            SendSmartReadData(*m_State->port, m_Commands, page));
                 if (error == ERROR_SUCCESS)
                     m_State->smartPages.Keep(m_Number, *m_Disk, page);
                 return error;
@@ -106,10 +107,20 @@ class SystemDisk : public Device
     }
 
   private:
+    DWORD OpenFile()
+    {
+        m_Commands = {m_State->GenericDeviceOf(*m_Disk), true};
+        if (m_Commands.descriptor >= 0)
+            return ERROR_SUCCESS;
+        const DWORD error = m_State->OpenFile(*m_Disk, m_File);
+        m_Commands = {m_File.Get()};
+        return error;
+    }
+
     DWORD AskPowerMode(bool& isAsleep)
     {
-        const DWORD error = m_State->NoteAnswer(
-            *m_Disk, SendCheckPowerMode(*m_State->port, m_File.Get(), isAsleep));
+        const DWORD error =
+            m_State->NoteAnswer(*m_Disk, SendCheckPowerMode(*m_State->port, m_Commands, isAsleep));
         if (error == ERROR_SUCCESS)
             m_Disk->isAsleep = isAsleep;
         return error;
@@ -144,6 +155,7 @@ class SystemDisk : public Device
     std::mutex m_Opening; ///< what follows is written under it, and then stands
     std::atomic<bool> m_IsReady = false;
     FileDescriptor m_File;
+    CommandFile m_Commands; ///< of this file, or of the disk's generic device
     bool m_IsSuspended = false;
 };
 

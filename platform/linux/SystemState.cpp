@@ -7,6 +7,22 @@
 namespace Platform
 {
 
+int SystemState::GenericDeviceOf(const KernelDisk& disk)
+{
+    const GenericDevice& generic = disk.generic;
+    if (generic.name.empty())
+        return -1;
+    std::call_once(generic.isTried,
+                   [&]
+                   {
+                       FileDescriptor file;
+                       const std::string path = folders.dev + "/bsg/" + generic.name;
+                       if (port->OpenGeneric(path, generic.device, file) == 0)
+                           generic.file = std::move(file);
+                   });
+    return generic.file.Get();
+}
+
 DWORD SystemState::OpenFile(const KernelDisk& disk, FileDescriptor& file)
 {
     const std::string path = folders.dev + "/" + disk.whole.name;

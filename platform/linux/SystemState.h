@@ -66,6 +66,11 @@ struct SystemState
     LastPages smartPages;
     MissingRights rights;
 
+    /// The generic SCSI device of a disk, which is opened at the first question and kept as long as
+    /// the kernel tells nothing new of the disk. Negative when it cannot be opened, mostly for lack
+    /// of rights: then the device file does.
+    int GenericDeviceOf(const KernelDisk& disk);
+
     /// Opens the device file and takes note of a right that is missing.
     DWORD OpenFile(const KernelDisk& disk, FileDescriptor& file);
 

@@ -49,10 +49,15 @@ struct Linux : Support::PluginTest, DiskPort
         file = FileDescriptor(open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
         return std::stoi("0" + Answer(call, call + " " + wanted.device));
     }
-    int Send(int descriptor, sg_io_hdr_t& head) override
+    int OpenGeneric(const std::string& path, const std::string& device,
+                    FileDescriptor& file) override
     {
-        const std::string file = "/proc/self/fd/" + std::to_string(descriptor);
-        const std::string name = std::filesystem::read_symlink(file).filename();
+        return Open(path, {device, ""}, file);
+    }
+    int Send(const CommandFile& file, sg_io_hdr_t& head) override
+    {
+        const std::string link = "/proc/self/fd/" + std::to_string(file.descriptor);
+        const std::string name = std::filesystem::read_symlink(link).filename();
         std::ostringstream call;
         call << name << ' ' << head.dxfer_direction << ' ' << head.dxfer_len << ' ' << head.timeout;
         for (int at = 0; at < head.cmd_len; ++at)
@@ -315,6 +320,38 @@ TEST_F(Linux, WhatCannotBeReadStandsAsItWas)
     EXPECT_EQ(nodes, 8u);
     EXPECT_EQ(kept, "ct1 c ");
     EXPECT_EQ(Walk(), before);
+}
+
+TEST_F(Linux, AGenericDeviceTakesTheCommandsWhereItCanBeOpened)
+{
+    using Files = std::filesystem::directory_iterator;
+    Put("sys/block/sda/device/bsg/0:0/dev", "251:0"), Put("dev/bsg/1:0", "x");
+    Walk(1);
+    const auto before = std::distance(Files("/proc/self/fd"), {});
+    // How opening it ends; what goes out for the disk as it comes, and then.
+    const char* const cases[][3] = {
+        {"0", "open 0:0 251:0;0:0 e5;0:0 b0;0:0 ec", "0:0 e5;0:0 b0;0:0 ec"},
+        {"13", "open 0:0 251:0;open sda 8:0;sda e5;sda b0;sda ec",
+         "open sda 8:0;sda e5;sda b0;sda ec"}};
+    for (const auto& [opening, first, next] : cases)
+    {
+        answers = {{"open 0:0", opening}};
+        Put("sys/block/sda/diskseq", opening), Walk(1);
+        for (const char* const expected : {first, next})
+        {
+            calls.clear();
+            EXPECT_EQ(Ask(0).append(machine->MissingRight()), "pp8192") << expected;
+            for (std::string& call : calls)
+                if (!call.starts_with("open"))
+                    call = call.substr(0, call.find(' ')) + call.substr(call.size() - 5, 3);
+            EXPECT_EQ(join(calls, ";"), expected);
+        }
+    }
+    answers = {{"0:0 ec", "call=19"}};
+    Put("sys/block/sda/diskseq", "3"), Walk(1);
+    EXPECT_EQ(Ask(0), "p21?8192") << "gone in the middle";
+    Put("sys/block/sda", "x"), Walk(1);
+    EXPECT_EQ(std::distance(Files("/proc/self/fd"), {}), before);
 }
 
 TEST_F(Linux, ADiskThatHangsHoldsNobodyElseAndItsThreadCanBeCancelled)
