@@ -61,6 +61,7 @@ int SendGeneric(int descriptor, sg_io_hdr_t& request)
 {
     sg_io_v4 form = {};
     form.guard = 'Q';
+    form.flags = BSG_FLAG_Q_AT_TAIL; // as requests to a device file
     form.request_len = request.cmd_len;
     form.request = AddressOf(request.cmdp);
     form.max_response_len = request.mx_sb_len;

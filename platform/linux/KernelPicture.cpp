@@ -124,14 +124,13 @@ class PictureReader
     {
         if (ReadAttribute(folder + "/power/control") != "on")
             disk.runtimeStatus = OpenSystemFile(folder + "/power/runtime_status");
-        for (const std::string& name : ListFolder(folder + "/bsg"))
-        {
-            const auto device = ReadAttribute(folder + "/bsg/" + name + "/dev");
-            if (!device || !IsDeviceNumber(*device))
-                continue;
-            disk.generic.name = name;
-            disk.generic.device = *device;
-        }
+        // It has the name of the SCSI device.
+        const std::string name = LastName(ReadLink(folder).value_or(""));
+        const auto device = ReadAttribute(folder + "/bsg/" + name + "/dev");
+        if (name.empty() || name.front() == '.' || !device || !IsDeviceNumber(*device))
+            return;
+        disk.generic.name = name;
+        disk.generic.device = *device;
     }
 
     static std::shared_ptr<KernelDisk> ReadDisk(const std::string& folder, const std::string& name)

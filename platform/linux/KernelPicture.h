@@ -31,10 +31,11 @@ struct KernelPartition
 /// What takes commands to a disk without its device file.
 struct GenericDevice
 {
-    std::string name;   ///< below /dev/bsg; empty: there is none
-    std::string device; ///< "major:minor"
-    mutable std::once_flag isTried;
+    std::string name;        ///< below /dev/bsg; empty: there is none
+    std::string device;      ///< "major:minor"
+    mutable std::mutex lock; ///< for who opens it
     mutable FileDescriptor file;
+    mutable std::atomic<bool> isSettled = false; ///< open, or forbidden: the file stands
 };
 
 struct KernelDisk

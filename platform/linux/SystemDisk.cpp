@@ -14,7 +14,7 @@ namespace Platform
 namespace
 {
 
-/// A disk that has been opened. One that the kernel has suspended has no open file.
+/// A disk that has been opened. One that the kernel has suspended is sent nothing.
 class SystemDisk : public Device
 {
   public:

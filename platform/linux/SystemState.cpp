@@ -3,6 +3,7 @@
 #include "platform/linux/AtaPassThrough.h"
 
 #include <cerrno>
+#include <utility>
 
 namespace Platform
 {
@@ -12,14 +13,21 @@ int SystemState::GenericDeviceOf(const KernelDisk& disk)
     const GenericDevice& generic = disk.generic;
     if (generic.name.empty())
         return -1;
-    std::call_once(generic.isTried,
-                   [&]
-                   {
-                       FileDescriptor file;
-                       const std::string path = folders.dev + "/bsg/" + generic.name;
-                       if (port->OpenGeneric(path, generic.device, file) == 0)
-                           generic.file = std::move(file);
-                   });
+    if (!generic.isSettled)
+    {
+        const std::lock_guard guard(generic.lock);
+        FileDescriptor file;
+        int error = 0;
+        if (!generic.isSettled)
+            error = port->OpenGeneric(folders.dev + "/bsg/" + generic.name, generic.device, file);
+        if (file.IsOpen() && error == 0)
+            generic.file = std::move(file);
+        // All else may pass: a device file may come later than its disk.
+        if (error == 0 || error == EACCES || error == EPERM)
+            generic.isSettled = true;
+        else
+            return -1;
+    }
     return generic.file.Get();
 }
 

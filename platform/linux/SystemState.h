@@ -67,8 +67,8 @@ struct SystemState
     MissingRights rights;
 
     /// The generic SCSI device of a disk, which is opened at the first question and kept as long as
-    /// the kernel tells nothing new of the disk. Negative when it cannot be opened, mostly for lack
-    /// of rights: then the device file does.
+    /// the kernel tells nothing new of the disk (before Linux 5.15, a minute). Negative when it
+    /// cannot be opened, mostly for lack of rights: then the device file does.
     int GenericDeviceOf(const KernelDisk& disk);
 
     /// Opens the device file and takes note of a right that is missing.

@@ -26,7 +26,7 @@ constexpr char Tree[] = R"(sys/bus/pci/devices/00:1f.2 ->../../../devices/pci0/0
     sys/block/sdb ->../devices/pci0/00:1f.2/01:00.0/sdb @/01:00.0/sdb/size 8 @/01:00.0/sdb/dev 8:16
     sys/block/sda ->../devices/pci0/00:1f.2/sda @/sda/dev 8:0 @/sda/size 4096 @/sda/ro 0
     @/sda/sda1 - @/sda/stat 1_2_3_4_5_6_7_8 @/sda/diskseq 9 @/sda/device/vendor ATA_____
-    @/sda/device/wwid t10.ATA @/sda/device/vpd_pg89 x @/sda/device/bsg/0:0/dev 251:0 @/sda/device/power/runtime_status active
+    @/sda/device/wwid t10.ATA @/sda/device/vpd_pg89 x @/sda/device/power/runtime_status active
     @/sda/sda1/dev 8:1 @/sda/sda1/size 16 @/sda/sda1/partition 1 @/sda/sda1/start 8 @/sda -
     proc/swaps /dev/sdb_partition_1 @/sda/device -
     proc/self/mountinfo 1_2_8:1_/_/a_rw_-_x_/dev/sda1_rw proc/self/status CapEff:_20000

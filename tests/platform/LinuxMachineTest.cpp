@@ -325,14 +325,19 @@ TEST_F(Linux, WhatCannotBeReadStandsAsItWas)
 TEST_F(Linux, AGenericDeviceTakesTheCommandsWhereItCanBeOpened)
 {
     using Files = std::filesystem::directory_iterator;
-    Put("sys/block/sda/device/bsg/0:0/dev", "251:0"), Put("dev/bsg/1:0", "x");
+    // The folder of a SCSI device has its name, and a link leads there.
+    Put("sys/block/sda/device", "->../0:0"), Put("dev/bsg/1:0", "x");
+    Put("sys/devices/pci0/00:1f.2/ata1/0:0/bsg/0:0/dev", "251:0");
+    Put("sys/devices/pci0/00:1f.2/ata1/0:0/vendor", "ATA     ");
     Walk(1);
     const auto before = std::distance(Files("/proc/self/fd"), {});
     // How opening it ends; what goes out for the disk as it comes, and then.
     const char* const cases[][3] = {
         {"0", "open 0:0 251:0;0:0 e5;0:0 b0;0:0 ec", "0:0 e5;0:0 b0;0:0 ec"},
         {"13", "open 0:0 251:0;open sda 8:0;sda e5;sda b0;sda ec",
-         "open sda 8:0;sda e5;sda b0;sda ec"}};
+         "open sda 8:0;sda e5;sda b0;sda ec"},
+        {"2", "open 0:0 251:0;open sda 8:0;sda e5;sda b0;sda ec",
+         "open 0:0 251:0;open sda 8:0;sda e5;sda b0;sda ec"}};
     for (const auto& [opening, first, next] : cases)
     {
         answers = {{"open 0:0", opening}};

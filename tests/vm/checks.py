@@ -128,6 +128,7 @@ def check_events(found):
     files = [text(found.share, f"files-{number}").split() for number in range(ROUNDS)]
     found.same("files open after the last round", files[-1], files[0])
     found.same("disks that stay open", [name for name in files[-1] if "/dev/sd" in name], [])
+    found.same("generic devices that stay open", any("/dev/bsg/" in name for name in files[-1]), True)
     found.ended("watch", 0)
 
 
