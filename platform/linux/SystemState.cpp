@@ -13,20 +13,18 @@ int SystemState::GenericDeviceOf(const KernelDisk& disk)
     const GenericDevice& generic = disk.generic;
     if (generic.name.empty())
         return -1;
+    if (generic.isSettled)
+        return generic.file.Get();
+    const std::lock_guard guard(generic.lock);
     if (!generic.isSettled)
     {
-        const std::lock_guard guard(generic.lock);
         FileDescriptor file;
-        int error = 0;
-        if (!generic.isSettled)
-            error = port->OpenGeneric(folders.dev + "/bsg/" + generic.name, generic.device, file);
-        if (file.IsOpen() && error == 0)
+        const int error =
+            port->OpenGeneric(folders.dev + "/bsg/" + generic.name, generic.device, file);
+        if (error == 0)
             generic.file = std::move(file);
         // All else may pass: a device file may come later than its disk.
-        if (error == 0 || error == EACCES || error == EPERM)
-            generic.isSettled = true;
-        else
-            return -1;
+        generic.isSettled = error == 0 || error == EACCES || error == EPERM;
     }
     return generic.file.Get();
 }
