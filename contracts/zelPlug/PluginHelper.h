@@ -26,9 +26,8 @@ class ZELPLUG_API CPluginHelper
 
     /// Splits an IDENTIFY model text as a person would. In this order:
     ///   - a text whose form only one vendor uses ("ST1000DM003", "SATADOM-SH 3ME3") is the
-    ///   product,
-    ///     as it stands, of that vendor, whose name comes in capitals. One form has no vendor to
-    ///     tell ("SATA SSD");
+    ///     product, as it stands, of that vendor, whose name comes in capitals. Some forms have no
+    ///     vendor ("SATA SSD", "1TB SATA SSD");
     ///   - a known vendor that an underscore glues to the product ends there
     ///     ("Micron_5300_MTFDDAK480TDS": "Micron", "5300_MTFDDAK480TDS");
     ///   - a few vendors have two words ("InnoDisk Corp.");
@@ -46,18 +45,19 @@ class ZELPLUG_API CPluginHelper
     /// @return the model's row, which lives as long as the library, or null for an unknown model
     static const CSATALifeTimeData* findLifeTimeProp(const std::string& product);
 
-    /// Estimates the hours that a drive has left when life goes on as it did so far. Of the share
-    /// of its life that its wear tells and the one that its writes tell, the larger counts.
-    /// @param hours         power-on hours; callers pass 1 for a drive that does not tell them
+    /// Estimates the hours that a drive has left when life goes on as it did so far: by its wear,
+    /// and by its writes only when the wear is not known.
+    /// @param hours         power-on hours; callers pass 1 for a drive that does not count them
     /// @param bytesWritten  0: not known
     /// @param percent       rated endurance used up, 0xFFFFFFFF: not known
     /// @param rating        terabytes (10^12 bytes) written that the model is rated for, 0: not
-    /// known
+    ///                      known
     /// @return true with the hours, rounded down, all bits set for more than fit: 0 from a whole
     ///         share on; else hours * (1 - share) / share.
-    ///         false, with `remainingHours` untouched, when there is nothing to go by: hours 0; no
-    ///         share, or one of 0; below the whole share also when no hours are told (1), and below
-    ///         168 hours with less than a tenth used: filling a new drive says nothing of its life.
+    ///         false, with `remainingHours` untouched, when nothing can be estimated: hours 0; no
+    ///         share, or one of 0; below the whole share also when no hours are known (1), and
+    ///         below 168 hours with less than a tenth used: how a new drive is filled is not its
+    ///         pace.
     static bool ComputeRemainingLifeTime(std::uint64_t hours, std::uint64_t bytesWritten,
                                          std::uint32_t percent, std::uint64_t rating,
                                          std::uint64_t& remainingHours);

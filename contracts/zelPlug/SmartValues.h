@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace PI
 {
@@ -66,8 +67,8 @@ class ZELPLUG_API CSmartValues
 
   private:
     // Marked, since a test that brings its own definitions does not use them.
-    [[maybe_unused]] const Internals::SmartFamily* m_Family = nullptr;
-    [[maybe_unused]] std::uint64_t m_RatedCycles = 0; ///< of the cells
+    [[maybe_unused]] std::vector<const Internals::SmartFamily*> m_Families; ///< of the model
+    [[maybe_unused]] std::uint64_t m_RatedCycles = 0;                       ///< of the cells
 };
 
 } // namespace PI

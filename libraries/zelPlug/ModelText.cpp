@@ -30,6 +30,8 @@ bool IsOneOf(char c, std::string_view element)
         return true;
     case '#':
         return c >= '0' && c <= '9';
+    case '_':
+        return c == ' ';
     case '[':
         return element.substr(1, element.size() - 2).find(c) != std::string_view::npos;
     default:
@@ -103,15 +105,10 @@ std::string_view TakeWord(std::string_view& text)
 
 bool Matches(std::string_view text, std::string_view patterns)
 {
-    while (true)
-    {
-        const std::size_t bar = patterns.find('|');
-        if (MatchesOne(text, patterns.substr(0, bar)))
+    while (!patterns.empty())
+        if (MatchesOne(text, TakeWord(patterns)))
             return true;
-        if (bar == std::string_view::npos)
-            return false;
-        patterns.remove_prefix(bar + 1);
-    }
+    return false;
 }
 
 } // namespace PI::Internals

@@ -27,9 +27,9 @@ class ModelText
 /// @return the word; `text` is the rest then, empty when there was no other word
 std::string_view TakeWord(std::string_view& text);
 
-/// Whether the whole text has the form of the pattern, or of one of several with '|' between them.
-/// '*' stands for any characters, '?' for one, '#' for a digit, "[abc]" for one of those named.
-/// Takes at most the product of both lengths in steps, and no stack.
+/// Whether the whole text has the form of one of the patterns, with a blank between two of them.
+/// '*' stands for any characters, '?' for one, '#' for a digit, '_' for a blank, "[abc]" for one of
+/// those named. Takes at most the product of both lengths in steps, and no stack.
 bool Matches(std::string_view text, std::string_view patterns);
 
 } // namespace PI::Internals

@@ -1,6 +1,5 @@
 #include "contracts/zelPlug/PluginHelper.h"
 
-#include <algorithm>
 #include <limits>
 
 namespace PI
@@ -59,11 +58,9 @@ std::uint64_t Scaled(std::uint64_t hours, std::uint64_t numerator, std::uint64_t
     return quotient;
 }
 
-/// Hours left if life goes on as it did; no limit from a share that is not known.
+/// Hours left if life goes on as it did, for a share that is known.
 std::uint64_t HoursLeft(std::uint64_t hours, const Share& share)
 {
-    if (!share.IsKnown())
-        return Unlimited;
     if (share.IsWhole())
         return 0;
     const std::uint64_t left = share.total - share.used;
@@ -76,17 +73,15 @@ bool CPluginHelper::ComputeRemainingLifeTime(std::uint64_t hours, std::uint64_t 
                                              std::uint32_t percent, std::uint64_t rating,
                                              std::uint64_t& remainingHours)
 {
-    const Share wear = percent == UnknownPercent ? Share{} : Share{percent, 100};
-    const Share writes{bytesWritten, Product(rating, BytesOfTerabyte)};
-    if (hours == 0 || (!wear.IsKnown() && !writes.IsKnown()))
+    // A drive knows its own wear better than a data sheet does.
+    const Share share = percent != UnknownPercent
+                            ? Share{percent, 100}
+                            : Share{bytesWritten, Product(rating, BytesOfTerabyte)};
+    if (hours == 0 || !share.IsKnown())
         return false;
-    const bool over = wear.IsWhole() || writes.IsWhole();
-    if (!over && hours <= NoHoursTold)
+    if (!share.IsWhole() && (hours <= NoHoursTold || (hours < FirstDays && !share.IsTenth())))
         return false;
-    if (hours < FirstDays && !wear.IsTenth() && !writes.IsTenth())
-        return false;
-    // The larger share leaves the fewer hours.
-    remainingHours = std::min(HoursLeft(hours, wear), HoursLeft(hours, writes));
+    remainingHours = HoursLeft(hours, share);
     return true;
 }
 

@@ -1,30 +1,35 @@
-// Which attributes of a SMART page tell what, by drive family.
+// Which attributes of a SMART page mean what, by drive family.
 #pragma once
 
+#include "libraries/zelPlug/ModelText.h"
 #include "libraries/zelPlug/SmartReading.h"
 
-#include <cstdint>
-#include <string>
+#include <span>
 #include <string_view>
 
 namespace PI::Internals
 {
 
-/// A row of SmartFamilies.inc. A reading without an attribute is none.
+/// A row of SmartFamilies.inc, which explains its notation.
 struct SmartFamily
 {
-    std::string_view vendors;  ///< patterns as told in ModelText.h
-    std::string_view products; ///< the same
-    std::uint64_t ratedCycles; ///< program/erase cycles of the cells, 0: not known
-    Reading hours;
-    Reading writes;
-    Readings used;
-    Readings reserve;
+    std::string_view name;
+    std::string_view vendors; ///< patterns, see ModelText.h
+    std::string_view models;  ///< patterns for the product
+    ShortList<PageTest, 8> page;
+    HoursReading hours;
+    ShortList<WritesReading, 3> writes;
+    ShortList<UsedReading, 2> used;
+    ShortList<ReserveReading, 8> reserve;
+    std::string_view source;
 };
 
-/// @return the family, which lives as long as the library, or null for a drive that nobody knows.
-///         A vendor that does not fit is looked for in the text of both, as
-///         CPluginHelper::SplitSATAModelName does.
-const SmartFamily* FindSmartFamily(const std::string& vendor, const std::string& product);
+/// The rows, in the order in which they are tried. They live as long as the library.
+std::span<const SmartFamily> SmartFamilies();
+
+/// Whether the row's patterns fit a model; its page tests are another matter.
+bool FitsModel(const SmartFamily& family, const ModelText& vendor, const ModelText& product);
+
+bool FitsPage(const SmartFamily& family, const PageIndex& page);
 
 } // namespace PI::Internals

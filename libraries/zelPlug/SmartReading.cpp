@@ -9,18 +9,10 @@ namespace PI::Internals
 namespace
 {
 
-constexpr std::uint64_t MostPercent = 255; // worn drives pass 100; beyond this it tells no more
-
-/// The first entry of an id: pages hold entries out of order, and ids more than once.
-const _IDE_SMART_ATTRIBUTE* EntryOf(const _IDE_SMART_DATA& page, std::uint8_t id)
-{
-    if (id == 0) // an unused entry
-        return nullptr;
-    for (const _IDE_SMART_ATTRIBUTE& entry : page.m_Attributes)
-        if (entry.m_ID == id)
-            return &entry;
-    return nullptr;
-}
+constexpr std::uint64_t MostHours = 300'000;       // 34 years; beyond it the count has another unit
+constexpr std::uint64_t NoCount = 0xFFFFFFFFFFFF;  // all bits set
+constexpr std::uint64_t MostEraseCount = 0xFFFFFF; // more than any cell bears
+constexpr std::uint64_t MostPercent = 255; // worn drives pass 100; beyond it nothing changes
 
 std::uint64_t RawOf(const _IDE_SMART_ATTRIBUTE& entry, std::size_t bytes)
 {
@@ -30,84 +22,159 @@ std::uint64_t RawOf(const _IDE_SMART_ATTRIBUTE& entry, std::size_t bytes)
     return value;
 }
 
+std::uint64_t RawOf(const _IDE_SMART_ATTRIBUTE& entry)
+{
+    return RawOf(entry, std::size(entry.m_Raw));
+}
+
 std::uint64_t NumberOf(const _IDE_SMART_ATTRIBUTE& entry, Field field)
 {
     switch (field)
     {
     case Field::Current:
         return entry.m_Value;
-    case Field::RawLow:
-        return RawOf(entry, 3);
+    case Field::RawByte:
+        return RawOf(entry, 1);
     case Field::RawWord:
         return RawOf(entry, 2);
     default:
-        return RawOf(entry, std::size(entry.m_Raw));
+        return RawOf(entry);
     }
 }
 
-std::optional<std::uint64_t> ValueOf(const _IDE_SMART_DATA& page, const Reading& reading)
+std::optional<std::uint64_t> Left(std::uint64_t full, std::uint64_t number)
 {
-    const _IDE_SMART_ATTRIBUTE* entry = EntryOf(page, reading.id);
-    if (!entry)
-        return std::nullopt;
-    if (reading.zeroIsNothing && entry->m_Value == 0 && NumberOf(*entry, Field::Raw) == 0)
-        return std::nullopt;
-    const std::uint64_t value = NumberOf(*entry, reading.field);
-    return value <= reading.most ? std::optional(value) : std::nullopt;
+    return number <= full ? std::optional(full - number) : std::nullopt;
 }
 
-std::optional<std::uint64_t> UsedBy(const _IDE_SMART_DATA& page, const Reading& reading,
+std::optional<std::uint64_t> UsedBy(const PageIndex& page, const UsedReading& reading,
                                     std::uint64_t cycles)
 {
-    const std::optional<std::uint64_t> value = ValueOf(page, reading);
-    if (!value || (reading.meaning == Meaning::EraseCount && cycles == 0))
+    using enum UsedReading::Formula;
+    const _IDE_SMART_ATTRIBUTE* entry = page.Find(reading.id);
+    if (!entry)
         return std::nullopt;
-    switch (reading.meaning)
+    const std::uint64_t number = NumberOf(*entry, reading.field);
+    if (reading.zeroIsNothing && number == 0 && RawOf(*entry) == 0)
+        return std::nullopt;
+    switch (reading.formula)
     {
-    case Meaning::PercentLeft:
-        return 100 - *value;
-    case Meaning::EraseCount:
-        return *value * 100 / cycles;
+    case LeftOf100:
+        return Left(100, number);
+    case LeftOf200:
+        return Left(200, number);
+    case LeftSteep:
+    {
+        const auto left = Left(100, number);
+        return left ? std::optional(*left * 105 / 100) : std::nullopt;
+    }
+    case EraseCount:
+        return number <= MostEraseCount
+                   ? std::optional(number * 100 / (cycles != 0 ? cycles : reading.cycles))
+                   : std::nullopt;
     default:
-        return *value;
+        return number <= MostEraseCount ? std::optional(number) : std::nullopt;
     }
 }
 
-std::optional<std::uint32_t> Percent(const std::optional<std::uint64_t>& value)
+std::optional<std::uint32_t> LeftBy(const PageIndex& page, const ReserveReading& reading)
 {
-    if (!value)
+    using enum ReserveReading::Kind;
+    const _IDE_SMART_ATTRIBUTE* entry = page.Find(reading.id);
+    if (!entry)
         return std::nullopt;
-    return static_cast<std::uint32_t>(std::min(*value, MostPercent));
+    const std::uint64_t number = reading.kind == OwnRaw ? RawOf(*entry) : entry->m_Value;
+    if (number == 0 && reading.zeroIsNothing)
+        return std::nullopt;
+    if (number <= reading.threshold)
+        return 0;
+    switch (reading.kind)
+    {
+    case Margin:
+    {
+        const std::uint64_t whole = reading.best - reading.threshold;
+        return static_cast<std::uint32_t>(
+            std::min<std::uint64_t>(100 * (number - reading.threshold) / whole, 100));
+    }
+    case Limit:
+        return std::nullopt;
+    default: // above 100 it has another scale
+        return number <= 100 ? std::optional(static_cast<std::uint32_t>(number)) : std::nullopt;
+    }
 }
 
 } // namespace
 
-std::optional<std::uint64_t> HoursOf(const _IDE_SMART_DATA& page, const Reading& reading)
+PageIndex::PageIndex(const _IDE_SMART_DATA& page)
 {
-    const std::optional<std::uint64_t> value = ValueOf(page, reading);
-    return value ? std::optional(*value / reading.scale) : std::nullopt;
+    for (const _IDE_SMART_ATTRIBUTE& entry : page.m_Attributes)
+        if (entry.m_ID != 0 && !m_Entries[entry.m_ID]) // 0: an unused entry
+            m_Entries[entry.m_ID] = &entry;
 }
 
-std::optional<std::uint64_t> BytesOf(const _IDE_SMART_DATA& page, const Reading& reading)
+bool Holds(const PageTest& test, const PageIndex& page)
+{
+    using enum PageTest::Kind;
+    const _IDE_SMART_ATTRIBUTE* entry = page.Find(test.id);
+    if (!entry || test.kind == Absent)
+        return !entry && test.kind == Absent;
+    switch (test.kind)
+    {
+    case CurrentIsRaw:
+        return entry->m_Value == RawOf(*entry);
+    case CurrentIsNotRaw:
+        return entry->m_Value != RawOf(*entry);
+    case RawIsZero:
+        return RawOf(*entry) == 0;
+    case CurrentAbove100:
+        return entry->m_Value > 100;
+    default:
+        return true;
+    }
+}
+
+std::optional<std::uint64_t> HoursOf(const PageIndex& page, const HoursReading& reading)
+{
+    const _IDE_SMART_ATTRIBUTE* entry = page.Find(reading.id);
+    if (!entry)
+        return std::nullopt;
+    // Milliseconds, or something else, stand above the 24 bits on some drives.
+    const std::uint64_t count = RawOf(*entry, 3);
+    const std::uint64_t start = count >= reading.start ? reading.start : 0;
+    const std::uint64_t hours = (count - start) / reading.countsAnHour;
+    return hours <= MostHours ? std::optional(hours) : std::nullopt;
+}
+
+std::optional<std::uint64_t> BytesOf(const PageIndex& page, std::span<const WritesReading> readings)
 {
     constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
-    const std::optional<std::uint64_t> value = ValueOf(page, reading);
-    if (!value)
-        return std::nullopt;
-    return *value > most / reading.scale ? most : *value * reading.scale;
+    for (const WritesReading& reading : readings)
+    {
+        const _IDE_SMART_ATTRIBUTE* entry = page.Find(reading.id);
+        const std::uint64_t count = entry ? RawOf(*entry) : NoCount;
+        if (count != NoCount)
+            return count > most / reading.unit ? most : count * reading.unit;
+    }
+    return std::nullopt;
 }
 
-std::optional<std::uint32_t> PercentUsedOf(const _IDE_SMART_DATA& page, const Readings& readings,
-                                           std::uint64_t cycles)
+std::optional<std::uint32_t>
+PercentUsedOf(const PageIndex& page, std::span<const UsedReading> readings, std::uint64_t cycles)
 {
-    const std::optional<std::uint64_t> used = UsedBy(page, readings.first, cycles);
-    return Percent(used ? used : UsedBy(page, readings.second, cycles));
+    for (const UsedReading& reading : readings)
+        if (const auto used = UsedBy(page, reading, cycles))
+            return static_cast<std::uint32_t>(std::min(*used, MostPercent));
+    return std::nullopt;
 }
 
-std::optional<std::uint32_t> PercentLeftOf(const _IDE_SMART_DATA& page, const Readings& readings)
+std::optional<std::uint32_t> PercentLeftOf(const PageIndex& page,
+                                           std::span<const ReserveReading> readings)
 {
-    const std::optional<std::uint64_t> left = ValueOf(page, readings.first);
-    return Percent(left ? left : ValueOf(page, readings.second));
+    std::optional<std::uint32_t> least;
+    for (const ReserveReading& reading : readings)
+        if (const auto left = LeftBy(page, reading); left && (!least || *left < *least))
+            least = left;
+    return least;
 }
 
 } // namespace PI::Internals

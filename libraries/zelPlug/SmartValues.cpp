@@ -3,6 +3,8 @@
 #include "contracts/zelPlug/PluginHelper.h"
 #include "libraries/zelPlug/SmartFamily.h"
 
+#include <algorithm>
+
 namespace PI
 {
 namespace
@@ -10,32 +12,50 @@ namespace
 
 constexpr std::uint32_t NoPercent = 0xFFFFFFFF;
 
+/// The families of a model, in the order in which their page tests are tried. Vendor and product
+/// are split anew, since either text may hold both.
+std::vector<const Internals::SmartFamily*> FamiliesOf(const std::string& vendor,
+                                                      const std::string& product)
+{
+    std::string newVendor;
+    std::string newProduct;
+    CPluginHelper::SplitSATAModelName(vendor + ' ' + product, newVendor, newProduct);
+    const Internals::ModelText vendorText(newVendor);
+    const Internals::ModelText productText(newProduct);
+    std::vector<const Internals::SmartFamily*> families;
+    for (const Internals::SmartFamily& family : Internals::SmartFamilies())
+        if (Internals::FitsModel(family, vendorText, productText))
+            families.push_back(&family);
+    return families;
+}
+
 } // namespace
 
 CSmartValues::CSmartValues(const std::string& vendor, const std::string& product)
     : m_Rating(0), m_PowerOnHours(0), m_BytesWritten(0), m_RemainingReserve(NoPercent),
-      m_RatedEndurancePercent(NoPercent), m_Family(Internals::FindSmartFamily(vendor, product))
+      m_RatedEndurancePercent(NoPercent), m_Families(FamiliesOf(vendor, product))
 {
-    if (!m_Family)
-        return;
-    m_RatedCycles = m_Family->ratedCycles;
     if (const CSATALifeTimeData* known = CPluginHelper::findLifeTimeProp(product))
         (known->m_Vendor == "INNODISK" ? m_RatedCycles : m_Rating) = known->m_RatedEndurance;
 }
 
 bool CSmartValues::IsSupported() const
 {
-    return m_Family != nullptr;
+    return !m_Families.empty();
 }
 
 bool CSmartValues::Evaluate(const _IDE_SMART_DATA& page)
 {
-    if (!m_Family)
+    const Internals::PageIndex index(page);
+    const auto family =
+        std::ranges::find_if(m_Families, [&](const Internals::SmartFamily* candidate)
+                             { return Internals::FitsPage(*candidate, index); });
+    if (family == m_Families.end())
         return false;
-    const auto hours = Internals::HoursOf(page, m_Family->hours);
-    const auto bytes = Internals::BytesOf(page, m_Family->writes);
-    const auto used = Internals::PercentUsedOf(page, m_Family->used, m_RatedCycles);
-    const auto left = Internals::PercentLeftOf(page, m_Family->reserve);
+    const auto hours = Internals::HoursOf(index, (*family)->hours);
+    const auto bytes = Internals::BytesOf(index, (*family)->writes);
+    const auto used = Internals::PercentUsedOf(index, (*family)->used, m_RatedCycles);
+    const auto left = Internals::PercentLeftOf(index, (*family)->reserve);
     if (!hours && !bytes && !used && !left)
         return false;
     m_PowerOnHours = hours.value_or(0);

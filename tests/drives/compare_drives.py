@@ -24,9 +24,8 @@ VENDORS_BY_MODEL = {
 }  # fmt: skip
 # Drives that are to be replaced, and why. Every other drive is healthy.
 WORN = {
-    "intel-ssdsc2bb240g4": "516 TB written, rated for 140 (its own count says 78 percent)",
-    "intel-ssdsc2bb240g7": "740 TB written, rated for 600 (its own count says 57 percent)",
     "samsung-ssd-850-pro-256gb": "99 percent of its rated erase cycles used",
+    "hitachi-hds721050dle630": "spare sectors used up: attribute 5 at 1, its threshold is 5",
 }
 
 
