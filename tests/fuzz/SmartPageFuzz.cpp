@@ -1,10 +1,12 @@
 // Any model text and any page, on their way through all that health makes of them.
 // Input: the length of the text, the text, the page. What is missing of the page is 0.
+#include "libraries/zelPlug/SmartFamily.h"
 #include "tarnis/Src/tarnisPlugin/Health.h"
 #include "tests/fuzz/Require.h"
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <tuple>
 
 namespace
@@ -37,25 +39,72 @@ auto FieldsOf(const PI::CSmartValues& values)
                       values.m_RemainingReserve, values.m_RatedEndurancePercent);
 }
 
+using PI::Internals::PageIndex;
+using PI::Internals::ReserveReading;
+
+/// One term of a reserve, by a search in place of a division.
+std::optional<std::uint32_t> TermOf(const PageIndex& page, const ReserveReading& reading)
+{
+    using enum ReserveReading::Kind;
+    const auto* entry = page.Find(reading.id);
+    if (!entry)
+        return std::nullopt;
+    std::uint64_t raw = 0;
+    std::memcpy(&raw, entry->m_Raw, sizeof(entry->m_Raw));
+    const std::uint64_t number = reading.kind == OwnRaw ? raw : entry->m_Value;
+    if (number == 0 && reading.zeroIsNothing)
+        return std::nullopt;
+    if (number <= reading.threshold)
+        return 0;
+    if (reading.kind == Limit || (reading.kind != Margin && number > 100))
+        return std::nullopt;
+    if (reading.kind != Margin)
+        return static_cast<std::uint32_t>(number);
+    std::uint32_t margin = 100;
+    while (margin * (reading.best - reading.threshold) > 100 * (number - reading.threshold))
+        --margin;
+    return margin;
+}
+
+/// Any family may meet any page. The first one that fits gives the drive its values.
+void CheckFamilies(const PI::_IDE_SMART_DATA& page, const CAHCIPhysicalDrive& drive,
+                   const PI::CSmartValues& values)
+{
+    using namespace PI::Internals;
+    const PageIndex index(page);
+    const ModelText vendor(drive.m_Vendor), product(drive.m_Product);
+    bool isFound = false;
+    for (const SmartFamily& family : SmartFamilies())
+    {
+        std::optional<std::uint32_t> least;
+        for (const ReserveReading& reading : family.reserve)
+            if (const auto term = TermOf(index, reading); term && (!least || *term < *least))
+                least = term;
+        Require(PercentLeftOf(index, family.reserve) == least, "the reserve is the smallest term");
+        if (isFound || !FitsModel(family, vendor, product) || !FitsPage(family, index))
+            continue;
+        isFound = true;
+        Require(values.m_RemainingReserve == least.value_or(NoReading32),
+                "the reserve is that of the first family that fits");
+        Require(values.m_PowerOnHours == HoursOf(index, family.hours).value_or(0),
+                "the hours are those of the first family that fits");
+    }
+    Require(isFound, "some family fits");
+}
+
 /// Against a plain division in 128 bits.
 /// @return hours left, or NoReading64 without an estimate
 std::uint64_t LifeOf(std::uint64_t hours, std::uint64_t bytes, std::uint32_t percent,
                      std::uint64_t rating)
 {
-    Wide wanted = NoReading64;
-    bool whole = false, tenth = false, share = false;
-    const auto ask = [&](Wide used, Wide total)
-    {
-        if (used == 0 || total == 0)
-            return;
-        share = true;
-        whole = whole || used >= total;
-        tenth = tenth || 10 * used >= total;
-        wanted = std::min(wanted, used >= total ? 0 : hours * (total - used) / used);
-    };
-    ask(percent == NoReading32 ? 0 : percent, 100);
-    ask(bytes, std::min(Wide{rating} * 1'000'000'000'000, Wide{NoReading64}));
-    const bool estimated = share && hours > 0 && (whole || hours > 1) && (tenth || hours >= 168);
+    const bool isWear = percent != NoReading32;
+    const Wide used = isWear ? percent : bytes;
+    const Wide total = isWear ? 100 : std::min(Wide{rating} * 1'000'000'000'000, Wide{NoReading64});
+    const bool whole = used >= total;
+    const bool estimated = used != 0 && total != 0 && hours > 0 && (whole || hours > 1) &&
+                           (whole || hours >= 168 || 10 * used >= total);
+    const Wide wanted =
+        whole || used == 0 ? 0 : std::min(hours * (total - used) / used, Wide{NoReading64});
 
     std::uint64_t left = NoReading64 - 7;
     Require(CPluginHelper::ComputeRemainingLifeTime(hours, bytes, percent, rating, left) ==
@@ -72,11 +121,13 @@ void EvaluateDrive(const PI::_IDE_SMART_DATA& page, CAHCIPhysicalDrive& drive)
     const bool filled = values.Evaluate(page);
     const auto once = FieldsOf(values);
     Require(filled ? values.IsSupported() : once == before, "fields change with a reading alone");
-    Require(values.IsSupported() || values.m_Rating == 0, "an unknown model has no rating");
+    Require(values.IsSupported(), "every model has a family");
     for (const auto& [percent, most] : {std::pair(values.m_RemainingReserve, 100U),
                                         std::pair(values.m_RatedEndurancePercent, 255U)})
         Require(percent <= most || percent == NoReading32, "reserve and endurance used");
 
+    if (filled)
+        CheckFamilies(page, drive, values);
     CAHCIAdapter adapter;
     EvaluateSmartPage(page, PI::CSmartValues(drive.m_Vendor, drive.m_Product), drive);
     ApplyHealthLimits(drive, adapter);
@@ -88,8 +139,6 @@ void EvaluateDrive(const PI::_IDE_SMART_DATA& page, CAHCIPhysicalDrive& drive)
                 LifeOf(std::max<std::uint64_t>(values.m_PowerOnHours, 1), values.m_BytesWritten,
                        values.m_RatedEndurancePercent, values.m_Rating),
             "the drive has its hours left");
-    Require(values.IsSupported() || drive.m_Status == PI::VAL_AVAILABLE,
-            "no alarm of an unknown model");
     Require((adapter.m_Status == PI::VAL_WARNING) == (drive.m_Status == PI::VAL_AVAILABLE_SMART),
             "the adapter warns with its drive");
 }

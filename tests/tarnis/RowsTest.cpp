@@ -380,17 +380,24 @@ TEST_F(Rows, ReadingsAndNames)
     silent.erase("smart");
     spinning["identify"] = Identity("ST4000DM004", "S", 7200);
     spinning["bytes"] = 1048575;
-    // 170: reserve left; 202: percent used; 246: sectors written. Life left is told from the hours
-    // and the percentage.
-    Start(MachineWith({drive(0, {{194, 0, 0}, {202, 1, 0}, {170, 10, 0}, {246, 1, 1}}),
-                       drive(1, {{194, 1, 127}, {202, 1, 95}, {170, 100, 0}, {246, 1, 1ULL << 38}}),
-                       drive(2, {{202, 1, 150}}),
-                       drive(3, {{202, 1, 95}, {170, 0, 0}}, {Partition("P")}),
-                       drive(4, {{9, 1, 1439}, {202, 1, 50}}), silent, spinning,
-                       drive(7, {{9, 1, 1440}, {202, 1, 50}}),
-                       drive(8, {{202, 1, 96}}, {Partition("Q")}), drive(9, {{170, 9, 0}})}));
+    // Spare sectors, 9 and 10 percent above the threshold of 5.
+    const auto disk = [&](std::uint32_t number, int spare)
+    {
+        nlohmann::json disk = DiskWith(number, {{2, 1, 0}, {5, spare, 0}, {8, 1, 0}}, {});
+        disk["identify"] = Identity("HGST HUS726040ALE614", "S", 7200);
+        return disk;
+    };
+    // 170: reserve left, used up at 10; 202: percent used; 246: sectors written. Life left is told
+    // from the hours and the percentage.
+    Start(MachineWith(
+        {drive(0, {{194, 0, 0}, {202, 1, 0}, {170, 11, 0}, {246, 1, 1}}),
+         drive(1, {{194, 1, 127}, {202, 1, 95}, {170, 100, 0}, {246, 1, 1ULL << 38}}),
+         drive(2, {{202, 1, 150}}), drive(3, {{202, 1, 95}, {170, 0, 0}}, {Partition("P")}),
+         drive(4, {{9, 1, 1439}, {202, 1, 50}}), silent, spinning,
+         drive(7, {{9, 1, 1440}, {202, 1, 50}}), drive(8, {{202, 1, 96}}, {Partition("Q")}),
+         drive(9, {{170, 10, 0}}), disk(10, 14), disk(11, 15)}));
     const Texts expected = {
-        "0|NULL|0|0|10.0|NULL|NULL|NULL|AVAILABLE|SSD|228936",
+        "0|NULL|0|0|11.0|NULL|NULL|NULL|AVAILABLE|SSD|228936",
         "1|127|95|95|100.0|137438953472.0|NULL|NULL|AVAILABLE|SSD|228936",
         "2|NULL|100|100|NULL|NULL|NULL|2026-02-02|AVAILABLE_SMART|SSD|228936",
         "3|NULL|95|95|NULL|NULL|NULL|NULL|AVAILABLE_SMART|SSD|228936",
@@ -399,7 +406,9 @@ TEST_F(Rows, ReadingsAndNames)
         "6|NULL|NULL|NULL|NULL|NULL|7|NULL|AVAILABLE|HDD|0",
         "7|NULL|50|50|NULL|NULL|1440|2026-04-03|AVAILABLE|SSD|228936",
         "8|NULL|96|96|NULL|NULL|NULL|NULL|AVAILABLE_SMART|SSD|228936",
-        "9|NULL|NULL|NULL|9.0|NULL|NULL|NULL|AVAILABLE_SMART|SSD|228936",
+        "9|NULL|NULL|NULL|NULL|NULL|NULL|NULL|AVAILABLE_SMART|SSD|228936",
+        "10|NULL|NULL|NULL|9.0|NULL|NULL|NULL|AVAILABLE_SMART|HDD|228936",
+        "11|NULL|NULL|NULL|10.0|NULL|NULL|NULL|AVAILABLE|HDD|228936",
     };
     const char* const columns =
         "SELECT pd_deviceNumber, pd_temperature, pd_ratedEndurancePercent, "
