@@ -1,4 +1,5 @@
-// What a topology and a scan cost for many drives, each beside its floor.
+// What a topology and a scan cost for many drives, each beside its floor, and what the evaluation
+// of a page costs.
 #include "contracts/PluginInterface.h"
 #include "contracts/zelKitEx.h"
 #include "contracts/zelPlug.h"
@@ -201,6 +202,48 @@ void ScanFloor(benchmark::State& state)
         Fail("the floor misses disks");
 }
 
+/// A hard disk's page of a model that nobody knows, so that every family is tried.
+PI::_IDE_SMART_DATA UnknownPage()
+{
+    PI::_IDE_SMART_DATA page = {};
+    std::size_t next = 0;
+    for (const int id :
+         {1, 3, 4, 5, 7, 9, 10, 12, 187, 188, 190, 192, 193, 194, 197, 198, 199, 240, 241, 242})
+    {
+        page.m_Attributes[next].m_ID = static_cast<std::uint8_t>(id);
+        page.m_Attributes[next++].m_Value = 100;
+    }
+    return page;
+}
+
+const std::string unknownVendor = "NOBODY";
+const std::string unknownProduct = "KNOWS1000000-1AB2CD";
+
+/// What a scan does for a page that it has not seen.
+void Evaluation(benchmark::State& state)
+{
+    const PI::CSmartValues model(unknownVendor, unknownProduct);
+    PI::_IDE_SMART_DATA page = UnknownPage();
+    for (auto _ : state)
+    {
+        ++page.m_Attributes[5].m_Raw[0]; // hours
+        PI::CSmartValues values = model;
+        if (!values.Evaluate(page) || values.m_RemainingReserve != 100)
+            Fail("no readings");
+        benchmark::DoNotOptimize(values.m_PowerOnHours);
+    }
+}
+
+/// What a scan does once for a model.
+void Model(benchmark::State& state)
+{
+    for (auto _ : state)
+    {
+        const PI::CSmartValues values(unknownVendor, unknownProduct);
+        benchmark::DoNotOptimize(values.IsSupported());
+    }
+}
+
 /// Keeps the times and passes everything on.
 class Keeper : public benchmark::ConsoleReporter
 {
@@ -221,6 +264,8 @@ BENCHMARK(Topology)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(TopologyFloor)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Scan)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(ScanFloor)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Evaluation)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Model)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char** argv)
 {
@@ -244,5 +289,9 @@ int main(int argc, char** argv)
         std::fprintf(stderr,
                      "scan of 1000 drives: %.2f us a drive over the %.2f us of the answers alone\n",
                      (t["Scan/1000"] - t["ScanFloor/1000"]) / 1000, t["ScanFloor/1000"] / 1000);
+    if (t.count("Evaluation") + t.count("Model") == 2)
+        std::fprintf(stderr,
+                     "a new page of an unknown model: %.2f us, and once %.2f us for its families\n",
+                     t["Evaluation"], t["Model"]);
     return 0;
 }

@@ -1,5 +1,6 @@
 #include "host/Failure.h"
 #include "host/Json.h"
+#include "host/Meanings.h"
 #include "host/Names.h"
 #include "host/Text.h"
 #include "host/Verbs.h"
@@ -66,7 +67,8 @@ bool IsEmpty(const Json& found)
                             Host::DidYouMean(Host::SimilarNames(Host::NormalName(query), all)));
 }
 
-std::string Lines(const Json& found)
+/// @param withMeanings  a second line for what has more to say than its name
+std::string Lines(const Json& found, bool withMeanings)
 {
     constexpr std::size_t tableColumns = 12;
     std::size_t numberColumns = 7;
@@ -80,6 +82,9 @@ std::string Lines(const Json& found)
             const auto& shown = name.get_ref<const std::string&>();
             text += Host::PadRight(table, tableColumns) + Host::PadRight(number, numberColumns) +
                     (shown.empty() ? "-" : shown) + "\n";
+            if (const std::string_view meaning = Host::MeaningOf(std::stoi(number));
+                withMeanings && !meaning.empty())
+                text += std::string(tableColumns, ' ') + std::string(meaning) + "\n";
         }
     return text;
 }
@@ -94,7 +99,7 @@ ExitCode Explain(const Options& options, Output& output)
     const Json found = Select(options.query);
     if (IsEmpty(found))
         FailUnknown(options.query);
-    output.Write(options.json ? JsonText(found) : Lines(found));
+    output.Write(options.json ? JsonText(found) : Lines(found, !options.query.empty()));
     return EXIT_DONE;
 }
 

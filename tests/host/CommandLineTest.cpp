@@ -53,7 +53,10 @@ TEST(CommandLine, ExplainTellsEveryMatch)
     const std::pair<Arguments, std::string> cases[] = {
         {{"explain", "20001"}, "errors      20001  NO_SUPPORTED_HARDWARE\n"},
         {{"explain", "err_general"}, "errors      20000  GENERAL\n"},
-        {{"explain", "VAL_AVAILABLE_SMART"}, "values      40180  AVAILABLE_SMART\n"},
+        {{"explain", "VAL_AVAILABLE"},
+         "values      40099  AVAILABLE\n            the drive answers, has no partition, and "
+         "reaches "
+         "no limit\n"},
         {{"explain", "param-bus"}, "properties  35016  BUS\n"},
         {{"explain", "PROP_TYPE"}, "properties  30056  TYPE\n"},
         {{"explain", "2147483647"}, "properties  2147483647  UNSPECIFIED\n"},

@@ -383,9 +383,9 @@ TEST_F(Rows, ReadingsAndNames)
     // Spare sectors, 9 and 10 percent above the threshold of 5.
     const auto disk = [&](std::uint32_t number, int spare)
     {
-        nlohmann::json disk = DiskWith(number, {{2, 1, 0}, {5, spare, 0}, {8, 1, 0}}, {});
-        disk["identify"] = Identity("HGST HUS726040ALE614", "S", 7200);
-        return disk;
+        nlohmann::json one = DiskWith(number, {{2, 1, 0}, {5, spare, 0}, {8, 1, 0}}, {});
+        one["identify"] = Identity("HGST HUS726040ALE614", "S", 7200);
+        return one;
     };
     // 170: reserve left, used up at 10; 202: percent used; 246: sectors written. Life left is told
     // from the hours and the percentage.
