@@ -49,7 +49,7 @@ class ZELPLUG_API CSmartValues
     /// Takes the texts as CPluginHelper::SplitSATAModelName gives them, any texts of any length.
     CSmartValues(const std::string& vendor, const std::string& product);
 
-    /// Whether the meaning of the attributes is known for this model.
+    /// Whether a family may fit the model's pages. The last of them fits every model.
     bool IsSupported() const;
 
     /// Reads any 512 bytes.

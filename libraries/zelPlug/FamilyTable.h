@@ -85,6 +85,8 @@ constexpr bool Parse(Scanner text, PageTest& test)
         test.kind = CurrentIsNotRaw;
     else if (text.Take(":cur>100"))
         test.kind = CurrentAbove100;
+    else if (text.Take(":cur=100"))
+        test.kind = CurrentIs100;
     else if (text.Take(":raw=0"))
         test.kind = RawIsZero;
     else

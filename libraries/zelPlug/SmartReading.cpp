@@ -12,6 +12,7 @@ namespace
 constexpr std::uint64_t MostHours = 300'000;       // 34 years; beyond it the count has another unit
 constexpr std::uint64_t NoCount = 0xFFFFFFFFFFFF;  // all bits set
 constexpr std::uint64_t MostEraseCount = 0xFFFFFF; // more than any cell bears
+constexpr std::uint64_t MostTold = 1000;   // percent of a drive's own telling; beyond it, a count
 constexpr std::uint64_t MostPercent = 255; // worn drives pass 100; beyond it nothing changes
 
 std::uint64_t RawOf(const _IDE_SMART_ATTRIBUTE& entry, std::size_t bytes)
@@ -73,7 +74,7 @@ std::optional<std::uint64_t> UsedBy(const PageIndex& page, const UsedReading& re
                    ? std::optional(number * 100 / (cycles != 0 ? cycles : reading.cycles))
                    : std::nullopt;
     default:
-        return number <= MostEraseCount ? std::optional(number) : std::nullopt;
+        return number <= MostTold ? std::optional(number) : std::nullopt;
     }
 }
 
@@ -128,6 +129,8 @@ bool Holds(const PageTest& test, const PageIndex& page)
         return RawOf(*entry) == 0;
     case CurrentAbove100:
         return entry->m_Value > 100;
+    case CurrentIs100:
+        return entry->m_Value == 100;
     default:
         return true;
     }

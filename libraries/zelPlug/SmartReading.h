@@ -69,6 +69,7 @@ struct PageTest
         CurrentIsNotRaw,
         RawIsZero,
         CurrentAbove100,
+        CurrentIs100,
     };
 
     std::uint8_t id = 0;

@@ -11,6 +11,7 @@ namespace
 {
 
 constexpr std::uint32_t NoPercent = 0xFFFFFFFF;
+constexpr std::uint64_t MostBytesAnHour = 600'000'000ULL * 3600; // at the speed of the interface
 
 /// The families of a model, in the order in which their page tests are tried. Vendor and product
 /// are split anew, since either text may hold both.
@@ -53,7 +54,9 @@ bool CSmartValues::Evaluate(const _IDE_SMART_DATA& page)
     if (family == m_Families.end())
         return false;
     const auto hours = Internals::HoursOf(index, (*family)->hours);
-    const auto bytes = Internals::BytesOf(index, (*family)->writes);
+    auto bytes = Internals::BytesOf(index, (*family)->writes);
+    if (bytes && hours && *bytes / MostBytesAnHour > *hours)
+        bytes.reset(); // it counts something else
     const auto used = Internals::PercentUsedOf(index, (*family)->used, m_RatedCycles);
     const auto left = Internals::PercentLeftOf(index, (*family)->reserve);
     if (!hours && !bytes && !used && !left)

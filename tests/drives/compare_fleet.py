@@ -45,7 +45,7 @@ FLOORS = {
     ("HDD", "reserve told"): 99.9,
     ("HDD", "failing drives found"): 100,
     ("SSD", "hours told"): 99.8,
-    ("SSD", "written told"): 92.6,
+    ("SSD", "written told"): 92.4,
     ("SSD", "written equal"): 99.45,
     ("SSD", "used told"): 99.2,
     ("SSD", "used equal"): 98.1,

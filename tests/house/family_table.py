@@ -22,14 +22,17 @@ def table_of(rows):
             said.append(row[2:])
         elif not row:
             started, in_table, said = True, False, []
-        elif row[0] not in ' #R)':
-            head = (cells + [""])[:4]
         elif row.startswith("    "):
+            if head is None:
+                sys.exit(f"{ROWS}: a line of readings without a line of models: {row.strip()}")
             if not in_table:
                 lines += ["", " ".join(said), "", f"| {' | '.join(COLUMNS)} |", "|---" * len(COLUMNS) + "|"]
                 in_table = True
             told = head[:1] + [f"`{cell}`" if cell else "" for cell in head[1:] + cells[:4]] + cells[4:]
             lines.append(f"| {' | '.join(told)} |")
+            head = None
+        elif len(cells) == 4:
+            head = cells
     return "\n".join(lines).strip()
 
 
