@@ -8,6 +8,7 @@
 #include <dlfcn.h>
 #include <sqlite3.h>
 #include <stdexcept>
+#include <utility>
 
 std::shared_ptr<DatabaseORM::storage_t> DatabaseORM::getDatabasePointer()
 {
@@ -32,9 +33,20 @@ RecordingDatabase& RecordingDatabase::Get()
     return database;
 }
 
+void RecordingDatabase::SetRule(Rule rule)
+{
+    const std::lock_guard guard(m_Lock);
+    m_Rule = std::move(rule);
+}
+
 Texts RecordingDatabase::query(std::string statement)
 {
-    sent.push_back(statement);
+    Rule rule;
+    {
+        const std::lock_guard guard(m_Lock);
+        sent.push_back(statement);
+        rule = m_Rule;
+    }
     if (rule)
         rule(statement);
     try
@@ -43,6 +55,7 @@ Texts RecordingDatabase::query(std::string statement)
     }
     catch (const DBEXCEPTION::DatabaseException& refusal)
     {
+        const std::lock_guard guard(m_Lock);
         refused.push_back(statement.substr(0, 60) + ": " + refusal.what());
         throw;
     }

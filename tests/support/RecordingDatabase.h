@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,17 +15,25 @@ struct sqlite3;
 namespace Support
 {
 
-/// To be used while the worker of the plug-in stands still.
+/// Its lists are to be looked at while the worker of the plug-in stands still.
 struct RecordingDatabase : DatabaseWrapper::DatabaseDAO
 {
     static RecordingDatabase& Get();
     std::vector<std::string> query(std::string statement) override;
 
-    /// Sees each statement before it is carried out; what it throws refuses the statement.
-    std::function<void(const std::string& statement)> rule;
+    using Rule = std::function<void(const std::string& statement)>;
+
+    /// The rule sees each statement from now on before it is carried out; what it throws refuses
+    /// the statement. A pass may run meanwhile.
+    void SetRule(Rule rule);
+
     std::vector<std::string> sent;
     std::vector<std::string> refused; ///< by the real database, and why
     DatabaseWrapper::DatabaseDAO* real = nullptr;
+
+  private:
+    std::mutex m_Lock; ///< guards the rule and the lists
+    Rule m_Rule;
 };
 
 /// Refuses the statements that hold one of some texts, with "no".

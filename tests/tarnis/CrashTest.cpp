@@ -44,12 +44,13 @@ int Child(const std::string& task)
         Machine(task == "recover" || task == "share").dump(), "/", message);
     Platform::SetCurrentMachine(machine);
     RecordingDatabase& database = RecordingDatabase::Get();
-    database.rule = [](const std::string&)
+    unsigned number = 0;
+    const auto rule = [&number](const std::string&)
     {
-        static unsigned number = 0;
         if (++number == Amount("KILL", 0))
             std::raise(SIGKILL);
     };
+    database.SetRule(rule);
     SteppedPlugin plugin;
     if (!plugin.Start())
         return 2;
@@ -60,7 +61,7 @@ int Child(const std::string& task)
         if (!machine->Replace(Machine(task != "churn" || pass % 2 == 0).dump(), message) ||
             !plugin.Pass())
             return 3;
-    database.rule("");
+    rule("");
     plugin.Stop();
     for (const std::string& refusal : database.refused)
         std::cerr << refusal << '\n';

@@ -54,7 +54,7 @@ class Rows : public SteppedTest
     ~Rows() override
     {
         m_Plugin.reset();
-        Database().rule = nullptr;
+        Database().SetRule(nullptr);
         unsetenv("TARNIS_TRACE_MASK");
     }
 
@@ -339,11 +339,11 @@ pass DELETE FROM raid_pd
         }
         const auto traced = [&](std::size_t step, const auto& run)
         {
-            Database().rule = step == refusing ? Refusing(refused) : nullptr;
+            Database().SetRule(step == refusing ? Refusing(refused) : nullptr);
             std::erase(expected[step], ""); // the missing ones
             const std::string text = boost::algorithm::join(expected[step], "\n") + '\n';
             EXPECT_EQ(run(), Filled(text, {{"|", "\n"}}));
-            Database().rule = nullptr;
+            Database().SetRule(nullptr);
         };
         NewDatabase();
         SetClock(1770000000000);
@@ -423,9 +423,9 @@ TEST_F(Rows, OverRestartsAndOtherHands)
 {
     const auto rows = [&](const char* expected) { EXPECT_EQ(Counts(), expected); };
     const std::string ids = "SELECT ID, pd_deviceNumber, pd_serialNumber FROM raid_pd ORDER BY 2";
-    Database().rule = Refusing("");
+    Database().SetRule(Refusing(""));
     Start(MachineOf(3));
-    Database().rule = nullptr;
+    Database().SetRule(nullptr);
     Pass(); // makes up for the start
     rows("1|1|3|3");
     const Texts before = Seen(ids);
@@ -478,13 +478,13 @@ TEST_F(Rows, RefusedAndRefusedAgain)
          {"raid_plugin plg", "raid_adapter adp", "pd.pd_deviceNumber", "INTO"})
     {
         NewDatabase();
-        Database().rule = Refusing("");
+        Database().SetRule(Refusing(""));
         Start(MachineWith({DiskWith(0, {}, {})}));
         std::vector<PI::CEvent> events;
         EXPECT_EQ(Execute(PI::OP_GET_EVENTS, events), 0) << "the host sees no database";
-        Database().rule = Refusing(again);
+        Database().SetRule(Refusing(again));
         Pass();
-        Database().rule = nullptr;
+        Database().SetRule(nullptr);
         Pass();
         m_Plugin.reset();
         EXPECT_EQ(Counts(), "1|1|1|0") << again;
