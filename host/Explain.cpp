@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace
 {
@@ -16,76 +18,108 @@ namespace
 using Host::Json;
 using Host::NameTable;
 
-// What was typed, as it is compared with the rows of one table.
-struct Query
+struct Row
 {
-    std::optional<std::uint64_t> number;
+    const NameTable* table;
+    int number;
     std::string name;
 
-    bool Matches(const NameTable& table, int rowNumber, const std::string& rowName) const
-    {
-        if (number)
-            return *number == static_cast<std::uint64_t>(rowNumber);
-        // Programs know a name by its prefix: ERR_GENERAL is the error, not the rest.
-        return Host::IsNameOf(table, rowNumber, rowName, name);
-    }
+    /// A view mask has all 32 bits and no sign.
+    std::string NumberText() const { return std::to_string(static_cast<std::uint32_t>(number)); }
+    std::string_view Meaning() const { return Host::MeaningOf(*table, number); }
 };
 
-Json Select(const std::string& query)
+// What was typed, as it is compared with the rows of one table.
+class Query
 {
-    const Query wanted{Host::ParseNumber(query), Host::NormalName(query)};
-    Json found;
-    for (const NameTable& table : Host::NameTables())
+  public:
+    /// @param text  empty for everything
+    explicit Query(const std::string& text)
+        : m_IsEmpty(text.empty()), m_Number(Host::ParseNumber(text)), m_Name(Host::NormalName(text))
     {
-        Json rows = Json::object();
-        for (const auto& [number, name] : table.rows())
-            if (query.empty() || wanted.Matches(table, number, name))
-                rows[std::to_string(number)] = name;
-        found[table.name] = rows;
     }
-    return found;
-}
 
-bool IsEmpty(const Json& found)
+    bool Matches(const Row& row) const
+    {
+        if (m_IsEmpty)
+            return true;
+        if (m_Number)
+            return *m_Number == static_cast<std::uint32_t>(row.number) || IsBit(row);
+        // Programs know a name by its prefix: ERR_GENERAL is the error, not the rest.
+        return Host::IsNameOf(*row.table, row.number, row.name, m_Name);
+    }
+
+  private:
+    /// A view mask is explained bit by bit, if each of its bits has a name.
+    bool IsBit(const Row& row) const
+    {
+        constexpr std::uint64_t known = Host::VIEW_BIT_0 | Host::VIEW_BIT_2 | Host::VIEW_BIT_3;
+        const auto bit = static_cast<std::uint64_t>(row.number);
+        return row.table->rows == Host::ViewNames && row.number > 0 && (*m_Number & ~known) == 0 &&
+               (*m_Number & bit) != 0;
+    }
+
+    bool m_IsEmpty;
+    std::optional<std::uint64_t> m_Number;
+    std::string m_Name;
+};
+
+std::vector<Row> Select(const Query& query)
 {
-    for (const Json& rows : found)
-        if (!rows.empty())
-            return false;
-    return true;
+    std::vector<Row> found;
+    for (const NameTable& table : Host::NameTables())
+        for (const auto& [number, name] : table.rows())
+            if (const Row row{&table, number, name}; query.Matches(row))
+                found.push_back(row);
+    return found;
 }
 
 [[noreturn]] void FailUnknown(const std::string& query)
 {
     if (Host::ParseNumber(query))
         throw Host::Failure(Host::EXIT_USAGE, "no table of the vocabulary has number " + query);
-    Vocabulary::NameMap all; // the tables have numbers in common, so they are counted anew
-    for (const NameTable& table : Host::NameTables())
-        for (const auto& row : table.rows())
-            all.emplace_hint(all.end(), static_cast<int>(all.size()), row.second);
-    throw Host::Failure(Host::EXIT_USAGE,
-                        "no table of the vocabulary has '" + query + "'" +
-                            Host::DidYouMean(Host::SimilarNames(Host::NormalName(query), all)));
+    std::vector<std::string> names;
+    for (const Row& row : Select(Query("")))
+        names.push_back(row.name);
+    throw Host::Failure(Host::EXIT_USAGE, "no table of the vocabulary has '" + query + "'" +
+                                              Host::DidYouMean(Host::SimilarNames(query, names)));
 }
 
-/// @param withMeanings  a second line for what has more to say than its name
-std::string Lines(const Json& found, bool withMeanings)
+/// Numbers and their names by table, and what they mean in the same form.
+Json RowsJson(const std::vector<Row>& rows)
+{
+    Json json;
+    for (const NameTable& table : Host::NameTables())
+        json[table.name] = Json::object();
+    Json meanings;
+    for (const Row& row : rows)
+    {
+        json[row.table->name][row.NumberText()] = row.name;
+        if (const std::string_view meaning = row.Meaning(); !meaning.empty())
+            meanings[row.table->name][row.NumberText()] = meaning;
+    }
+    if (!meanings.empty())
+        json["meaning"] = meanings;
+    return json;
+}
+
+/// @param columns  where the lines of a meaning are broken; 0 leaves the meanings out
+std::string Lines(const std::vector<Row>& rows, std::size_t columns)
 {
     constexpr std::size_t tableColumns = 12;
     std::size_t numberColumns = 7;
-    for (const Json& rows : found)
-        for (const auto& row : rows.items())
-            numberColumns = std::max(numberColumns, row.key().size() + 2);
+    for (const Row& row : rows)
+        numberColumns = std::max(numberColumns, row.NumberText().size() + 2);
+    const std::string indent(tableColumns, ' ');
     std::string text;
-    for (const auto& [table, rows] : found.items())
-        for (const auto& [number, name] : rows.items())
-        {
-            const auto& shown = name.get_ref<const std::string&>();
-            text += Host::PadRight(table, tableColumns) + Host::PadRight(number, numberColumns) +
-                    (shown.empty() ? "-" : shown) + "\n";
-            if (const std::string_view meaning = Host::MeaningOf(std::stoi(number));
-                withMeanings && !meaning.empty())
-                text += std::string(tableColumns, ' ') + std::string(meaning) + "\n";
-        }
+    for (const Row& row : rows)
+    {
+        text += Host::PadRight(row.table->name, tableColumns) +
+                Host::PadRight(row.NumberText(), numberColumns) +
+                (row.name.empty() ? "-" : row.name) + "\n";
+        if (const std::string_view meaning = row.Meaning(); columns != 0 && !meaning.empty())
+            text += Host::Wrapped(indent + std::string(meaning), columns, indent) + "\n";
+    }
     return text;
 }
 
@@ -96,10 +130,11 @@ namespace Host
 
 ExitCode Explain(const Options& options, Output& output)
 {
-    const Json found = Select(options.query);
-    if (IsEmpty(found))
+    const std::vector<Row> found = Select(Query(options.query));
+    if (found.empty())
         FailUnknown(options.query);
-    output.Write(options.json ? JsonText(found) : Lines(found, !options.query.empty()));
+    output.Write(options.json ? JsonText(RowsJson(found))
+                              : Lines(found, options.all ? 0 : output.Columns()));
     return EXIT_DONE;
 }
 

@@ -6,24 +6,43 @@
 #include "host/Text.h"
 #include "host/Verbs.h"
 
+#include <vector>
+
 namespace Host
 {
 
 ExitCode Get(const Options& options, Output& output)
 {
     const ObjectQuery object = ParseObject(options.object);
-    const PI::_PROPERTY_ID id = ParseProperty(options.property);
+    std::vector<PI::_PROPERTY_ID> ids;
+    for (const std::string& property : options.properties)
+        ids.push_back(ParseProperty(property));
+    const bool isOne = ids.size() == 1;
 
     PluginSession session(options.plugin);
-    PI::CProperty property(id, false);
-    const std::int32_t code = session.GetProperty(ResolveObject(object, session), property);
-    if (code != PI::ERR_SUCCESS)
-        throw Failure(EXIT_PLUGIN, object.word + " gives no " +
-                                       NameOrNumber(Vocabulary::propertyNames(), id) + ": " +
-                                       CodeText(code));
-    output.Write(options.json ? JsonText(PropertyJson(property))
-                              : Printable(ValueText(property)) + "\n");
-    return EXIT_DONE;
+    const std::uint64_t objectId = ResolveObject(object, session);
+    Json values = Json::array();
+    std::string lines;
+    std::vector<std::string> failures;
+    for (const PI::_PROPERTY_ID id : ids)
+    {
+        const std::string name = NameOrNumber(Vocabulary::propertyNames(), id);
+        PI::CProperty property(id, false);
+        if (const std::int32_t code = session.GetProperty(objectId, property);
+            code != PI::ERR_SUCCESS)
+        {
+            failures.push_back(object.word + " gives no " + name + ": " + CodeText(code));
+            continue;
+        }
+        values.push_back(PropertyJson(property));
+        lines += (isOne ? "" : name + ": ") + Printable(ValueText(property)) + "\n";
+    }
+    if (isOne && !failures.empty())
+        throw Failure(EXIT_PLUGIN, failures.front());
+    output.Write(options.json ? JsonText(isOne ? values.front() : values) : lines);
+    for (const std::string& failure : failures)
+        Complain(failure);
+    return failures.empty() ? EXIT_DONE : EXIT_PLUGIN;
 }
 
 } // namespace Host

@@ -22,18 +22,23 @@ std::string_view PrefixOf(const NameTable& table, int number)
     return isParameter ? "PARAM_" : table.prefix;
 }
 
+/// Letters to insert, to remove, to replace, or to swap with their neighbours.
 std::size_t EditDistance(std::string_view a, std::string_view b)
 {
+    std::vector<std::size_t> before(b.size() + 1);
+    std::vector<std::size_t> last(b.size() + 1);
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
     for (std::size_t i = 0; i < a.size(); ++i)
     {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
+        before.swap(last);
+        last.swap(row);
+        row[0] = i + 1;
         for (std::size_t j = 0; j < b.size(); ++j)
         {
-            const std::size_t swap = diagonal + (a[i] == b[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({swap, diagonal + 1, row[j] + 1});
+            row[j + 1] = std::min({last[j] + (a[i] == b[j] ? 0 : 1), last[j + 1] + 1, row[j] + 1});
+            if (i > 0 && j > 0 && a[i] == b[j - 1] && a[i - 1] == b[j])
+                row[j + 1] = std::min(row[j + 1], before[j - 1] + 1);
         }
     }
     return row.back();
@@ -44,16 +49,29 @@ std::size_t EditDistance(std::string_view a, std::string_view b)
 namespace Host
 {
 
-const std::array<NameTable, 5>& NameTables()
+const std::array<NameTable, 8>& NameTables()
 {
-    static const std::array<NameTable, 5> tables{{
+    static const std::array<NameTable, 8> tables{{
         {"errors", "ERR_", Vocabulary::errorNames},
         {"operations", "OP_", Vocabulary::operationNames},
         properties,
         {"values", "VAL_", Vocabulary::valueNames},
         {"events", "EVENT_", Vocabulary::eventNames},
+        {"objectTypes", "OBJECT_", Vocabulary::objectTypeNames},
+        {"units", "UNIT_", Vocabulary::unitNames},
+        {"views", "VIEW_", ViewNames},
     }};
     return tables;
+}
+
+const Vocabulary::NameMap& ViewNames()
+{
+    static const Vocabulary::NameMap views{{VIEW_NONE, "NONE"},
+                                           {VIEW_BIT_0, "BIT_0"},
+                                           {VIEW_BIT_2, "BIT_2"},
+                                           {VIEW_BIT_3, "BIT_3"},
+                                           {VIEW_ALL, "ALL"}};
+    return views;
 }
 
 std::optional<std::uint64_t> ParseNumber(std::string_view text)
@@ -73,9 +91,8 @@ std::string NormalName(std::string_view text)
 {
     std::string name;
     for (const char c : text)
-        name += c == ' ' || c == '-'
-                    ? '_'
-                    : static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        if (c != ' ' && c != '-' && c != '_')
+            name += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     return name;
 }
 
@@ -85,7 +102,7 @@ bool IsNameOf(const NameTable& table, int number, const std::string& rowName,
     if (rowName.empty())
         return false;
     const std::string name = NormalName(rowName);
-    const std::string_view prefix = PrefixOf(table, number);
+    const std::string prefix = NormalName(PrefixOf(table, number));
     return normal == name || (normal.size() == prefix.size() + name.size() &&
                               normal.starts_with(prefix) && normal.ends_with(name));
 }
@@ -105,30 +122,42 @@ std::optional<int> PropertyNumber(const std::string& name)
     return found;
 }
 
-std::vector<std::string> SimilarNames(const std::string& name, const Vocabulary::NameMap& rows)
+std::vector<std::string> NamesOf(const Vocabulary::NameMap& rows)
+{
+    std::vector<std::string> names;
+    for (const auto& [number, name] : rows)
+        names.push_back(name);
+    return names;
+}
+
+std::vector<std::string> SimilarNames(std::string_view typed, const std::vector<std::string>& names)
 {
     constexpr std::size_t most = 3;
-    const std::size_t tolerated = std::max<std::size_t>(name.size() / 3, 1);
+    const std::string wanted = NormalName(typed);
+    if (wanted.empty())
+        return {};
+    const std::size_t tolerated = std::max<std::size_t>(wanted.size() / 3, 1);
     std::vector<std::pair<std::size_t, std::string>> close;
-    for (const auto& [number, rowName] : rows)
+    for (const std::string& name : names)
     {
-        if (rowName.empty())
+        const std::string candidate = NormalName(name);
+        if (candidate.empty())
             continue;
-        const std::string candidate = NormalName(rowName);
-        std::size_t distance = EditDistance(name, candidate);
+        std::size_t distance = EditDistance(wanted, candidate);
         // Half a name is as good a hint as a mistyped one.
-        if (name.size() >= 3 && candidate.find(name) != std::string::npos)
+        if (wanted.size() >= 3 && candidate.find(wanted) != std::string::npos)
             distance = std::min(distance, tolerated);
         if (distance <= tolerated)
-            close.emplace_back(distance, rowName);
+            close.emplace_back(distance, name);
     }
     std::stable_sort(close.begin(), close.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
-    std::vector<std::string> names;
-    for (auto& [distance, rowName] : close)
-        if (names.size() < most && std::find(names.begin(), names.end(), rowName) == names.end())
-            names.push_back(std::move(rowName));
-    return names;
+    std::vector<std::string> similar;
+    for (auto& [distance, name] : close)
+        if (similar.size() < most &&
+            std::find(similar.begin(), similar.end(), name) == similar.end())
+            similar.push_back(std::move(name));
+    return similar;
 }
 
 std::string DidYouMean(const std::vector<std::string>& names)

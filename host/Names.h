@@ -13,6 +13,19 @@
 namespace Host
 {
 
+/// Bits of a view mask, of those that a property of this plug-in is shown by. What the views look
+/// like is up to the host manager.
+enum View : std::int32_t
+{
+    VIEW_NONE = 0,
+    VIEW_BIT_0 = 1,
+    VIEW_BIT_2 = 4,
+    VIEW_BIT_3 = 8,
+    VIEW_ALL = -1, ///< all 32 bits
+};
+
+const Vocabulary::NameMap& ViewNames();
+
 struct NameTable
 {
     const char* name;   ///< as it is called in output
@@ -20,12 +33,13 @@ struct NameTable
     const Vocabulary::NameMap& (*rows)();
 };
 
-const std::array<NameTable, 5>& NameTables();
+const std::array<NameTable, 8>& NameTables();
 
 /// Decimal or 0x, all of the text.
 std::optional<std::uint64_t> ParseNumber(std::string_view text);
 
-/// Capital letters, and "_" for what separates words: the way names stand in the vocabulary.
+/// Capital letters without what separates words ("_", "-" and blanks): equal for all spellings of a
+/// name, such as POWERON_HOURS, "Power-on hours" and power_on_hours.
 std::string NormalName(std::string_view text);
 
 /// Whether a name in its normal form is the row's, with or without the prefix that programs write.
@@ -36,8 +50,12 @@ bool IsNameOf(const NameTable& table, int number, const std::string& rowName,
 /// property's is meant and not the one of the command language's parameter.
 std::optional<int> PropertyNumber(const std::string& name);
 
-/// A few names of the table that are close to one in normal form, the closest first.
-std::vector<std::string> SimilarNames(const std::string& name, const Vocabulary::NameMap& rows);
+/// All names of a table.
+std::vector<std::string> NamesOf(const Vocabulary::NameMap& rows);
+
+/// A few of the names that are close to what was typed, the closest first.
+std::vector<std::string> SimilarNames(std::string_view typed,
+                                      const std::vector<std::string>& names);
 
 /// "; did you mean A, B or C?", empty without names.
 std::string DidYouMean(const std::vector<std::string>& names);

@@ -26,8 +26,12 @@ ObjectQuery ParseObject(const std::string& text)
     if (word.compare(0, disk.size(), disk) == 0 && digit)
         if (const auto number = ParseNumber(word.substr(disk.size())))
             return {std::nullopt, "disk" + std::to_string(*number)};
+    const std::string number = word.substr(word.find_last_not_of("0123456789") + 1);
+    const std::vector<std::string> words{"plugin", "adapter",
+                                         std::string(disk) + (number.empty() ? "0" : number)};
     throw UsageFailure("'" + text +
-                       "' is no object: give plugin, adapter, disk0, disk1 ... or an id");
+                       "' is no object: give plugin, adapter, disk0, disk1 ... or an id" +
+                       DidYouMean(SimilarNames(word, words)));
 }
 
 PI::_PROPERTY_ID ParseProperty(const std::string& text)
@@ -38,11 +42,10 @@ PI::_PROPERTY_ID ParseProperty(const std::string& text)
             throw UsageFailure("property number " + text + " is out of range");
         return static_cast<PI::_PROPERTY_ID>(*number);
     }
-    const std::string name = NormalName(text);
-    if (const auto number = PropertyNumber(name))
+    if (const auto number = PropertyNumber(NormalName(text)))
         return static_cast<PI::_PROPERTY_ID>(*number);
     throw UsageFailure("'" + text + "' is no property" +
-                       DidYouMean(SimilarNames(name, Vocabulary::propertyNames())));
+                       DidYouMean(SimilarNames(text, NamesOf(Vocabulary::propertyNames()))));
 }
 
 std::uint64_t ResolveObject(const ObjectQuery& query, PluginSession& session)

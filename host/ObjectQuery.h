@@ -20,7 +20,8 @@ struct ObjectQuery
 /// @throws UsageFailure
 ObjectQuery ParseObject(const std::string& text);
 
-/// By name or number. @throws UsageFailure
+/// By number, or by name in any spelling: as in the vocabulary, or as show prints it. @throws
+/// UsageFailure
 PI::_PROPERTY_ID ParseProperty(const std::string& text);
 
 /// The id that the query stands for in this plug-in. @throws Failure

@@ -2,63 +2,29 @@
 
 #include "contracts/zelKit/Environment.h"
 #include "host/Failure.h"
+#include "host/Help.h"
 #include "host/Names.h"
+#include "host/VerbTable.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <map>
 #include <string>
 #include <utility>
-
-namespace Host
-{
-
-const char* const versionText = "tarnisctl 7.8.1\n";
-
-const char* const helpText =
-    R"(tarnisctl - shows what the tarnis plug-in knows of this machine's SATA drives
-
-Usage: tarnisctl [OPTIONS] [VERB]
-
-Verbs:
-  show                        state of all drives, then every property (the default)
-  get OBJECT PROPERTY         one value; OBJECT is plugin, adapter, disk0, disk1 ...
-                              or an id, PROPERTY a name or a number
-  set OBJECT PROPERTY VALUE   changes a value and keeps it: set plugin POLL_INTERVAL 60;
-                              a watch that runs takes it up at its next start
-  watch [--for SECONDS]       prints events as they come, until Ctrl-C or SIGTERM
-  explain NUMBER|NAME|--all   what a number or name of the vocabulary stands for;
-                              needs no plug-in
-
-Options, before or after the verb:
-  --json                      print JSON
-  --machine FILE              see the machine of this file   (TARNIS_MACHINE)
-  --config-dir DIR            folder of the settings files   (TARNIS_CONFIG_DIR)
-  --database FILE             SQLite file of the rows        (TARNIS_DATABASE)
-  --trace-mask N              trace bits, decimal or 0x      (TARNIS_TRACE_MASK)
-  --trace-file FILE           where trace lines go           (TARNIS_TRACE_FILE)
-  --plugin FILE               the plug-in library; default: tarnis.so beside this program
-  --help, --version
-
-Sizes step by 1024. Colours are used on a terminal, unless NO_COLOR is set.
-
-Examples:
-  tarnisctl --machine lab.json
-  tarnisctl get disk0 temperature
-  tarnisctl watch --for 3600 --json
-  tarnisctl show --json | jq '.objects[].id'
-  tarnisctl explain 20001
-
-Exit codes: 0 done; 1 wrong usage, a disk that is not there, or a wrong machine file;
-2 no supported hardware; 3 the plug-in could not be loaded or gave an error, or the output
-could not be written; 4 a right is missing to read a disk, what can be read is shown.
-)";
 
 namespace
 {
 
+using Host::Options;
+using Host::UsageFailure;
+using Host::VerbRow;
+
+constexpr const char* versionText = "tarnisctl 7.8.1\n";
+
 void CheckTraceMask(const std::string& text)
 {
-    const auto mask = ParseNumber(text);
+    const auto mask = Host::ParseNumber(text);
     if (!mask || *mask > 0xFFFFFFFFu)
         throw UsageFailure("--trace-mask " + text + " is no 32-bit number, decimal or 0x");
 }
@@ -72,89 +38,149 @@ void AddOption(CLI::App& app, const char* name, std::string& value)
                                "", ""));
 }
 
-} // namespace
-
-Options ParseOptions(const std::vector<std::string>& arguments)
+Host::ColourMode ColourModeOf(const std::string& text)
 {
-    Options options;
-    CLI::App app;
+    using enum Host::ColourMode;
+    const std::map<std::string, Host::ColourMode> modes{
+        {"auto", Auto}, {"always", Always}, {"never", Never}};
+    const auto mode = modes.find(text);
+    if (mode == modes.end())
+        throw UsageFailure("--color takes auto, always or never, not '" + text + "'");
+    return mode->second;
+}
+
+void AddGeneralOptions(CLI::App& app, Options& options)
+{
     app.set_help_flag("-h,--help");
-    app.set_version_flag("--version", "");
-    app.require_subcommand(0, 1);
-    app.allow_windows_style_options(false); // a "/" begins the name of a file
+    app.set_version_flag("-V,--version", "");
     app.add_flag("--json", options.json);
+    app.add_option_function<std::string>("--color", [&options](const std::string& text)
+                                         { options.colour = ColourModeOf(text); });
     AddOption(app, "--machine", options.machine);
     AddOption(app, "--config-dir", options.configDir);
     AddOption(app, "--database", options.database);
     AddOption(app, "--trace-mask", options.traceMask);
     AddOption(app, "--trace-file", options.traceFile);
     AddOption(app, "--plugin", options.plugin);
+}
 
-    const auto addVerb = [&app](const char* name)
+void AddVerb(CLI::App& app, const VerbRow& row, Options& options)
+{
+    CLI::App* verb = app.add_subcommand(row.name);
+    verb->set_help_flag(); // the general one serves all
+    verb->fallthrough();
+    row.addArguments(*verb, options);
+}
+
+const VerbRow* FindVerb(const std::string& name)
+{
+    const auto rows = Host::VerbRows();
+    const auto row = std::ranges::find_if(rows, [&name](const VerbRow& candidate)
+                                          { return candidate.name == name; });
+    return row == rows.end() ? nullptr : &*row;
+}
+
+[[noreturn]] void FailUnknownVerb(const std::string& word)
+{
+    std::vector<std::string> names;
+    for (const VerbRow& row : Host::VerbRows())
+        names.emplace_back(row.name);
+    std::string list;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        list += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+    throw UsageFailure("'" + word + "' is no verb; the verbs are " + list +
+                       Host::DidYouMean(Host::SimilarNames(word, names)));
+}
+
+const CLI::App* ParsedVerb(const CLI::App& app)
+{
+    const auto verbs = app.get_subcommands();
+    return verbs.empty() ? nullptr : verbs.front();
+}
+
+/// @param word  the first that neither the verb nor the program takes
+[[noreturn]] void FailExtraWord(const CLI::App& app, const std::string& word)
+{
+    const CLI::App* verb = ParsedVerb(app);
+    if (!word.starts_with('-'))
     {
-        CLI::App* sub = app.add_subcommand(name);
-        sub->set_help_flag();
-        sub->fallthrough();
-        return sub;
-    };
-    addVerb("show");
-    CLI::App* get = addVerb("get");
-    get->add_option("OBJECT", options.object)->required();
-    get->add_option("PROPERTY", options.property)->required();
-    CLI::App* set = addVerb("set");
-    set->add_option("OBJECT", options.object)->required();
-    set->add_option("PROPERTY", options.property)->required();
-    set->add_option("VALUE", options.value)->required();
-    CLI::App* watch = addVerb("watch");
-    watch->add_option("--for", options.watchSeconds)->check(CLI::Range(1U, 4294967295U));
-    CLI::App* explain = addVerb("explain");
-    explain->add_option("NUMBER|NAME", options.query);
-    explain->add_flag("--all", options.all);
+        if (verb == nullptr)
+            FailUnknownVerb(word);
+        throw UsageFailure("'" + word + "' is not understood here");
+    }
+    std::vector<std::string> names;
+    for (const CLI::App* level : {&app, verb})
+        if (level != nullptr)
+            for (const CLI::Option* option : level->get_options())
+                for (const std::string& name : option->get_lnames())
+                    names.push_back("--" + name);
+    const std::string typed = word.substr(0, word.find('='));
+    throw UsageFailure("'" + word + "' is no option here" +
+                       Host::DidYouMean(Host::SimilarNames(typed, names)));
+}
 
+std::string HelpOf(const CLI::App& app, const std::string& verb)
+{
+    if (verb.empty())
+        return Host::GeneralHelp();
+    const VerbRow* row = FindVerb(verb);
+    if (row == nullptr)
+        FailUnknownVerb(verb);
+    return Host::VerbHelp(*row, *app.get_subcommand(verb));
+}
+
+void Parse(CLI::App& app, const std::vector<std::string>& arguments, Options& options)
+{
     std::vector<std::string> words(arguments.rbegin(), arguments.rend());
     if (!words.empty())
         words.pop_back(); // the program's name
     try
     {
         app.parse(std::move(words));
+        const CLI::App* verb = ParsedVerb(app);
+        options.verb = verb == nullptr ? &Host::VerbRows().front() : FindVerb(verb->get_name());
+        if (options.verb->run == nullptr)
+            options.answer = HelpOf(app, options.helpVerb);
     }
     catch (const CLI::CallForHelp&)
     {
-        options.verb = Verb::Help;
-        return options;
+        const CLI::App* verb = ParsedVerb(app);
+        options.answer = HelpOf(app, verb == nullptr ? "" : verb->get_name());
     }
     catch (const CLI::CallForVersion&)
     {
-        options.verb = Verb::Version;
-        return options;
+        options.answer = versionText;
     }
     catch (const CLI::ExtrasError& error)
     {
         const auto rest = app.remaining(true);
         if (rest.empty())
             throw UsageFailure(error.what());
-        throw UsageFailure("'" + rest.front() + "' is not understood here" +
-                           (app.get_subcommands().empty() && rest.front().front() != '-'
-                                ? "; the verbs are show, get, set, watch and explain"
-                                : ""));
+        FailExtraWord(app, rest.front());
     }
     catch (const CLI::ParseError& error)
     {
         throw UsageFailure(error.what());
     }
+}
 
-    if (get->parsed())
-        options.verb = Verb::Get;
-    else if (set->parsed())
-        options.verb = Verb::Set;
-    else if (watch->parsed())
-        options.verb = Verb::Watch;
-    else if (explain->parsed())
-        options.verb = Verb::Explain;
+} // namespace
+
+namespace Host
+{
+
+Options ParseOptions(const std::vector<std::string>& arguments)
+{
+    Options options;
+    CLI::App app;
+    app.require_subcommand(0, 1);
+    app.allow_windows_style_options(false); // a "/" begins the name of a file
+    AddGeneralOptions(app, options);
+    for (const VerbRow& row : VerbRows())
+        AddVerb(app, row, options);
+    Parse(app, arguments, options);
     if (!options.traceMask.empty())
         CheckTraceMask(options.traceMask);
-    if (options.verb == Verb::Explain && options.query.empty() != options.all)
-        throw UsageFailure("explain takes a number, a name or --all, one of them");
     return options;
 }
 

@@ -1,6 +1,8 @@
 // The command line.
 #pragma once
 
+#include "host/Output.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -9,21 +11,15 @@
 namespace Host
 {
 
-enum class Verb
-{
-    Show,
-    Get,
-    Set,
-    Watch,
-    Explain,
-    Help,
-    Version,
-};
+struct VerbRow;
 
 struct Options
 {
-    Verb verb = Verb::Show;
+    const VerbRow* verb = nullptr; ///< null when there is an answer without it
+    std::string answer;            ///< the text of help or of the version
+
     bool json = false;
+    ColourMode colour = ColourMode::Auto;
     std::string plugin; ///< empty: the default one
 
     // Each is handed on by an environment variable; empty: the variable stays as it is.
@@ -34,15 +30,14 @@ struct Options
     std::string traceFile;
 
     std::string object;                        ///< get, set
-    std::string property;                      ///< get, set
+    std::vector<std::string> properties;       ///< get
+    std::string property;                      ///< set
     std::string value;                         ///< set
     std::optional<std::uint32_t> watchSeconds; ///< watch; nothing: until a signal comes
     std::string query;                         ///< explain: a number or a name
     bool all = false;                          ///< explain
+    std::string helpVerb;                      ///< help; empty: general help
 };
-
-extern const char* const helpText;
-extern const char* const versionText;
 
 /// @param arguments  as main has them, the program's name first
 /// @throws UsageFailure

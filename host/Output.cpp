@@ -6,12 +6,30 @@
 #include <cstdio>
 #include <string>
 
+namespace
+{
+
+/// By the environment: a plain refusal counts most, then a demand, then what the output is.
+bool IsColourWanted(bool isTerminal)
+{
+    using ZKT::Misc::GetVariable;
+    if (!GetVariable("NO_COLOR").empty())
+        return false;
+    if (const std::string forced = GetVariable("CLICOLOR_FORCE"); !forced.empty() && forced != "0")
+        return true;
+    return isTerminal && GetVariable("CLICOLOR") != "0" && GetVariable("TERM") != "dumb";
+}
+
+} // namespace
+
 namespace Host
 {
 
-bool RefusesColour()
+void Output::SetColour(ColourMode mode)
 {
-    return !ZKT::Misc::GetVariable("NO_COLOR").empty() || ZKT::Misc::GetVariable("TERM") == "dumb";
+    const bool wanted =
+        mode == ColourMode::Auto ? IsColourWanted(m_IsTerminal) : mode == ColourMode::Always;
+    m_Coloured = wanted && TakeColour();
 }
 
 void Complain(std::string_view line)

@@ -11,6 +11,13 @@
 namespace Host
 {
 
+enum class ColourMode
+{
+    Auto, ///< as the environment asks for, else on a terminal
+    Always,
+    Never,
+};
+
 class Output
 {
   public:
@@ -20,7 +27,8 @@ class Output
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    /// Writes all of it, at once. A Failure when that is not possible.
+    /// Writes all of it, at once. Nothing is written any more once the reader of a pipe is gone: it
+    /// has what it wanted. @throws Failure for any other reason not to write
     void Write(std::string_view text);
 
     /// Ends the output; some file systems tell of a failure only here.
@@ -33,18 +41,21 @@ class Output
     class Channel;
     Channel& GetChannel() const { return *m_Channel; }
 
+    /// Until this is called, nothing is coloured.
+    void SetColour(ColourMode mode);
     bool IsColoured() const { return m_Coloured; }
     /// Columns of the terminal; 120 when it is none.
     std::size_t Columns() const { return m_Columns; }
 
   private:
+    /// Makes a terminal take colours. @return false when it cannot
+    bool TakeColour();
+
     std::unique_ptr<Channel> m_Channel;
+    bool m_IsTerminal = false;
     bool m_Coloured = false;
     std::size_t m_Columns = 120;
 };
-
-/// Whether the environment asks for plain text.
-bool RefusesColour();
 
 /// Prints "tarnisctl: ..." on standard error: one line, made safe.
 void Complain(std::string_view line);

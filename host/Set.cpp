@@ -4,8 +4,10 @@
 #include "host/ObjectQuery.h"
 #include "host/PropertyText.h"
 #include "host/Text.h"
+#include "host/Topology.h"
 #include "host/Verbs.h"
 
+#include <algorithm>
 #include <charconv>
 #include <optional>
 
@@ -39,6 +41,30 @@ void PutValue(PI::CProperty& property, const std::string& name, const std::strin
     property.SetValue(*value, range->minimum, range->maximum, range->step);
 }
 
+/// Tells what of the object can be set in place of this.
+[[noreturn]] void FailNotSettable(Host::PluginSession& session, std::uint64_t objectId,
+                                  const std::string& word, PI::_PROPERTY_ID id)
+{
+    const Host::Objects objects = session.Topology();
+    const auto object = std::ranges::find(objects, objectId, &PI::CObject::m_ID);
+    bool isThere = false;
+    std::string settable;
+    if (object != objects.end())
+    {
+        isThere = Host::FindProperty(*object, id) != nullptr;
+        for (const PI::CProperty& property : object->m_Properties)
+            if (property.IsSettable())
+                settable += (settable.empty() ? "" : ", ") +
+                            Host::NameOrNumber(Vocabulary::propertyNames(), property.m_ID);
+    }
+    const std::string name = Host::NameOrNumber(Vocabulary::propertyNames(), id);
+    throw Host::Failure(
+        Host::EXIT_PLUGIN,
+        (isThere ? name + " of " + word + " can be read but not set" : word + " has no " + name) +
+            (settable.empty() ? "; nothing of " + word + " can be set"
+                              : "; of " + word + " can be set: " + settable));
+}
+
 } // namespace
 
 namespace Host
@@ -54,10 +80,16 @@ ExitCode Set(const Options& options, Output& output)
     const std::uint64_t objectId = ResolveObject(object, session);
     PI::CProperty property(id, true);
     if (session.GetProperty(objectId, property) == PI::ERR_SUCCESS)
+    {
+        if (!property.IsSettable())
+            FailNotSettable(session, objectId, object.word, id);
         PutValue(property, name, options.value);
+    }
     else
         property.SetValue(options.value); // what is wrong with it, the plug-in says best
     const std::int32_t code = session.SetProperty(objectId, property);
+    if (code == PI::ERR_INVALID_PROPERTY)
+        FailNotSettable(session, objectId, object.word, id);
     if (code == PI::ERR_WRITE_ACCESS_DENIED)
         throw Failure(EXIT_PLUGIN, name +
                                        " could not be saved, the settings file cannot be "

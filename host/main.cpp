@@ -3,7 +3,7 @@
 #include "host/Options.h"
 #include "host/Output.h"
 #include "host/System.h"
-#include "host/Verbs.h"
+#include "host/VerbTable.h"
 
 #include <cstdio>
 #include <exception>
@@ -13,28 +13,11 @@
 namespace
 {
 
-Host::ExitCode RunVerb(const Host::Options& options, Host::Output& output)
+Host::ExitCode Answer(const Host::Options& options, Host::Output& output)
 {
-    switch (options.verb)
-    {
-    case Host::Verb::Show:
-        return Host::Show(options, output);
-    case Host::Verb::Get:
-        return Host::Get(options, output);
-    case Host::Verb::Set:
-        return Host::Set(options, output);
-    case Host::Verb::Watch:
-        return Host::Watch(options, output);
-    case Host::Verb::Explain:
-        return Host::Explain(options, output);
-    case Host::Verb::Help:
-        output.Write(Host::helpText);
-        output.Write(Host::systemHelpText);
-        break;
-    case Host::Verb::Version:
-        output.Write(Host::versionText);
-        break;
-    }
+    if (options.answer.empty())
+        return options.verb->run(options, output);
+    output.Write(options.answer);
     return Host::EXIT_DONE;
 }
 
@@ -47,8 +30,9 @@ int main(int argc, char** argv)
         Host::FillMemoryReserve();
         Host::Output output;
         const Host::Options options = Host::ParseOptions(Host::Arguments(argc, argv));
+        output.SetColour(options.colour);
         Host::ApplyEnvironment(options);
-        const Host::ExitCode result = RunVerb(options, output);
+        const Host::ExitCode result = Answer(options, output);
         output.Close();
         return result;
     }

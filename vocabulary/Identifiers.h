@@ -58,24 +58,17 @@ enum _EVENT_ID : std::int32_t
 /// Kinds of object in the tree.
 enum _OBJECT_TYPE : std::int32_t
 {
-    OBJECT_UNDEFINED = 0,
-    OBJECT_PLUGIN = 19006,
-    OBJECT_PHYSICAL_DRIVE = 19018,
-    OBJECT_ADAPTER = 19037,
+#define VOCABULARY_ROW(number, name) OBJECT_##name = number,
+#include "vocabulary/rows/object-types.inc"
+#undef VOCABULARY_ROW
 };
 
 /// Units of a property's value. Byte units step by 1024.
 enum _UNITS : std::int32_t
 {
-    UNIT_NONE = 1,
-    UNIT_DEGREES_CELSIUS = 21000,
-    UNIT_KILOBYTES = 21001,
-    UNIT_MEGABYTES = 21002,
-    UNIT_GIGABYTES = 21003,
-    UNIT_TERABYTES = 21004,
-    UNIT_HOURS = 21005,
-    UNIT_SECONDS = 21007,
-    UNIT_PERCENT = 21010,
+#define VOCABULARY_ROW(number, name) UNIT_##name = number,
+#include "vocabulary/rows/units.inc"
+#undef VOCABULARY_ROW
 };
 
 } // namespace PI

@@ -38,6 +38,12 @@ Vocabulary::NameMap values = MapOf({
 const Vocabulary::NameMap events = MapOf({
 #include "vocabulary/rows/events.inc"
 });
+const Vocabulary::NameMap objectTypes = MapOf({
+#include "vocabulary/rows/object-types.inc"
+});
+const Vocabulary::NameMap units = MapOf({
+#include "vocabulary/rows/units.inc"
+});
 
 } // namespace
 
@@ -63,6 +69,14 @@ const NameMap& valueNames()
 const NameMap& eventNames()
 {
     return events;
+}
+const NameMap& objectTypeNames()
+{
+    return objectTypes;
+}
+const NameMap& unitNames()
+{
+    return units;
 }
 
 } // namespace Vocabulary

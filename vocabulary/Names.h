@@ -1,4 +1,4 @@
-// Number to name, for each of the five vocabularies.
+// Number to name, for each of the vocabularies.
 //
 // The maps are built before main (or before a loaded library's entry points can be called) and
 // live until the program ends. Where a number has several rows the first row's name holds.
@@ -17,6 +17,8 @@ const NameMap& operationNames();
 const NameMap& propertyNames();
 const NameMap& valueNames();
 const NameMap& eventNames();
+const NameMap& objectTypeNames();
+const NameMap& unitNames();
 
 } // namespace Vocabulary
 

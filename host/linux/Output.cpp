@@ -56,7 +56,7 @@ Output::Output()
     const int descriptor = ::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (descriptor >= 0)
         m_Channel = std::make_unique<Channel>(descriptor);
-    // A reader that has left, and a file that may grow no more, are write errors like any other.
+    // A reader that has left, and a file that may grow no more, show as results of a write.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     FillStandardDescriptors();
@@ -65,12 +65,17 @@ Output::Output()
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     if (descriptor >= 0 && ::isatty(descriptor) == 1)
     {
-        m_Coloured = !RefusesColour();
+        m_IsTerminal = true;
         m_Columns = TerminalColumns(descriptor);
     }
 }
 
 Output::~Output() = default;
+
+bool Output::TakeColour()
+{
+    return true;
+}
 
 void Output::Write(std::string_view text)
 {
@@ -86,6 +91,8 @@ void Output::Write(std::string_view text)
             pollfd wait{m_Channel->descriptor, POLLOUT, 0};
             ::poll(&wait, 1, -1);
         }
+        else if (errno == EPIPE)
+            return;
         else if (errno != EINTR)
             FailWriting(errno);
     }

@@ -20,7 +20,8 @@ class Output::Channel
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
 
-    /// Hands a text over, once the one before it is written. @throws Failure of the one before
+    /// Hands a text over, once the one before it is written. A reader that is gone is no failure.
+    /// @throws Failure of the one before
     void Send(std::string_view text);
     /// Waits for what is on its way. @throws Failure
     void Finish();
@@ -34,6 +35,7 @@ class Output::Channel
 
     /// Set while nothing is on its way.
     HANDLE Idle() const { return m_Idle.Get(); }
+    HANDLE SystemHandle() const;
     /// Whether nobody reads any more. Known while nothing is on its way.
     bool HasNoReader() const;
 

@@ -178,6 +178,11 @@ void Output::Channel::Abandon(DWORD milliseconds)
     m_IsStuck = result == WAIT_TIMEOUT;
 }
 
+HANDLE Output::Channel::SystemHandle() const
+{
+    return HandleOf(m_Descriptor.number);
+}
+
 bool Output::Channel::HasNoReader() const
 {
     return IsReaderGone(m_Error);
@@ -185,7 +190,7 @@ bool Output::Channel::HasNoReader() const
 
 void Output::Channel::Check() const
 {
-    if (m_Error != ERROR_SUCCESS && m_Error != ERROR_OPERATION_ABORTED)
+    if (m_Error != ERROR_SUCCESS && m_Error != ERROR_OPERATION_ABORTED && !IsReaderGone(m_Error))
         FailWriting(m_Error);
 }
 
@@ -235,7 +240,7 @@ Output::Output()
         return;
     if (consoleChanges.TakeUtf8(HandleOf(descriptor)))
     {
-        m_Coloured = !RefusesColour() && consoleChanges.TakeColour(HandleOf(descriptor));
+        m_IsTerminal = true;
         m_Columns = ConsoleColumns(HandleOf(descriptor));
     }
     m_Channel = std::make_unique<Channel>(descriptor);
@@ -245,6 +250,11 @@ Output::~Output()
 {
     if (m_Channel && m_Channel->IsStuck())
         m_Channel.release();
+}
+
+bool Output::TakeColour()
+{
+    return !m_IsTerminal || consoleChanges.TakeColour(m_Channel->SystemHandle());
 }
 
 void Output::Write(std::string_view text)
