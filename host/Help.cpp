@@ -10,7 +10,7 @@
 namespace
 {
 
-constexpr std::size_t columns = 92;
+constexpr std::size_t columns = 80;
 
 constexpr const char* beforeVerbs =
     R"(tarnisctl - shows what the tarnis plug-in knows of this machine's SATA drives
@@ -22,29 +22,31 @@ Verbs (tarnisctl help VERB has more on one):
 
 constexpr const char* behindVerbs = R"(
 Options, before or after the verb:
-  --json                      print JSON
-  --color auto|always|never   colours; auto: on a terminal, unless NO_COLOR, CLICOLOR_FORCE or
-                              CLICOLOR say otherwise
-  --machine FILE              see the machine of this file   (TARNIS_MACHINE)
-  --config-dir DIR            folder of the settings files   (TARNIS_CONFIG_DIR)
-  --database FILE             SQLite file of the rows        (TARNIS_DATABASE)
-  --trace-mask N              trace bits, decimal or 0x      (TARNIS_TRACE_MASK)
-  --trace-file FILE           where trace lines go           (TARNIS_TRACE_FILE)
-  --plugin FILE               the plug-in library; default: tarnis.so beside this program
-  -h, --help                  this text; behind a verb that of the verb
+  --json                     print JSON
+  --color auto|always|never  colours; auto: on a terminal, unless NO_COLOR,
+                             CLICOLOR_FORCE or CLICOLOR ask for something else
+  --machine FILE             see the machine of this file   (TARNIS_MACHINE)
+  --config-dir DIR           folder of the settings files   (TARNIS_CONFIG_DIR)
+  --database FILE            SQLite file of the rows        (TARNIS_DATABASE)
+  --trace-mask N             trace bits, decimal or 0x      (TARNIS_TRACE_MASK)
+  --trace-file FILE          where trace lines go           (TARNIS_TRACE_FILE)
+  --plugin FILE              the plug-in library; default: tarnis.so beside
+                             this program
+  -h, --help                 this text, or the help of the verb
   -V, --version
 
-OBJECT is plugin, adapter, disk0, disk1 ... or an id; PROPERTY is a name, a number, or what show
-prints for it. Sizes step by 1024.
+OBJECT is plugin, adapter, disk0, disk1 ... or an id. PROPERTY is a name, a
+number, or a label as show prints it. Sizes step by 1024.
 
 Examples:
   tarnisctl --machine lab.json
   tarnisctl get disk0 temperature "Power-on hours"
   tarnisctl watch --for 2h --json
 
-Exit codes: 0 done; 1 wrong usage, a disk that is not there, or a wrong machine file;
-2 no supported hardware; 3 the plug-in could not be loaded or gave an error, or the output
-could not be written; 4 a right is missing to read a disk, what can be read is shown.
+Exit codes: 0 done; 1 wrong usage, a disk that is not there, or a wrong machine
+file; 2 no supported hardware; 3 the plug-in could not be loaded or gave an
+error, or the output could not be written; 4 a right is missing to read a disk,
+what can be read is shown.
 )";
 
 /// "  NAME      what it is", with its further lines under the first.
@@ -78,18 +80,15 @@ std::string GeneralHelp()
 
 std::string VerbHelp(const VerbRow& row, const CLI::App& app)
 {
-    std::string text = std::string(row.purpose) + "\n\nUsage: tarnisctl " + row.name +
-                       (*row.arguments != '\0' ? " " : "") + row.arguments + " [OPTIONS]\n";
     std::string entries;
     for (const CLI::Option* option : app.get_options())
         entries += Entry(NameOf(*option), option->get_description());
-    if (!entries.empty())
-        text += "\nArguments and options:\n" + entries;
-    return text +
-           "\nEvery verb takes the general options as well, such as --json and --machine FILE: "
-           "see\n"
-           "tarnisctl --help.\n\nExamples:\n" +
-           row.examples + "\nExit codes:\n" + row.exitCodes;
+    return "Usage: tarnisctl " + std::string(row.name) + (*row.arguments == '\0' ? "" : " ") +
+           row.arguments + " [OPTIONS]\n" + row.purpose +
+           (entries.empty() ? "" : "\nArguments and options:\n" + entries) +
+           "\nOptions of every verb, such as --json and --color: tarnisctl --help\n"
+           "\nExamples:" +
+           row.examples + "\nExit codes:" + row.exitCodes;
 }
 
 } // namespace Host

@@ -55,7 +55,8 @@ void AddGeneralOptions(CLI::App& app, Options& options)
     app.set_version_flag("-V,--version", "");
     app.add_flag("--json", options.json);
     app.add_option_function<std::string>("--color", [&options](const std::string& text)
-                                         { options.colour = ColourModeOf(text); });
+                                         { options.colour = ColourModeOf(text); })
+        ->take_last(); // an alias of a shell may hold another one
     AddOption(app, "--machine", options.machine);
     AddOption(app, "--config-dir", options.configDir);
     AddOption(app, "--database", options.database);
@@ -145,6 +146,8 @@ void Parse(CLI::App& app, const std::vector<std::string>& arguments, Options& op
     catch (const CLI::CallForHelp&)
     {
         const CLI::App* verb = ParsedVerb(app);
+        if (const auto rest = app.remaining(); verb == nullptr && !rest.empty())
+            FailExtraWord(app, rest.front());
         options.answer = HelpOf(app, verb == nullptr ? "" : verb->get_name());
     }
     catch (const CLI::CallForVersion&)

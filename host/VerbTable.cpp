@@ -58,67 +58,126 @@ void AddHelp(CLI::App& verb, Options& options)
     verb.add_option("VERB", options.helpVerb, "the verb to read about");
 }
 
-#define EXIT_CODES_OF_A_FAILED_START                                                               \
-    "  2  no supported hardware was found\n"                                                       \
-    "  3  the plug-in gave an error, which is named, or the output could not be written\n"
-
 constexpr Host::VerbRow rows[] = {
-    {"show", "", "state of all drives, then every property (the default)",
-     "Prints which drives are in trouble, a table of all drives, and every property of every "
-     "object.",
-     "  tarnisctl show\n"
-     "  tarnisctl show --json | jq '.objects[].id'\n",
-     "  0  done\n"
-     "  1  wrong usage, or a wrong machine file\n" EXIT_CODES_OF_A_FAILED_START
-     "  4  a right is missing to read a disk; what can be read is shown\n",
-     AddNothing, Host::Show},
-    {"get", "OBJECT PROPERTY...", "one value, or several as lines of NAME: value",
-     "Prints values of an object. One value stands alone; several are lines of NAME: value, in\n"
-     "the order in which they are asked for. A value that the object does not give is told on\n"
-     "standard error, and the others are printed.",
-     "  tarnisctl get disk0 temperature\n"
-     "  tarnisctl get disk0 \"Power-on hours\" STATUS --json\n",
-     "  0  done\n"
-     "  1  wrong usage, a disk that is not there, or a wrong machine "
-     "file\n" EXIT_CODES_OF_A_FAILED_START "  4  a right is missing to read a disk\n",
-     AddGet, Host::Get},
-    {"set", "OBJECT PROPERTY VALUE", "changes a value and keeps it",
-     "Changes a value, keeps it in the settings file and prints what is in force then. A watch\n"
-     "that runs takes it up at its next start.",
-     "  tarnisctl set plugin POLL_INTERVAL 60\n"
-     "  tarnisctl set plugin \"poll interval\" 60 --json\n",
-     "  0  done\n"
-     "  1  wrong usage, a value out of range, or a wrong machine file\n"
-     "  2  no supported hardware was found\n"
-     "  3  the property cannot be set or saved, the plug-in gave an error, or the output could\n"
-     "     not be written\n",
-     AddSet, Host::Set},
-    {"watch", "[--for TIME]", "prints events as they come, until Ctrl-C or SIGTERM",
-     "Looks at the drives every poll interval, and prints drives that come, go or get into\n"
-     "trouble, a line each.",
-     "  tarnisctl watch\n"
-     "  tarnisctl watch --for 2h --json\n",
-     "  0  it was ended by a signal, by its time, or by the end of its reader\n"
-     "  1  wrong usage, or a wrong machine file\n" EXIT_CODES_OF_A_FAILED_START
-     "  4  a right is missing to read a disk; what can be read was watched\n",
-     AddWatch, Host::Watch},
-    {"explain", "NUMBER|NAME|--all", "what a number or name of the vocabulary means",
-     "Tells the name of a number, or the number of a name, and what it means. No plug-in is\n"
-     "needed.",
-     "  tarnisctl explain 20001\n"
-     "  tarnisctl explain AVAILABLE_SMART --json\n",
-     "  0  done\n"
-     "  1  wrong usage, or the vocabulary has no such number or name\n"
-     "  3  the output could not be written\n",
-     AddExplain, Host::Explain},
-    {"help", "[VERB]", "this text, or all about one verb",
-     "Prints the general help, or that of one verb.",
-     "  tarnisctl help\n"
-     "  tarnisctl help watch\n",
-     "  0  done\n"
-     "  1  there is no such verb\n"
-     "  3  the output could not be written\n",
-     AddHelp, nullptr},
+    {.name = "show",
+     .arguments = "",
+     .summary = "state of all drives, then every property (default)",
+     .purpose = R"(
+Prints which drives are in trouble, a table of all drives, and every property
+of every object.
+)",
+     .examples = R"(
+  tarnisctl show
+  tarnisctl show --json | jq '.objects[].id'
+)",
+     .exitCodes = R"(
+  0  done
+  1  wrong usage, or a wrong machine file
+  2  no supported hardware
+  3  the plug-in gave an error, or the output could not be written
+  4  a right is missing to read a disk; what can be read is shown
+)",
+     .addArguments = AddNothing,
+     .run = Host::Show},
+    {.name = "get",
+     .arguments = "OBJECT PROPERTY...",
+     .summary = "one value, or several as lines of NAME: value",
+     .purpose = R"(
+Prints values of an object. One value stands alone; several are lines of
+NAME: value, in the order in which they are asked for. What the object does not
+give is told on standard error, and the others are printed.
+)",
+     .examples = R"(
+  tarnisctl get disk0 temperature
+  tarnisctl get disk0 "Power-on hours" STATUS --json
+)",
+     .exitCodes = R"(
+  0  done
+  1  wrong usage, a disk that is not there, or a wrong machine file
+  2  no supported hardware
+  3  a value is not given, the plug-in gave an error, or the output could not be
+     written
+  4  the disk is not among those that there is a right to read
+)",
+     .addArguments = AddGet,
+     .run = Host::Get},
+    {.name = "set",
+     .arguments = "OBJECT PROPERTY VALUE",
+     .summary = "changes a value and keeps it",
+     .purpose = R"(
+Changes a value, keeps it in the settings file and prints what is in force then.
+A watch that runs takes it up at its next start.
+)",
+     .examples = R"(
+  tarnisctl set plugin POLL_INTERVAL 60
+  tarnisctl set plugin "Poll interval" 60 --json
+)",
+     .exitCodes = R"(
+  0  done
+  1  wrong usage, a disk that is not there, a value out of range, or a wrong
+     machine file
+  2  no supported hardware
+  3  the property cannot be set or saved, the plug-in gave an error, or the
+     output could not be written
+  4  the disk is not among those that there is a right to read
+)",
+     .addArguments = AddSet,
+     .run = Host::Set},
+    {.name = "watch",
+     .arguments = "[--for TIME]",
+     .summary = "prints events as they come, until Ctrl-C or SIGTERM",
+     .purpose = R"(
+Looks at the drives every poll interval, and prints drives that come, go or get
+into trouble, a line each.
+)",
+     .examples = R"(
+  tarnisctl watch
+  tarnisctl watch --for 2h --json
+)",
+     .exitCodes = R"(
+  0  ended by a signal, by its time, or because nobody reads its output
+  1  wrong usage, or a wrong machine file
+  2  no supported hardware
+  3  the plug-in gave an error, or the output could not be written
+  4  as 0, but a right is missing to read a disk
+)",
+     .addArguments = AddWatch,
+     .run = Host::Watch},
+    {.name = "explain",
+     .arguments = "NUMBER|NAME|--all",
+     .summary = "what a number or name of the vocabulary means",
+     .purpose = R"(
+Tells the name of a number, or the number of a name, and what it means. No
+plug-in is needed.
+)",
+     .examples = R"(
+  tarnisctl explain 20001
+  tarnisctl explain AVAILABLE_SMART --json
+)",
+     .exitCodes = R"(
+  0  done
+  1  wrong usage, or the vocabulary has no such number or name
+  3  the output could not be written
+)",
+     .addArguments = AddExplain,
+     .run = Host::Explain},
+    {.name = "help",
+     .arguments = "[VERB]",
+     .summary = "this text, or all about one verb",
+     .purpose = R"(
+Prints the general help, or that of one verb.
+)",
+     .examples = R"(
+  tarnisctl help
+  tarnisctl help watch
+)",
+     .exitCodes = R"(
+  0  done
+  1  wrong usage, or there is no such verb
+  3  the output could not be written
+)",
+     .addArguments = AddHelp,
+     .run = nullptr},
 };
 
 } // namespace

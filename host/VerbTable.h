@@ -21,8 +21,10 @@ struct VerbRow
     const char* name;
     const char* arguments; ///< as the list of verbs shows them
     const char* summary;   ///< one line of the list
-    const char* purpose;   ///< the first lines of the verb's own help
-    const char* examples;  ///< lines of the verb's own help, as its exit codes
+
+    // Sections of the verb's own help. Each begins and ends with a line feed.
+    const char* purpose;
+    const char* examples;
     const char* exitCodes;
 
     /// Adds the arguments and options that this verb alone takes, each with its line of help.

@@ -27,8 +27,9 @@ const char* const pluginFileName = "tarnis.so";
 const char* const folderSeparators = "/";
 const char* const systemHelpText =
     R"(
-Without --machine this computer is shown. Its disks are read by root, or by whoever may read
-their device files and has the capability CAP_SYS_RAWIO. A disk that sleeps is not woken.
+Without --machine this computer is shown. Its disks are read by root, or by
+whoever may read their device files and has the capability CAP_SYS_RAWIO. A disk
+that sleeps is not woken.
 )";
 
 std::vector<std::string> Arguments(int argc, char** argv)

@@ -47,7 +47,8 @@ const char* const pluginFileName = "tarnis.dll";
 const char* const folderSeparators = "/\\:";
 const char* const systemHelpText =
     R"(
-Without --machine this computer is shown. Its disks are read by administrators, elevated.
+Without --machine this computer is shown. Its disks are read by administrators,
+elevated.
 )";
 
 std::vector<std::string> Arguments(int argc, char** argv)

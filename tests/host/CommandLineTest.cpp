@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <sstream>
 #include <tuple>
 
 namespace
@@ -17,12 +18,39 @@ TEST(CommandLine, WhatCannotBeDoneIsToldInOneLine)
     const std::string broken = testFolder.Write("broken.json", "{\n  \"version\": 1,\n");
     const std::string text = testFolder.Write("text.so", "no library");
     const std::tuple<Arguments, int, std::string> cases[] = {
-        {{"shwo"}, 1, "show, get, set, watch and explain"},
-        {{"watch", "--for", "0"}, 1, "--for"},
+        {{"shwo"}, 1, "show, get, set, watch, explain and help; did you mean show?"},
+        {{"xyzzy", "--help"}, 1, "explain and help (see"},
+        {{"help", "explian"}, 1, "did you mean explain?"},
+        {{"help", "get", "set"}, 1, "'set'"},
+        {{"--jsn"}, 1, "did you mean --json?"},
+        {{"watch", "--fro=5"}, 1, "did you mean --for?"},
+        {{"show", "--for", "5"}, 1, "'--for' is no option here"},
+        {{"--color", "blue"}, 1, "--color takes auto, always or never, not 'blue'"},
+        {{"watch", "--for", ""}, 1, "--for '' is no time"},
+        {{"watch", "--for", "0"}, 1, "--for '0' is no time"},
+        {{"watch", "--for", "h"}, 1, "such as 90, 10m or 2h"},
+        {{"watch", "--for", "1w"}, 1, "--for '1w'"},
+        {{"watch", "--for", "-1"}, 1, "--for"},
+        {{"watch", "--for", "1.5h"}, 1, "--for '1.5h'"},
+        // The longest time that fits in each unit, and one more.
+        {{"watch", "--for", "4294967295", "--machine", "none"}, 1, "none: file"},
         {{"watch", "--for", "4294967296"}, 1, "--for"},
+        {{"watch", "--for", "4294967295s", "--machine", "none"}, 1, "none: file"},
+        {{"watch", "--for", "4294967296s"}, 1, "--for"},
+        {{"watch", "--for", "71582788m", "--machine", "none"}, 1, "none: file"},
+        {{"watch", "--for", "71582789m"}, 1, "--for"},
+        {{"watch", "--for", "1193046h", "--machine", "none"}, 1, "none: file"},
+        {{"watch", "--for", "1193047h"}, 1, "--for"},
+        {{"watch", "--for", "49710d", "--machine", "none"}, 1, "none: file"},
+        {{"watch", "--for", "49711d"}, 1, "--for"},
         {{"set", "plugin"}, 1, "PROPERTY"},
         {{"show", "disk0"}, 1, "'disk0' is not understood"},
+        {{"get", "disk0"}, 1, "PROPERTY"},
         {{"get", "disk", "NAME"}, 1, "'disk' is no object"},
+        {{"get", "dsik12", "NAME"}, 1, "did you mean disk12?"},
+        {{"set", "plug-in", "NAME", "x"}, 1, "did you mean plugin?"},
+        {{"get", "zebra", "NAME"}, 1, "or an id (see"},
+        {{"get", "disk0", "NAME", "power onn hours"}, 1, "did you mean POWERON_HOURS"},
         {{"get", "disk0", "temprature"}, 1, "did you mean TEMPERATURE"},
         {{"get", "disk0", "99999999999"}, 1, "out of range"},
         {{"--machine"}, 1, "--machine"},
@@ -51,20 +79,30 @@ TEST(CommandLine, WhatCannotBeDoneIsToldInOneLine)
 TEST(CommandLine, ExplainTellsEveryMatch)
 {
     const std::pair<Arguments, std::string> cases[] = {
-        {{"explain", "20001"}, "errors      20001  NO_SUPPORTED_HARDWARE\n"},
-        {{"explain", "err_general"}, "errors      20000  GENERAL\n"},
+        {{"explain", "20003"}, "errors      20003  COMMAND_ERROR\n"},
+        {{"explain", "err_command-error"}, "errors      20003  COMMAND_ERROR\n"},
         {{"explain", "VAL_AVAILABLE"},
-         "values      40099  AVAILABLE\n            the drive answers, has no partition, and "
-         "reaches "
-         "no limit\n"},
-        {{"explain", "param-bus"}, "properties  35016  BUS\n"},
-        {{"explain", "PROP_TYPE"}, "properties  30056  TYPE\n"},
+         "values      40099  AVAILABLE\n            The drive answers, has no partition, and "
+         "reaches no limit.\n"},
+        {{"explain", "param-slot"}, "properties  35040  SLOT\n"},
+        {{"explain", "PROP_SLOT"}, "properties  30224  SLOT\n"},
+        {{"explain", "UNIT_HOURS"}, "units       21005  HOURS\n            Hours.\n"},
+        {{"explain", "4294967295"},
+         "views       4294967295  ALL\n            Every view shows the property.\n"},
         {{"explain", "2147483647"}, "properties  2147483647  UNSPECIFIED\n"},
-        {{"explain", "type"}, "properties  30056  TYPE\nproperties  35044  TYPE\n"},
-        {{"explain", "1", "--json"},
-         R"({"errors":{},"events":{"1":"UNDEFINED"},"operations":{"1":"UNDEFINED"},)"
-         R"("properties":{"1":"UNDEFINED"},"values":{"1":"UNDEFINED"}})"},
+        {{"explain", "slot"}, "properties  30224  SLOT\nproperties  35040  SLOT\n"},
+        {{"explain", "20003", "--json"},
+         R"({"errors":{"20003":"COMMAND_ERROR"},"events":{},"objectTypes":{},"operations":{},)"
+         R"("properties":{},"units":{},"values":{},"views":{}})"},
+        // A mask is explained by its bits.
+        {{"explain", "9", "--json"},
+         R"({"errors":{},"events":{},"meaning":{"views":{)"
+         R"("1":"Bit of the views that show the PCI address of an adapter, with BIT_3.",)"
+         R"("8":"Bit of the views that show the PCI address of an adapter, with BIT_0."}},)"
+         R"("objectTypes":{},"operations":{},"properties":{},"units":{},"values":{},)"
+         R"("views":{"1":"BIT_0","8":"BIT_3"}})"},
         {{"--version"}, "tarnisctl 7.8.1\n"},
+        {{"-V"}, "tarnisctl 7.8.1\n"},
     };
     for (const auto& [arguments, printed] : cases)
     {
@@ -75,8 +113,9 @@ TEST(CommandLine, ExplainTellsEveryMatch)
         EXPECT_EQ(isJson ? json::parse(outcome.out).dump() : outcome.out, printed);
     }
 
-    const json whole = json::parse(RunTarnisctl({"--json", "explain", "--all"}).out);
+    json whole = json::parse(RunTarnisctl({"--json", "explain", "--all"}).out);
     EXPECT_EQ(whole["errors"]["0"], "SUCCESS");
+    whole.erase("meaning");
     std::size_t rows = 0;
     for (const json& table : whole)
     {
@@ -93,9 +132,37 @@ TEST(CommandLine, ExplainTellsEveryMatch)
     EXPECT_EQ(CountLines(RunTarnisctl({"explain", "--all"}).out), rows);
 }
 
+TEST(CommandLine, HelpFitsTheScreen)
+{
+    const std::tuple<std::string, std::string> verbs[] = {
+        {"show", "tarnisctl show\n"}, {"get", "PROPERTY...  "},       {"set", "  VALUE  "},
+        {"watch", "  --for TIME  "},  {"explain", "  NUMBER|NAME  "}, {"help", "  VERB  "},
+    };
+    const std::string general = RunTarnisctl({"help"}).out;
+    EXPECT_EQ(RunTarnisctl({"-h"}).out, general);
+    EXPECT_EQ(RunTarnisctl({"--help"}).out, general);
+    EXPECT_LE(CountLines(general), 44U);
+    std::string texts = general;
+    for (const auto& [verb, argument] : verbs)
+    {
+        const Outcome outcome = RunTarnisctl({"help", verb});
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(RunTarnisctl({verb, "--help"}).out, outcome.out);
+        EXPECT_EQ(RunTarnisctl({"-h", verb}).out, outcome.out);
+        for (const std::string& text : {"Usage: tarnisctl " + verb, argument,
+                                        std::string("\nExamples:\n"), std::string("\n  0  ")})
+            EXPECT_TRUE(Holds(outcome.out, text)) << outcome.out;
+        EXPECT_TRUE(Holds(general, "\n  " + verb + " "));
+        texts += outcome.out;
+    }
+    std::istringstream lines(texts);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_LE(line.size(), 80U) << line;
+}
+
 TEST(CommandLine, OutputThatCannotBeWrittenIsAnError)
 {
-    for (const Stdout kind : {Stdout::Full, Stdout::Closed, Stdout::Limited})
+    for (const Stdout kind : {Stdout::Full, Stdout::Limited})
         ExpectComplaint(RunTarnisctl({"get", "--help"}, {}, kind), 3, "standard output");
 }
 

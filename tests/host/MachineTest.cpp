@@ -88,6 +88,9 @@ TEST(Machine, GetAndSetPrintTheValueAndNothingElse)
         {{"get", "disk0", "PROP_TYPE"}, 0, "SATA\n"},
         {{"get", "disk0", "unique_id"}, 0, "PCI:Bus=0&Device=0&Function=0&ID=0\n"},
         {{"get", "disk3", "powerOn hours"}, 0, "-\n"},
+        {{"get", "disk3", "Power-on hours"}, 0, "-\n"},
+        {{"get", "disk3", "PROP_POWER_ON_HOURS"}, 0, "-\n"},
+        {{"get", "disk0", "serialnumber"}, 0, "SERIAL0\n"},
         {{"get", "disk3", "NAME"}, 0, " EVIL\\x1b\\xffD[\\u009bKS (3)\n"},
         {{"get", "disk3", "30022"}, 0, "S\\x1b]0;x \\x07\n"},
         {{"get", "disk3", "TEMPERATURE"}, 3, "GENERAL (20000)"},
@@ -96,7 +99,12 @@ TEST(Machine, GetAndSetPrintTheValueAndNothingElse)
         {{"set", "plugin", "POLL_INTERVAL", "5"}, 0, "5 s\n"},
         {{"set", "plugin", "poll-interval", "255"}, 0, "255 s\n"},
         {{"set", "plugin", "POLL_INTERVAL", "256"}, 1, "from 2 to 255, not '256'"},
-        {{"set", "plugin", "NAME", "x"}, 3, "INVALID_PROPERTY (20004)"},
+        {{"set", "plugin", "Poll interval", "255"}, 0, "255 s\n"},
+        {{"set", "plugin", "NAME", "x"},
+         3,
+         "NAME of plugin can be read but not set; of plugin can be set: POLL_INTERVAL\n"},
+        {{"set", "disk0", "remaining-reserve-space", "x"}, 3, "nothing of disk0 can be set\n"},
+        {{"set", "disk0", "poll interval", "5"}, 3, "disk0 has no POLL_INTERVAL; nothing of"},
         {{"set", "disk9", "NAME", "x"}, 1, "there is no disk9"},
         {{"set", "0x99", "NAME", "x"}, 3, "INVALID_OBJECT_ID (20008)"},
         {{"--config-dir", "/dev/null/no", "set", "plugin", "POLL_INTERVAL", "5"},
@@ -114,6 +122,78 @@ TEST(Machine, GetAndSetPrintTheValueAndNothingElse)
             EXPECT_EQ(outcome.out, text) << outcome.err;
     }
     EXPECT_EQ(testFolder.Read("tarnis.ini"), "# mine\nPollInterval=255\n");
+}
+
+TEST(Machine, SeveralValuesAreLinesAndWhatFailsIsTold)
+{
+    const std::tuple<Arguments, int, std::string, std::string> cases[] = {
+        {{"disk0", "STATUS", "30069", "Media type"},
+         0,
+         "STATUS: OPERATIONAL\nTEMPERATURE: 23 °C\nMEDIA_TYPE: SSD\n",
+         ""},
+        {{"disk3", "temperature", "power-on hours", "poll interval", "Port number"},
+         3,
+         "POWERON_HOURS: -\nPORT_NUMBER: 0\n",
+         "tarnisctl: disk3 gives no TEMPERATURE: GENERAL (20000)\n"
+         "tarnisctl: disk3 gives no POLL_INTERVAL: GENERAL (20000)\n"},
+    };
+    for (auto [arguments, exitCode, printed, complaints] : cases)
+    {
+        arguments.insert(arguments.begin(), {"get", "--machine", MachineFile()});
+        const Outcome outcome = RunTarnisctl(arguments);
+        EXPECT_EQ(outcome.exitCode, exitCode);
+        EXPECT_EQ(outcome.out, printed);
+        EXPECT_TRUE(outcome.err.ends_with("adapter count is 1\n" + complaints)) << outcome.err;
+
+        arguments.emplace_back("--json");
+        std::string lines;
+        for (const json& value : json::parse(RunTarnisctl(arguments).out))
+            lines += std::string(value["name"]) + ": " + std::string(value["text"]) + "\n";
+        EXPECT_EQ(lines, printed);
+    }
+}
+
+TEST(Machine, WhatIsShownHasAMeaning)
+{
+    const json all = json::parse(RunTarnisctl({"explain", "--all", "--json"}).out);
+    const auto expectMeaning = [&](const char* table, const json& number)
+    {
+        const bool isThere = all["meaning"][table].contains(number.dump());
+        EXPECT_TRUE(isThere && all[table].contains(number.dump())) << table << number;
+    };
+    const std::string text = RunTarnisctl({"--json", "--machine", MachineFile()}).out;
+    for (const json& object : json::parse(text)["objects"])
+    {
+        expectMeaning("objectTypes", object["type"]);
+        for (const json& operation : object["operations"])
+            expectMeaning("operations", operation);
+        for (const json& property : object["properties"])
+        {
+            expectMeaning("properties", property["id"]);
+            expectMeaning("units", property["unit"]);
+            if (property["aliasId"] != 0)
+                expectMeaning("properties", property["aliasId"]);
+            const std::uint32_t mask = property["viewMask"];
+            for (std::uint32_t bit = 1; bit != 0; bit <<= 1)
+                if (mask != 0xFFFFFFFF && (mask & bit) != 0)
+                    expectMeaning("views", bit);
+            if (!property.contains("choices"))
+                continue;
+            expectMeaning("values", property["value"]);
+            for (const json& choice : property["choices"])
+                expectMeaning("values", choice["value"]);
+        }
+    }
+    // What no machine shows at once.
+    for (const int event : {10045, 10920, 11090, 11091})
+        expectMeaning("events", event);
+    for (const int code :
+         {0, 20000, 20001, 20002, 20004, 20005, 20006, 20007, 20008, 20010, 20011, 20014, 20018})
+        expectMeaning("errors", code);
+    for (const int unit : {21001, 21003, 21004})
+        expectMeaning("units", unit);
+    for (const std::uint32_t mask : {0U, 0xFFFFFFFFU})
+        expectMeaning("views", mask);
 }
 
 TEST(Machine, OptionsReachThePlugin)

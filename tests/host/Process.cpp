@@ -57,11 +57,12 @@ pid_t StartTarnisctl(const Arguments& arguments, const Environment& environment,
 {
     Arguments words{TARNIS_BIN_DIR "/tarnisctl"};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<std::string> variables{"PATH=/usr/bin:/bin", "TERM=xterm",
-                                       "TARNIS_CONFIG_DIR=" + testFolder.Path(),
-                                       "TARNIS_DATABASE=" + testFolder.File("rows.db")};
+    std::vector<std::string> variables;
     for (const auto& [name, value] : environment)
-        variables.push_back(name + "=" + value);
+        variables.push_back(name + "=" + value); // before the others, so that they hold
+    variables.insert(variables.end(),
+                     {"PATH=/usr/bin:/bin", "TERM=xterm", "TARNIS_CONFIG_DIR=" + testFolder.Path(),
+                      "TARNIS_DATABASE=" + testFolder.File("rows.db")});
     const std::vector<char*> argv = Pointers(words);
     const std::vector<char*> envp = Pointers(variables);
     const pid_t child = ::fork();
