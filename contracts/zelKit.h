@@ -6,6 +6,7 @@
 #include "contracts/zelKit/Language.h"
 #include "contracts/zelKit/ModuleInfo.h"
 #include "contracts/zelKit/Mutex.h"
+#include "contracts/zelKit/Text.h"
 #include "contracts/zelKit/Thread.h"
 #include "contracts/zelKit/Time.h"
 #include "contracts/zelKit/Trace.h"

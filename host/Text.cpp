@@ -1,18 +1,13 @@
 #include "host/Text.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
 #include <iterator>
 
 namespace
 {
 
-struct Character
-{
-    char32_t code;
-    std::size_t length; // 0: the byte at this place is not UTF-8
-};
+using ZKT::Misc::CCharacter;
+using ZKT::Misc::DecodeUtf8;
 
 struct Span
 {
@@ -37,43 +32,11 @@ constexpr Span wide[] = {
     {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD},
 };
 
-// Sorted. Controls, and format characters that turn the direction of text or hide it.
-constexpr Span unprintable[] = {
-    {0x0000, 0x001F},    {0x007F, 0x009F},   {0x00AD, 0x00AD},   {0x061C, 0x061C},
-    {0x180E, 0x180E},    {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F},
-    {0xE000, 0xF8FF},    {0xFDD0, 0xFDEF},   {0xFEFF, 0xFEFF},   {0xFFF0, 0xFFFB},
-    {0xFFFE, 0xFFFF},    {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE007F},
-    {0xF0000, 0x10FFFF},
-};
-
 template <std::size_t N> bool Contains(const Span (&spans)[N], char32_t code)
 {
     const Span* after = std::upper_bound(std::begin(spans), std::end(spans), code,
                                          [](char32_t c, const Span& s) { return c < s.first; });
     return after != std::begin(spans) && code <= std::prev(after)->last;
-}
-
-Character Decode(std::string_view text, std::size_t position)
-{
-    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000}; // by length: no overlong forms
-    const auto byte = [&](std::size_t i) { return static_cast<std::uint8_t>(text[position + i]); };
-    const std::uint8_t lead = byte(0);
-    if (lead < 0x80)
-        return {lead, 1};
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || position + length > text.size())
-        return {lead, 0};
-    char32_t code = static_cast<char32_t>(lead & (0xFF >> (length + 1)));
-    for (std::size_t i = 1; i < length; ++i)
-    {
-        if ((byte(i) & 0xC0) != 0x80)
-            return {lead, 0};
-        code = (code << 6) | (byte(i) & 0x3F);
-    }
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    if (code < smallest[length] || code > 0x10FFFF || surrogate)
-        return {lead, 0};
-    return {code, length};
 }
 
 std::size_t Columns(char32_t code)
@@ -88,32 +51,12 @@ std::size_t Columns(char32_t code)
 namespace Host
 {
 
-std::string Printable(std::string_view bytes)
-{
-    std::string result;
-    for (std::size_t i = 0; i < bytes.size();)
-    {
-        const Character c = Decode(bytes, i);
-        if (c.length != 0 && !Contains(unprintable, c.code))
-            result.append(bytes, i, c.length);
-        else
-        {
-            char escape[16];
-            std::snprintf(escape, sizeof escape, c.length > 1 ? "\\u%04x" : "\\x%02x",
-                          static_cast<unsigned>(c.code));
-            result += escape;
-        }
-        i += std::max<std::size_t>(c.length, 1);
-    }
-    return result;
-}
-
 std::size_t DisplayWidth(std::string_view printable)
 {
     std::size_t columns = 0;
     for (std::size_t i = 0; i < printable.size();)
     {
-        const Character c = Decode(printable, i);
+        const CCharacter c = DecodeUtf8(printable, i);
         if (c.code == '\x1b')
         {
             i = std::min(printable.find('m', i), printable.size() - 1) + 1;
@@ -133,7 +76,7 @@ std::string Shorten(const std::string& printable, std::size_t columns)
     std::size_t end = 0;
     while (end < printable.size())
     {
-        const Character c = Decode(printable, end);
+        const CCharacter c = DecodeUtf8(printable, end);
         used += Columns(c.code);
         if (used > columns)
             break;

@@ -2,6 +2,8 @@
 // reach a terminal as a command, and columns stay aligned by what the eye sees.
 #pragma once
 
+#include "contracts/zelKit/Text.h"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -9,9 +11,7 @@
 namespace Host
 {
 
-/// Replaces what is no text: control characters, characters that turn or hide text, and bytes that
-/// are not UTF-8 are written as "\xNN" or "\uNNNN". The rest is valid UTF-8 of one line.
-std::string Printable(std::string_view bytes);
+using ZKT::Misc::Printable;
 
 /// Columns that a printable text takes on a terminal; colours in it take none.
 std::size_t DisplayWidth(std::string_view printable);

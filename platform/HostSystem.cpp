@@ -1,5 +1,7 @@
 #include "platform/HostSystem.h"
 
+#include "contracts/zelKit/Text.h"
+
 #include <cstdio>
 
 namespace Platform
@@ -36,7 +38,7 @@ void Warn(const std::string& text)
 {
     const CancellationPause pause;
     // One call, so that lines of several threads do not mix.
-    const std::string line = text + "\n";
+    const std::string line = ZKT::Misc::Printable(text) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -75,7 +75,7 @@ std::string PathFrom(const std::string& folder, const std::string& path);
 /// Sleeps with no lock held. A thread may be cancelled in here, and unwinds.
 void SleepFor(std::uint32_t milliseconds);
 
-/// Writes one line to standard error.
+/// Writes one line to standard error, made safe for a terminal.
 void Warn(const std::string& text);
 
 } // namespace Platform

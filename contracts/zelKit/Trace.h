@@ -45,8 +45,8 @@ class FormatInt
 };
 
 /// Fills the places of a format text, "%d", "%s" and "%x", in order. What is left over of the
-/// places stays as it stands; what is left over of the values is dropped. Control bytes of a text
-/// are written as "\xNN", so that a trace line stays one line.
+/// places stays as it stands; what is left over of the values is dropped. The text is made safe for
+/// a terminal (Printable), so that a trace line stays one line.
 class ZELKIT_API CFormatStream
 {
   public:

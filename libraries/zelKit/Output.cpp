@@ -1,5 +1,6 @@
 #include "libraries/zelKit/Output.h"
 
+#include "contracts/zelKit/Text.h"
 #include "contracts/zelKit/Thread.h"
 #include "libraries/zelKit/System.h"
 
@@ -26,7 +27,7 @@ void Internals::Complain(std::string_view trouble)
 {
     try
     {
-        WriteText(StandardError, "zelKit: " + std::string(trouble) + "\n");
+        WriteText(StandardError, "zelKit: " + Misc::Printable(trouble) + "\n");
     }
     catch (const std::exception&)
     {

@@ -12,7 +12,8 @@ inline constexpr int StandardError = 2; ///< its descriptor
 /// @return 0, or the system's error that kept the rest from being written
 int WriteText(int file, std::string_view text);
 
-/// Tells of trouble on standard error: one line, which begins with the library's name.
+/// Tells of trouble on standard error: one line, which begins with the library's name, made safe
+/// for a terminal.
 /// Of a failure in that nobody could be told, so that it is ignored.
 void Complain(std::string_view trouble);
 

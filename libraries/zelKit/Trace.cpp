@@ -1,6 +1,7 @@
 #include "contracts/zelKit/Trace.h"
 
 #include "contracts/zelKit/Environment.h"
+#include "contracts/zelKit/Text.h"
 #include "contracts/zelKit/Thread.h"
 #include "contracts/zelKit/Time.h"
 #include "libraries/LocalDate.h"
@@ -64,19 +65,6 @@ std::string TimeText(std::uint64_t milliseconds)
     return text.data();
 }
 
-void AppendOnOneLine(std::string& line, std::string_view text)
-{
-    constexpr char digits[] = "0123456789abcdef";
-    for (const char character : text)
-    {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte < 0x20 || byte == 0x7F)
-            line.append({'\\', 'x', digits[byte >> 4], digits[byte & 15]});
-        else
-            line += character;
-    }
-}
-
 template <class Number> std::string TextOf(Number number, int base)
 {
     std::array<char, 24> text{};
@@ -106,7 +94,7 @@ CTraceStreamBuffer::~CTraceStreamBuffer()
         line += ' ' + m_Module.GetName() + ' ' + TextOf(m_Level, 10) + ' ' + m_SourcePath + ' ' +
                 m_FunctionName + ':' + TextOf(m_Line, 10) + " [" +
                 TextOf(Internals::ThreadNumber(), 10) + "] ";
-        AppendOnOneLine(line, m_Text);
+        line += Misc::Printable(m_Text);
         line += '\n';
         if (const int error = WriteText(TraceTarget(), line); error != 0)
             TellOnce(error);

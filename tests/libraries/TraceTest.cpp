@@ -38,6 +38,8 @@ TEST(Trace, FillsTheFormat)
         {"%s%s left: %d", [](auto& s) { s << "%d" << 3; }, "%d3 left: %d"},
         {"100%% %5d %", [](auto& s) { s << 1; }, "100%% %5d %"},
         {"%s", [](auto& s) { s << std::string("\n\0\x7F\xC3\xA9", 5); }, "\\x0a\\x00\\x7f\xC3\xA9"},
+        {"%s\u202d", [](auto& s) { s << "\u009b\u200e\u2066\xFF"; },
+         "\\u009b\\u200e\\u2066\\xff\\u202d"},
     };
     setenv("TZ", "UTC0", 1);
     tzset();
@@ -105,7 +107,8 @@ TEST(Trace, TellsOnceThatItsFileTakesNothing)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const std::pair<const char*, const char*> cases[] = {
-        {"/dev/null/trace", "^zelKit: [^\n]*/dev/null/trace[^\n]*\n[^\n]* first\n[^\n]* second\n$"},
+        {"/dev/null/\u202e",
+         "^zelKit: [^\n]*/dev/null/.u202e\"[^\n]*\n[^\n]* first\n[^\n]* second\n$"},
         {"/dev/full", "^zelKit: trace lines are lost [^\n]*\n$"},
     };
     for (const auto& [file, said] : cases)
