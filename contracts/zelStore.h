@@ -3,4 +3,5 @@
 
 #include "contracts/zelStore/DatabaseDAO.h"
 #include "contracts/zelStore/Exception.h"
+#include "contracts/zelStore/RowState.h"
 #include "contracts/zelStore/Storage.h"

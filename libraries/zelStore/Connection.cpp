@@ -128,6 +128,7 @@ std::vector<std::string> Connection::query(std::string statement)
     }
     catch (const Failure& failure)
     {
+        m_RowState->Refused(failure, m_Path);
         AfterFailure(failure.code);
         throw DBEXCEPTION::DatabaseException(Told(failure.text));
     }
@@ -205,7 +206,10 @@ void Connection::RunRows(std::string_view text, Cells& cells)
         ++binder.place;
         Check(m_Database.get(), std::visit(binder, value));
     }
+    const int rowsWritten = sqlite3_total_changes(m_Database.get());
     Run(statement, cells);
+    if (sqlite3_total_changes(m_Database.get()) != rowsWritten)
+        m_RowState->Written();
 }
 
 void Connection::RunAsItStands(const StatementPart& part, Cells& cells)

@@ -4,6 +4,7 @@
 #include "contracts/zelStore/DatabaseDAO.h"
 #include "libraries/zelStore/MovedFile.h"
 #include "libraries/zelStore/PreparedStatements.h"
+#include "libraries/zelStore/RowState.h"
 #include "libraries/zelStore/Sqlite.h"
 #include "libraries/zelStore/StatementReader.h"
 #include "libraries/zelStore/TableDefinitions.h"
@@ -64,6 +65,7 @@ class Connection final : public DatabaseDAO
 
     const std::string m_Path;
     const std::vector<Definition> m_Definitions;
+    const std::shared_ptr<RowState> m_RowState = MakeRowState();
 
     std::mutex m_Mutex; ///< guards all below
     StatementReader m_Reader;

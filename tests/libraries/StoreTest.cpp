@@ -59,6 +59,15 @@ class Store
     std::shared_ptr<DatabaseORM::storage_t> m_Storage;
 };
 
+/// What a host is told of rows that are not written; empty when they are.
+std::string RowTrouble()
+{
+    std::string message = "before";
+    const bool areRefused = DatabaseWrapper::AreRowsRefused(message);
+    EXPECT_EQ(areRefused, !message.empty());
+    return message;
+}
+
 /// Another program's connection. What it wrote stays in the log.
 struct Outsider
 {
@@ -195,10 +204,15 @@ TEST_F(File, OfAnotherKindIsRefusedAndUntouchedUntilItIsMovedAway)
             const std::string refusal = store.Refusal("DELETE FROM raid_plugin");
             EXPECT_TRUE(refusal.starts_with(told)) << refusal;
             EXPECT_TRUE(refusal.ends_with(" (" + m_Path + ")")) << refusal;
+            EXPECT_TRUE(RowTrouble().starts_with(m_Path + ": " + std::string(told).substr(0, 20)))
+                << RowTrouble();
         }
         EXPECT_EQ(m_Folder.Read(m_Name), before);
         files::remove(m_Path);
         EXPECT_EQ(store.Names(), Cells{});
+        EXPECT_NE(RowTrouble(), "") << "nothing was written yet";
+        store.Add("x");
+        EXPECT_EQ(RowTrouble(), "");
     }
     EXPECT_TRUE(Store(m_Folder.Path()).Refusal("SELECT 1").starts_with("not a regular file"));
 }
@@ -239,11 +253,14 @@ TEST_F(File, LockedByAnotherProgram)
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(store.Refusal("DELETE FROM raid_plugin"), "database is locked (" + m_Path + ")");
         EXPECT_EQ(store.Names().size(), 2u) << "reading goes on";
+        EXPECT_EQ(RowTrouble(), m_Path + ": another program keeps the file locked; rows are not "
+                                         "kept; end that program, or its transaction");
         const auto time = std::chrono::steady_clock::now() - begin;
         EXPECT_TRUE(time >= Milliseconds(least) && time < Milliseconds(most)) << time.count();
     }
     outsider.Do("COMMIT");
     store.Add("after");
+    EXPECT_EQ(RowTrouble(), "");
     addUnderShortLock("patient again");
 }
 
@@ -436,8 +453,13 @@ TEST_F(File, ThatIsFull)
     EXPECT_EQ(store.Refusal("INSERT INTO raid_plugin (plg_pluginName) VALUES('" + big + "')"),
               "database or disk is full (" + m_Path + ")");
     EXPECT_EQ(store.Names(), Cells{});
+    store("DELETE FROM raid_plugin");
+    EXPECT_EQ(RowTrouble(), m_Path + ": the disk is full; rows are not kept; free space there")
+        << "no row was deleted";
     store("PRAGMA max_page_count = 1000");
     store.Add(big);
+    EXPECT_NE(store.Refusal("INSERT INTO raid_plugin (plg_pluginName) VALUES('" + big + "')"), "");
+    EXPECT_EQ(RowTrouble(), "") << "the statement's own fault";
     EXPECT_EQ(store.Names(), Cells{big});
 }
 
@@ -465,6 +487,7 @@ TEST_F(File, ThatMayOnlyBeReadAtFirst)
         EXPECT_EQ(store.Names(), names);
         EXPECT_EQ(store.Refusal("DELETE FROM raid_plugin"),
                   "attempt to write a readonly database (" + path + ")");
+        EXPECT_TRUE(RowTrouble().starts_with(path + ": the file may only be read; "));
         EXPECT_EQ(store.Names(), names);
         allow(0777);
         EXPECT_EQ(store.Refusal("DELETE FROM raid_plugin"), "");
