@@ -10,5 +10,6 @@
 #include "contracts/zelPlug/Operation.h"
 #include "contracts/zelPlug/PluginHelper.h"
 #include "contracts/zelPlug/Property.h"
+#include "contracts/zelPlug/Settings.h"
 #include "contracts/zelPlug/SmartValues.h"
 #include "vocabulary/Identifiers.h"

@@ -6,6 +6,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include <string>
+#include <vector>
 
 namespace PI
 {
@@ -45,6 +46,12 @@ class ZELPLUG_API CConfigFile
     ///         leaves the old file as it was
     _ERROR_CODE WriteKeyValue(const std::string& key, const std::string& value, int section,
                               int index);
+
+    /// Tells of the settings files of this process that could not be read when that was last tried,
+    /// so that their keys counted as missing. A file that is not there is none of them, and one
+    /// that can be read again is none any more. Any thread, at any time; opens no file.
+    /// @return for each: which file, why, and what to do, in one line; sorted
+    static std::vector<std::string> GetUnreadableFiles();
 
   private:
     boost::filesystem::path m_FileName;

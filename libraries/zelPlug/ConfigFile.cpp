@@ -1,6 +1,7 @@
 #include "contracts/zelPlug/ConfigFile.h"
 
 #include "contracts/zelKit/Environment.h"
+#include "contracts/zelKit/Text.h"
 #include "contracts/zelKit/Thread.h"
 #include "libraries/zelPlug/ConfigFolder.h"
 #include "libraries/zelPlug/FileReplacement.h"
@@ -8,7 +9,10 @@
 #include <boost/filesystem/operations.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
+#include <map>
+#include <mutex>
 #include <string_view>
 
 namespace PI
@@ -26,15 +30,6 @@ path ConfigFolder()
 {
     const std::string named = ZKT::Misc::GetVariable("TARNIS_CONFIG_DIR");
     return named.empty() ? Internals::DefaultConfigFolder() : path(named);
-}
-
-/// Where a settings file lies; empty when there is no place for it.
-path Locate(const path& name)
-{
-    if (name.empty() || name.has_parent_path())
-        return name;
-    const path folder = ConfigFolder();
-    return folder.empty() ? path() : folder / name;
 }
 
 std::string_view Trimmed(std::string_view text)
@@ -127,19 +122,18 @@ void SetValue(std::string& text, std::string_view key, std::string_view value)
 
 _ERROR_CODE Write(const path& name, std::string_view key, std::string_view value)
 {
-    path target = Locate(name);
+    path target = Internals::LocateConfigFile(name);
     if (target.empty() || !Internals::FollowLinks(target))
         return ERR_WRITE_ACCESS_DENIED;
-    std::string text;
-    std::optional<Internals::FileAttributes> attributes = Internals::FileAttributes{};
-    switch (
-        Internals::ReadWhole(target, Internals::Purpose::Replace, largestFile, text, *attributes))
+    Internals::FileContent content;
+    std::optional<Internals::FileAttributes> attributes;
+    switch (Internals::ReadWhole(target, Internals::Purpose::Replace, largestFile, content))
     {
     case Internals::ReadResult::Read:
+        attributes = content.attributes;
         break;
     case Internals::ReadResult::Missing:
     {
-        attributes.reset();
         boost::system::error_code error;
         boost::filesystem::create_directories(target.parent_path(), error);
         break; // without a folder, what follows fails
@@ -147,16 +141,102 @@ _ERROR_CODE Write(const path& name, std::string_view key, std::string_view value
     case Internals::ReadResult::Unreadable:
         return ERR_WRITE_ACCESS_DENIED;
     }
-    SetValue(text, key, value);
+    SetValue(content.text, key, value);
     // A file that could not be read back is no way to keep a setting.
-    if (text.size() > largestFile || !Internals::PutInPlace(target, text, attributes))
+    if (content.text.size() > largestFile ||
+        !Internals::PutInPlace(target, content.text, attributes))
         return ERR_WRITE_ACCESS_DENIED;
     return ERR_SUCCESS;
 }
 
+/// The files that could not be read, with the line that tells of each.
+class UnreadableFiles
+{
+  public:
+    void Note(const path& file, const Internals::FileContent& content)
+    {
+        std::string line = ZKT::Misc::Printable(file.string() + ": " + Complaint(content));
+        const std::lock_guard lock(m_Mutex);
+        m_Lines[file.string()] = std::move(line);
+        m_HasAny = true;
+    }
+
+    void Clear(const path& file)
+    {
+        if (!m_HasAny) // every look into a file comes here
+            return;
+        const std::lock_guard lock(m_Mutex);
+        m_Lines.erase(file.string());
+        m_HasAny = !m_Lines.empty();
+    }
+
+    std::vector<std::string> Lines() const
+    {
+        const std::lock_guard lock(m_Mutex);
+        std::vector<std::string> lines;
+        for (const auto& [file, line] : m_Lines)
+            lines.push_back(line);
+        return lines;
+    }
+
+  private:
+    static std::string Complaint(const Internals::FileContent& content)
+    {
+        const std::string effect = "; defaults apply; ";
+        switch (content.why)
+        {
+        case Internals::Unreadable::Forbidden:
+            return "this user may not read it" + effect + "give this user the right to";
+        case Internals::Unreadable::NoFile:
+            return "not a regular file" + effect + "put a text file in its place";
+        case Internals::Unreadable::TooLong:
+            return "longer than " + std::to_string(largestFile >> 20) + " MiB" + effect +
+                   "shorten it";
+        default:
+            return "cannot be read (" + content.reason + ")" + effect +
+                   "repair that, or name another folder in TARNIS_CONFIG_DIR";
+        }
+    }
+
+    mutable std::mutex m_Mutex; ///< guards m_Lines
+    std::map<std::string, std::string> m_Lines;
+    std::atomic<bool> m_HasAny = false;
+};
+
+UnreadableFiles& TheUnreadableFiles()
+{
+    static UnreadableFiles files;
+    return files;
+}
+
+/// Reads a file of settings, and notes when that cannot be done.
+bool Read(const path& file, Internals::FileContent& content)
+{
+    const Internals::ReadResult result =
+        Internals::ReadWhole(file, Internals::Purpose::Read, largestFile, content);
+    if (result == Internals::ReadResult::Unreadable)
+        TheUnreadableFiles().Note(file, content);
+    else
+        TheUnreadableFiles().Clear(file);
+    return result == Internals::ReadResult::Read;
+}
+
 } // namespace
 
+path Internals::LocateConfigFile(const path& name)
+{
+    if (name.empty() || name.has_parent_path())
+        return name;
+    const path folder = ConfigFolder();
+    return folder.empty() ? path() : folder / name;
+}
+
 CConfigFile::CConfigFile() = default;
+
+std::vector<std::string> CConfigFile::GetUnreadableFiles()
+{
+    return TheUnreadableFiles().Lines();
+}
 
 _ERROR_CODE CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int section,
                                       int index) const
@@ -165,15 +245,13 @@ _ERROR_CODE CConfigFile::ReadKeyValue(const std::string& key, std::string& value
     try
     {
         const std::string_view wanted = Trimmed(key);
-        std::string text;
-        Internals::FileAttributes attributes{};
+        Internals::FileContent content;
         ValuePlace place{};
         if (section != -1 || index != -1 || !IsKey(wanted) ||
-            Internals::ReadWhole(Locate(m_FileName), Internals::Purpose::Read, largestFile, text,
-                                 attributes) != Internals::ReadResult::Read ||
-            !FindValue(text, wanted, place))
+            !Read(Internals::LocateConfigFile(m_FileName), content) ||
+            !FindValue(content.text, wanted, place))
             return ERR_CONFIG_VALUE_NOT_FOUND;
-        value = text.substr(place.begin, place.length);
+        value = content.text.substr(place.begin, place.length);
         return ERR_SUCCESS;
     }
     catch (const std::exception&)

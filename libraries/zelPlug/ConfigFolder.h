@@ -1,4 +1,4 @@
-// Where settings lie when nobody says it; linux/ and windows/ hold the places.
+// Where settings lie.
 #pragma once
 
 #include <boost/filesystem/path.hpp>
@@ -6,7 +6,11 @@
 namespace PI::Internals
 {
 
-/// The folder of the whole computer if it exists, else the user's own. Empty when there is neither.
+/// Where a settings file of that name lies; empty when there is no place for it.
+boost::filesystem::path LocateConfigFile(const boost::filesystem::path& name);
+
+/// Where they lie when nobody says it: the folder of the whole computer if it exists, else the
+/// user's own (linux/ and windows/ hold the places). Empty when there is neither.
 boost::filesystem::path DefaultConfigFolder();
 
 } // namespace PI::Internals

@@ -26,6 +26,16 @@ enum class ReadResult
     Unreadable,
 };
 
+/// What keeps a file from being read.
+enum class Unreadable
+{
+    Nothing,
+    Forbidden,
+    NoFile, ///< a folder, a pipe, a device
+    TooLong,
+    Failure,
+};
+
 enum class Purpose
 {
     Read,
@@ -36,10 +46,19 @@ enum class Purpose
 /// @return false for a chain without end
 bool FollowLinks(boost::filesystem::path& path);
 
+/// A file that was read whole, or why not.
+struct FileContent
+{
+    std::string text;
+    FileAttributes attributes;
+    Unreadable why = Unreadable::Nothing;
+    std::string reason; ///< the system's words for Unreadable::Failure
+};
+
 /// Reads a regular file. Never waits for a pipe or a device.
 /// @param limit  size in bytes from which on a file counts as unreadable
 ReadResult ReadWhole(const boost::filesystem::path& path, Purpose purpose, std::size_t limit,
-                     std::string& content, FileAttributes& attributes);
+                     FileContent& content);
 
 /// Writes the content to disk under another name in the same folder, then renames it. Whatever
 /// happens, the path names the whole old file or the whole new one.

@@ -1,9 +1,12 @@
 #include "contracts/zelPlug/ConfigFile.h"
+#include "contracts/zelPlug/Settings.h"
 #include "tests/support/TestFolder.h"
 
+#include <algorithm>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <random>
+#include <tuple>
 #if defined(_WIN32)
 #include <windows.h>
 #else
@@ -72,6 +75,33 @@ TEST_F(Settings, AreReadByTheRules)
     SetBytes("Key=1\n");
     fs::resize_file(m_File, 64 * 1024 * 1024 + 1);
     EXPECT_EQ(Read(m_File, "Key"), "none");
+    EXPECT_EQ(PI::CConfigFile::GetUnreadableFiles(),
+              std::vector{m_File.string() + ": longer than 64 MiB; defaults apply; shorten it"});
+    SetBytes("");
+    EXPECT_EQ(Read(m_File, "Key"), "none");
+    EXPECT_TRUE(PI::CConfigFile::GetUnreadableFiles().empty());
+}
+
+TEST(SettingValues, OfAnyText)
+{
+    const std::tuple<const char*, std::uint32_t, std::uint32_t> numbers[] = {
+        {"40", 40, 40},    {" +7", 7, 7},     {"7 ", 30, 95},          {"", 30, 95},
+        {"0x10", 30, 95},  {"256", 255, 256}, {"-1", 255, 4294967295}, {"4294967296", 30, 95},
+        {"1,000", 30, 95}, {"0", 2, 0}};
+    for (const auto& [text, interval, threshold] : numbers)
+    {
+        EXPECT_EQ(PI::NumberInEffect(Vocabulary::pollInterval, text), interval) << text;
+        EXPECT_EQ(PI::NumberInEffect(Vocabulary::wearLevelThreshold, text), threshold) << text;
+    }
+    const std::tuple<const char*, std::uint32_t, std::uint32_t, std::uint32_t> times[] = {
+        {"10:45", 11, 10, 45}, {"7", 11, 7, 7},      {"12:", 11, 12, 0}, {":30", 11, 11, 30},
+        {"25:70", 11, 23, 59}, {"x:15", 23, 23, 15}, {"", 11, 11, 0},    {"x", 23, 23, 0},
+        {"9:5:7", 11, 9, 0},   {"45", 11, 23, 45},   {"9 :5", 11, 11, 5}};
+    for (const auto& [text, presetHour, hour, minute] : times)
+    {
+        const PI::CTimeOfDay time = PI::TimeInEffect({"", "", presetHour}, text);
+        EXPECT_EQ(std::tuple(time.hour, time.minute), std::tuple(hour, minute)) << text;
+    }
 }
 
 TEST_F(Settings, AreWrittenAndAllElseKept)
@@ -190,6 +220,28 @@ TEST_F(Settings, InPlacesThatAreNoFilesGiveErrors)
         EXPECT_EQ(Write(place, "Key", "2"), 20018) << place;
         EXPECT_EQ(Read(place, "Key"), "none") << place;
     }
+    const std::string noFile = "not a regular file; defaults apply; put a text file in its place";
+    const std::string another =
+        "; defaults apply; repair that, or name another folder in TARNIS_CONFIG_DIR";
+    const std::pair<fs::path, std::string> reasons[] = {
+        {"/dev/zero", noFile},
+        {m_Folder, noFile},
+        {pipe, noFile},
+        {loop, "cannot be read (Too many levels of symbolic links)" + another},
+        {m_File / "below", "cannot be read (Not a directory)" + another}};
+    const std::vector<std::string> lines = PI::CConfigFile::GetUnreadableFiles();
+    for (const auto& [place, reason] : reasons)
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), place.string() + ": " + reason), 1)
+            << place;
+    // One that can be read, or is not there, is none of them any more.
+    fs::remove(loop);
+    fs::remove(pipe);
+    SetBytes("Key=1\n");
+    fs::rename(m_File, pipe);
+    for (const fs::path& place : {pipe, loop, m_File / "below"})
+        Read(place, "Key");
+    EXPECT_EQ(PI::CConfigFile::GetUnreadableFiles().size(), lines.size() - 3);
+    fs::rename(pipe, m_File);
     // A disk that is full in the middle of the new file.
     rlimit limit{3, RLIM_INFINITY};
     std::signal(SIGXFSZ, SIG_IGN);
@@ -198,7 +250,7 @@ TEST_F(Settings, InPlacesThatAreNoFilesGiveErrors)
     limit.rlim_cur = RLIM_INFINITY;
     setrlimit(RLIMIT_FSIZE, &limit);
     EXPECT_EQ(Bytes(), "Key=1\n");
-    EXPECT_EQ(FilesInFolder(), 3) << "an unfinished file was left";
+    EXPECT_EQ(FilesInFolder(), 1) << "an unfinished file was left";
 }
 
 TEST_F(Settings, WithABareNameAreLookedForInTheirFolder)

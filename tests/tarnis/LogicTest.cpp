@@ -1,5 +1,4 @@
 // The decisions of the plug-in that no machine brings about, as functions from values to values.
-#include "tarnis/Src/tarnis/Settings.h"
 #include "tarnis/Src/tarnis/Trace.h"
 #include "tarnis/Src/tarnisPhysicalDrive/PhysicalDriveQueries.h"
 #include "vocabulary/Names.h"
@@ -9,21 +8,6 @@
 #include <tuple>
 
 using namespace NAMESPACE_tarnis;
-
-TEST(Settings, TimesOfDay)
-{
-    const std::tuple<const char*, std::uint32_t, std::uint32_t, std::uint32_t> times[] = {
-        {"10:45", 11, 10, 45}, {"7", 11, 7, 7},      {"12:", 11, 12, 0}, {":30", 11, 11, 30},
-        {"25:70", 11, 23, 59}, {"x:15", 23, 23, 15}, {"", 11, 11, 0},    {"x", 23, 23, 0},
-        {"9:5:7", 11, 9, 0},   {"45", 11, 23, 45},   {"9 :5", 11, 11, 5}};
-    for (const auto& [text, defaultHour, hour, minute] : times)
-    {
-        const ZKTX::CSystemDate_Win time = ParseTimeOfDay(text, defaultHour);
-        EXPECT_EQ(std::tuple(time.m_Hour, time.m_Minute, time.m_Second),
-                  std::tuple(hour, minute, 0))
-            << '"' << text << '"';
-    }
-}
 
 TEST(DriveProperties, IconsAndTheEndOfTime)
 {

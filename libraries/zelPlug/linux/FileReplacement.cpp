@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace PI::Internals
@@ -38,20 +39,31 @@ class FileDescriptor
     int m_File;
 };
 
-bool ReadAll(int file, std::size_t limit, std::string& content)
+Unreadable WhyNot(int error, std::string& reason)
 {
-    content.clear();
+    reason = std::generic_category().message(error);
+    return error == EACCES || error == EPERM ? Unreadable::Forbidden : Unreadable::Failure;
+}
+
+bool ReadAll(int file, std::size_t limit, FileContent& content)
+{
+    content.text.clear();
     std::array<char, 65536> block;
     for (;;)
     {
         const ssize_t size = read(file, block.data(), block.size());
         if (size < 0 && errno == EINTR)
             continue;
+        if (size < 0)
+            content.why = WhyNot(errno, content.reason);
         if (size <= 0)
             return size == 0;
-        if (content.size() + static_cast<std::size_t>(size) > limit)
+        if (content.text.size() + static_cast<std::size_t>(size) > limit)
+        {
+            content.why = Unreadable::TooLong;
             return false;
-        content.append(block.data(), static_cast<std::size_t>(size));
+        }
+        content.text.append(block.data(), static_cast<std::size_t>(size));
     }
 }
 
@@ -105,17 +117,26 @@ bool TakeOver(int file, const FileAttributes& attributes)
 } // namespace
 
 ReadResult ReadWhole(const boost::filesystem::path& path, Purpose purpose, std::size_t limit,
-                     std::string& content, FileAttributes& attributes)
+                     FileContent& content)
 {
     const int access = purpose == Purpose::Read ? O_RDONLY : O_RDWR;
     FileDescriptor file(path.c_str(), access | O_NONBLOCK);
-    if (!file.IsOpen())
-        return errno == ENOENT ? ReadResult::Missing : ReadResult::Unreadable;
     struct stat status = {};
-    if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        !ReadAll(file.Get(), limit, content))
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
+    {
+        if (errno == ENOENT)
+            return ReadResult::Missing;
+        content.why = WhyNot(errno, content.reason);
         return ReadResult::Unreadable;
-    attributes = {status.st_mode & 07777, status.st_uid, status.st_gid};
+    }
+    if (!S_ISREG(status.st_mode))
+    {
+        content.why = Unreadable::NoFile;
+        return ReadResult::Unreadable;
+    }
+    if (!ReadAll(file.Get(), limit, content))
+        return ReadResult::Unreadable;
+    content.attributes = {status.st_mode & 07777, status.st_uid, status.st_gid};
     return ReadResult::Read;
 }
 

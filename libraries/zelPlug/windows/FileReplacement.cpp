@@ -1,6 +1,9 @@
 #include "libraries/zelPlug/FileReplacement.h"
 
+#include <boost/filesystem/operations.hpp>
+
 #include <algorithm>
+#include <system_error>
 #include <vector>
 
 #include <windows.h>
@@ -38,22 +41,39 @@ class OpenFile
     HANDLE m_File;
 };
 
-bool ReadAll(HANDLE file, std::size_t limit, std::string& content)
+Unreadable WhyNot(DWORD error, std::string& reason)
+{
+    reason = std::system_category().message(static_cast<int>(error));
+    return error == ERROR_ACCESS_DENIED ? Unreadable::Forbidden : Unreadable::Failure;
+}
+
+bool ReadAll(HANDLE file, std::size_t limit, FileContent& content)
 {
     LARGE_INTEGER size = {};
-    if (GetFileSizeEx(file, &size) == 0 || static_cast<std::uint64_t>(size.QuadPart) > limit)
+    if (GetFileSizeEx(file, &size) == 0)
+    {
+        content.why = WhyNot(GetLastError(), content.reason);
         return false;
-    content.resize(static_cast<std::size_t>(size.QuadPart));
+    }
+    if (static_cast<std::uint64_t>(size.QuadPart) > limit)
+    {
+        content.why = Unreadable::TooLong;
+        return false;
+    }
+    content.text.resize(static_cast<std::size_t>(size.QuadPart));
     std::size_t position = 0;
     DWORD count = 0;
     do
     {
-        if (ReadFile(file, content.data() + position, static_cast<DWORD>(content.size() - position),
-                     &count, nullptr) == 0)
+        if (ReadFile(file, content.text.data() + position,
+                     static_cast<DWORD>(content.text.size() - position), &count, nullptr) == 0)
+        {
+            content.why = WhyNot(GetLastError(), content.reason);
             return false;
+        }
         position += count;
-    } while (count != 0 && position < content.size());
-    content.resize(position);
+    } while (count != 0 && position < content.text.size());
+    content.text.resize(position);
     return true;
 }
 
@@ -118,22 +138,36 @@ bool Replace(const boost::filesystem::path& from, const boost::filesystem::path&
 } // namespace
 
 ReadResult ReadWhole(const boost::filesystem::path& path, Purpose purpose, std::size_t limit,
-                     std::string& content, FileAttributes& attributes)
+                     FileContent& content)
 {
     const DWORD access = purpose == Purpose::Read ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
     const OpenFile file(path, access, OPEN_EXISTING);
     if (!file.IsOpen())
     {
         const DWORD error = GetLastError();
-        return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND
-                   ? ReadResult::Missing
-                   : ReadResult::Unreadable;
+        if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND)
+            return ReadResult::Missing;
+        content.why = WhyNot(error, content.reason);
+        // A folder is not opened as a file, and the right to it is not what is missing.
+        boost::system::error_code ignored;
+        if (boost::filesystem::is_directory(path, ignored))
+            content.why = Unreadable::NoFile;
+        return ReadResult::Unreadable;
     }
     BY_HANDLE_FILE_INFORMATION facts = {};
-    if (GetFileType(file.Get()) != FILE_TYPE_DISK ||
-        GetFileInformationByHandle(file.Get(), &facts) == 0 || !ReadAll(file.Get(), limit, content))
+    if (GetFileType(file.Get()) != FILE_TYPE_DISK)
+    {
+        content.why = Unreadable::NoFile;
         return ReadResult::Unreadable;
-    attributes.permissions = facts.dwFileAttributes;
+    }
+    if (GetFileInformationByHandle(file.Get(), &facts) == 0)
+    {
+        content.why = WhyNot(GetLastError(), content.reason);
+        return ReadResult::Unreadable;
+    }
+    if (!ReadAll(file.Get(), limit, content))
+        return ReadResult::Unreadable;
+    content.attributes.permissions = facts.dwFileAttributes;
     return ReadResult::Read;
 }
 

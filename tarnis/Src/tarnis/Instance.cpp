@@ -3,8 +3,6 @@
 #include "tarnis/Src/tarnis/Module.h"
 #include "tarnis/Src/tarnis/Settings.h"
 
-#include <algorithm>
-
 namespace NAMESPACE_tarnis
 {
 
@@ -12,22 +10,21 @@ IPLUGINAPI_IMPL::IPLUGINAPI_IMPL()
     : m_PollInterval(DefaultPollInterval), m_NextObjectId(0),
       m_Database(DatabaseORM::getDatabasePointer())
 {
-    m_ConfigFile.SetFileName("tarnis.ini");
-    m_CustomConfigFile.SetFileName("CustomOpts.ini");
+    m_ConfigFile.SetFileName(Vocabulary::pluginSettings);
+    m_CustomConfigFile.SetFileName(Vocabulary::customSettings);
 
-    const auto threshold = [this](const char* key, std::uint32_t preset)
-    { return ReadNumber(m_CustomConfigFile, key, preset, preset); };
-    m_WearLevelThreshold = threshold("WearLevelThreshold", 95);
-    m_ReservedCellsThreshold = threshold("ReservedCellsThreshold", 10);
-    m_AverageUsageThreshold = threshold("AverageUsageThreshold", 60);
-    m_SnmpTrapReportTime1 = ReadTimeOfDay(m_CustomConfigFile, "SnmpTrapReportTime1", 11);
-    m_SnmpTrapReportTime2 = ReadTimeOfDay(m_CustomConfigFile, "SnmpTrapReportTime2", 23);
+    const auto threshold = [this](const Vocabulary::NumberSetting& setting)
+    { return ReadNumber(m_CustomConfigFile, setting, setting.preset); };
+    m_WearLevelThreshold = threshold(Vocabulary::wearLevelThreshold);
+    m_ReservedCellsThreshold = threshold(Vocabulary::reservedCellsThreshold);
+    m_AverageUsageThreshold = threshold(Vocabulary::averageUsageThreshold);
+    m_SnmpTrapReportTime1 = ReadTimeOfDay(m_CustomConfigFile, Vocabulary::snmpTrapReportTime1);
+    m_SnmpTrapReportTime2 = ReadTimeOfDay(m_CustomConfigFile, Vocabulary::snmpTrapReportTime2);
 
-    const std::uint32_t interval = std::clamp(
-        ReadNumber(m_ConfigFile, "PollInterval", DefaultPollInterval, DefaultPollInterval),
-        MinimumPollInterval, MaximumPollInterval);
+    const std::uint32_t interval =
+        ReadNumber(m_ConfigFile, Vocabulary::pollInterval, DefaultPollInterval);
     m_PollInterval = interval;
-    m_PollIntervalVDS = ReadNumber(m_ConfigFile, "PollInterval_VDS", interval, DefaultPollInterval);
+    m_PollIntervalVDS = ReadNumber(m_ConfigFile, Vocabulary::pollIntervalVDS, interval);
 }
 
 IPLUGINAPI_IMPL::~IPLUGINAPI_IMPL()
