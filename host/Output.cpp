@@ -32,10 +32,15 @@ void Output::SetColour(ColourMode mode)
     m_Coloured = wanted && TakeColour();
 }
 
+void PrintError(std::string_view line)
+{
+    const std::string text = Printable(line) + "\n";
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
 void Complain(std::string_view line)
 {
-    const std::string text = "tarnisctl: " + Printable(line) + "\n";
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    PrintError("tarnisctl: " + std::string(line));
 }
 
 } // namespace Host

@@ -57,7 +57,10 @@ class Output
     std::size_t m_Columns = 120;
 };
 
-/// Prints "tarnisctl: ..." on standard error: one line, made safe.
+/// Prints on standard error: one line, made safe.
+void PrintError(std::string_view line);
+
+/// The same for what this program has to say: "tarnisctl: ...".
 void Complain(std::string_view line);
 
 } // namespace Host

@@ -6,7 +6,11 @@
 #include "host/MemoryReserve.h"
 #include "host/Names.h"
 #include "host/Output.h"
+#include "host/PrintedText.h"
 #include "host/System.h"
+
+#include <exception>
+#include <sstream>
 
 namespace
 {
@@ -42,6 +46,31 @@ const std::string& WithMachineOpen(const std::string& plugin)
         "no supported AHCI controller was found: " + Host::CodeText(PI::ERR_NO_SUPPORTED_HARDWARE) +
             (machine.empty() ? " on this computer; --machine FILE shows a machine file in its place"
                              : " in the machine file " + machine));
+}
+
+/// Whether somebody wants to see what the plug-in does.
+bool IsTracing()
+{
+    return Host::ParseNumber(ZKT::Misc::GetVariable("TARNIS_TRACE_MASK")).value_or(0) != 0;
+}
+
+/// Carries a step out. What it prints on standard output is shown but for the line in which a
+/// plug-in counts its adapters.
+template <class Step> void WithoutStartLine(Step step)
+{
+    Host::PrintedText printed;
+    step();
+    try
+    {
+        std::istringstream lines(printed.Take());
+        for (std::string line; std::getline(lines, line);)
+            if (line.find(":  Initialize:  adapter count is ") == std::string::npos)
+                Host::PrintError(line);
+    }
+    catch (const std::exception&)
+    {
+        // No memory for them. What the step began must be ended all the same.
+    }
 }
 
 } // namespace
@@ -99,9 +128,16 @@ PluginSession::Instance::~Instance()
     m_Release(&m_Plugin);
 }
 
-PluginSession::Started::Started(Instance& instance) : m_Instance(instance)
+PluginSession::Started::Started(Instance& instance, Troubles& troubles)
+    : m_Instance(instance), m_Troubles(troubles)
 {
-    const std::int32_t code = m_Instance->Command(PI::COMMAND_INITIALIZE, 0, &adapters);
+    std::int32_t code = PI::ERR_GENERAL;
+    const auto initialize = [&]
+    { code = m_Instance->Command(PI::COMMAND_INITIALIZE, 0, &adapters); };
+    if (IsTracing())
+        initialize();
+    else
+        WithoutStartLine(initialize);
     if (code == PI::ERR_SUCCESS)
         return;
     // Without its locks a plug-in cannot be stopped either.
@@ -115,22 +151,26 @@ PluginSession::Started::Started(Instance& instance) : m_Instance(instance)
 PluginSession::Started::~Started()
 {
     m_Instance->Command(PI::COMMAND_DEINITIALIZE, 0, nullptr);
+    try
+    {
+        m_Troubles.Report(); // the worker wrote rows until now
+    }
+    catch (const std::exception&)
+    {
+        // No memory for the lines: they are left out.
+    }
 }
 
 PluginSession::PluginSession(const std::string& plugin)
-    : m_Library(WithMachineOpen(plugin)), m_Instance(m_Library), m_Started(m_Instance)
+    : m_Library(WithMachineOpen(plugin)), m_Instance(m_Library), m_Started(m_Instance, m_Troubles)
 {
-    Result();
+    ReportTroubles();
 }
 
 ExitCode PluginSession::Result()
 {
-    std::string line;
-    const bool isMissing = ZKTX::CSystem::IsRightMissing(line);
-    if (isMissing && line != m_MissingRight)
-        Complain(line);
-    m_MissingRight = line;
-    return isMissing ? EXIT_RIGHTS : EXIT_DONE;
+    ReportTroubles();
+    return m_Troubles.Has(TroubleKind::Right) ? EXIT_RIGHTS : EXIT_DONE;
 }
 
 std::vector<PI::CObject> PluginSession::Topology()

@@ -4,6 +4,7 @@
 #include "contracts/PluginInterface.h"
 #include "contracts/zelPlug.h"
 #include "host/Failure.h"
+#include "host/Troubles.h"
 
 #include <cstdint>
 #include <string>
@@ -17,15 +18,21 @@ namespace Host
 class PluginSession
 {
   public:
-    /// Opens the machine, then the plug-in. The environment is set before. A right that is missing
-    /// to read a disk is told on standard error.
+    /// Opens the machine, then the plug-in. The environment is set before. Troubles around it are
+    /// told on standard error: now, whenever they are asked for below, and at the end.
     /// @param plugin  file of the library; empty: tarnis.so beside this program, else wherever the
     ///                loader finds it
     /// @throws Failure
     explicit PluginSession(const std::string& plugin);
 
-    /// What a verb ends with that did what it was asked: whether all disks could be read.
-    /// One that was not told at the start is told now.
+    /// Tells of troubles that are new, and of those that are over.
+    void ReportTroubles() { m_Troubles.Report(); }
+
+    /// What stood against the plug-in at the last report.
+    const std::vector<Trouble>& CurrentTroubles() const { return m_Troubles.Current(); }
+
+    /// What a verb ends with that did what it was asked: whether all disks could be read. Reports
+    /// troubles first.
     ExitCode Result();
 
     /// Command 4. @throws Failure
@@ -75,7 +82,7 @@ class PluginSession
     class Started
     {
       public:
-        explicit Started(Instance& instance);
+        Started(Instance& instance, Troubles& troubles);
         ~Started();
         Started(const Started&) = delete;
         Started& operator=(const Started&) = delete;
@@ -84,13 +91,14 @@ class PluginSession
 
       private:
         Instance& m_Instance;
+        Troubles& m_Troubles;
     };
 
     // Destroyed from the last to the first: command 3, releaseIf, unloading.
     Library m_Library;
     Instance m_Instance;
+    Troubles m_Troubles;
     Started m_Started;
-    std::string m_MissingRight; ///< as it was told last
 };
 
 } // namespace Host

@@ -82,6 +82,7 @@ ExitCode Watch(const Options& options, Output& output)
         switch (wakeup.WaitForInbox())
         {
         case Wakeup::Reason::Inbox:
+            session.ReportTroubles();
             if (!PrintEvents(inbox, wakeup, options.json, output))
                 return session.Result();
             break;

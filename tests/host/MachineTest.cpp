@@ -107,7 +107,7 @@ TEST(Machine, GetAndSetPrintTheValueAndNothingElse)
         {{"set", "disk0", "poll interval", "5"}, 3, "disk0 has no POLL_INTERVAL; nothing of"},
         {{"set", "disk9", "NAME", "x"}, 1, "there is no disk9"},
         {{"set", "0x99", "NAME", "x"}, 3, "INVALID_OBJECT_ID (20008)"},
-        {{"--config-dir", "/dev/null/no", "set", "plugin", "POLL_INTERVAL", "5"},
+        {{"--config-dir", "/proc/no", "set", "plugin", "POLL_INTERVAL", "5"},
          3,
          "WRITE_ACCESS_DENIED (20018)"},
     };
@@ -206,6 +206,9 @@ TEST(Machine, OptionsReachThePlugin)
                      {{"TARNIS_CONFIG_DIR", "/nowhere"}});
     EXPECT_EQ(outcome.out, "77 s\n") << outcome.err;
     EXPECT_TRUE(Holds(testFolder.Read("own.trace"), "ENTER"));
+    // The plug-in's own line at its start is for whoever traces.
+    EXPECT_EQ(outcome.err, "tarnis:  Initialize:  adapter count is 1\n");
+    EXPECT_EQ(RunTarnisctl({"--trace-mask", "0", "--machine", "machine.json"}).err, "");
 }
 
 TEST(Machine, EverythingFitsTheTerminal)

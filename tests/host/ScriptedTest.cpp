@@ -49,6 +49,8 @@ TEST(Scripted, OrderOfCallsHoldsOnEveryWay)
         EXPECT_EQ(outcome.out.empty(), exitCode != 0 || kind == Closed);
         EXPECT_TRUE(Holds(outcome.err, complaint)) << outcome.err;
         EXPECT_EQ(Holds(outcome.err, "tarnisctl: "), exitCode != 0) << outcome.err;
+        // What a plug-in prints at its start is no answer, and is not lost.
+        EXPECT_EQ(Holds(outcome.err, "scripted:  Initialize\n"), calls.starts_with("1"));
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <fstream>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -88,7 +89,8 @@ TEST(WatchVerb, PrintsDrivesThatComeAndGo)
         EXPECT_TRUE(Holds(watch.LineWith("drive went"), ": disk1 "));
         EXPECT_EQ(watch.End(SIGINT), 0);
     }
-    Running watch({"watch", "--json", "--machine", machine});
+    // A trace bit that no trace line has: the plug-in's line at its start is shown.
+    Running watch({"watch", "--json", "--machine", machine, "--trace-mask", "0x40000000"});
     watch.LineWith("adapter count is 1");
     PutMachine({7});
     const json went = json::parse(watch.LineWith("{"));
@@ -106,6 +108,24 @@ TEST(WatchVerb, PrintsDrivesThatComeAndGo)
     EXPECT_EQ(came["object"], "0x0131000000000004");
     EXPECT_EQ(came["present"], true);
     EXPECT_EQ(watch.End(SIGTERM), 0);
+}
+
+TEST(WatchVerb, TellsOnceOfTroubleAndItsEnd)
+{
+    testFolder.Write("tarnis.ini", "PollInterval=2\n");
+    const std::string machine = testFolder.File("w\u202e.json");
+    std::filesystem::rename(PutMachine({0}), machine);
+    const std::string folder = testFolder.File("folder");
+    std::filesystem::create_directory(folder);
+    Running watch({"watch", "--for", "60", "--machine", machine, "--database", folder});
+    EXPECT_TRUE(watch.LineWith("").starts_with("tarnisctl: " + folder + ": not a regular file; "));
+    watch.LineWith("watching 1 drive");
+    std::ofstream(machine) << "{"; // a pass later the database has been refused again
+    const std::string warning = watch.LineWith("");
+    EXPECT_TRUE(Holds(warning, "w\\u202e.json") && Holds(warning, "last good version")) << warning;
+    std::filesystem::remove(folder);
+    EXPECT_EQ(watch.LineWith(""), "tarnisctl: the database: rows are written again\n");
+    EXPECT_EQ(watch.End(SIGINT), 0);
 }
 
 TEST(WatchVerb, EndsByItself)

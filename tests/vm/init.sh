@@ -94,7 +94,8 @@ echo on >"$sleeper/control"
 
 # Ten rounds of five disks that go and come back.
 tarnisctl set plugin POLL_INTERVAL 2 >/share/set.out
-tarnisctl watch --json >/share/events 2>/share/watch.err &
+# A trace bit that no trace line has: it shows when the plug-in has started.
+tarnisctl watch --json --trace-mask 0x40000000 >/share/events 2>/share/watch.err &
 watch=$!
 await 20 grep -q "adapter count" /share/watch.err
 events_are() { [ "$(wc -l </share/events)" -ge "$1" ]; }

@@ -138,9 +138,8 @@ def check_program(program, linux, sample, folder):
     # Without a machine file it is this computer, which is Wine's.
     plugin = shutil.copy(f"{os.path.dirname(program[-1])}/tarnis.dll", f"{folder}/Lüfter Ω 磁盘 2")
     code, out, told = run(program + ["--plugin", plugin])
-    expect("no hardware", (code, out, told[:1]),
-           (2, b"", ["tarnis:  Initialize:  adapter count is 0"]))
-    expect("its name", "NO_SUPPORTED_HARDWARE (20001)" in "".join(told[1:]), True)
+    expect("no hardware", (code, out, len(told)), (2, b"", 1))
+    expect("its name", "NO_SUPPORTED_HARDWARE (20001)" in "".join(told), True)
     local = glob.glob(f"{os.environ['WINEPREFIX']}/drive_c/users/*/AppData/Local")[0] + "/tarnis"
     shutil.rmtree(local, ignore_errors=True)
     run(program + ["--machine", sample, "set", "plugin", "POLL_INTERVAL", "50"])
