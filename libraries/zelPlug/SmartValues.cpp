@@ -30,6 +30,16 @@ std::vector<const Internals::SmartFamily*> FamiliesOf(const std::string& vendor,
     return families;
 }
 
+/// The bytes written, unless they are more than the interface carries in the hours: then the drive
+/// counts something else.
+std::optional<std::uint64_t> TrustedBytes(const Internals::PageIndex& page,
+                                          const Internals::SmartFamily& family,
+                                          std::optional<std::uint64_t> hours)
+{
+    const auto bytes = Internals::BytesOf(page, family.writes);
+    return bytes && hours && *bytes / MostBytesAnHour > *hours ? std::nullopt : bytes;
+}
+
 } // namespace
 
 CSmartValues::CSmartValues(const std::string& vendor, const std::string& product)
@@ -54,9 +64,7 @@ bool CSmartValues::Evaluate(const _IDE_SMART_DATA& page)
     if (family == m_Families.end())
         return false;
     const auto hours = Internals::HoursOf(index, (*family)->hours);
-    auto bytes = Internals::BytesOf(index, (*family)->writes);
-    if (bytes && hours && *bytes / MostBytesAnHour > *hours)
-        bytes.reset(); // it counts something else
+    const auto bytes = TrustedBytes(index, **family, hours);
     const auto used = Internals::PercentUsedOf(index, (*family)->used, m_RatedCycles);
     const auto left = Internals::PercentLeftOf(index, (*family)->reserve);
     if (!hours && !bytes && !used && !left)
