@@ -1,6 +1,7 @@
 #include "contracts/zelKit/Environment.h"
 #include "platform/DeviceNames.h"
 #include "platform/DeviceTreePicture.h"
+#include "platform/DiskAnswers.h"
 #include "platform/HostSystem.h"
 #include "platform/Machine.h"
 #include "platform/simulated/SimulatedMachine.h"
@@ -107,6 +108,7 @@ void SetCurrentMachine(std::shared_ptr<Machine> machine)
         current.machine.swap(machine);
     }
     ForgetPicture();
+    ForgetDiskAnswers();
 }
 
 } // namespace Platform

@@ -1,4 +1,5 @@
 #include "platform/ApiCall.h"
+#include "platform/DiskAnswers.h"
 #include "platform/DriveControl.h"
 #include "platform/HandleTable.h"
 #include "platform/Machine.h"
@@ -21,6 +22,17 @@ struct OpenDevice
 {
     std::unique_ptr<Device> device;
     DWORD access;
+    std::string path;            ///< that it was opened by
+    std::optional<DWORD> number; ///< of a disk that was opened by it, to be asked
+
+    /// Keeps the answer for whoever explains the disk.
+    void Note(DiskQuestion question, DWORD error) const
+    {
+        if (number)
+            NoteDiskAnswer(*number, question, error);
+        else if (error != ERROR_SUCCESS)
+            NoteSilentInterface(path, CurrentMachine().NumberOfInterface(path), question, error);
+    }
 };
 
 HandleTable<const OpenDevice>& Devices()
@@ -50,15 +62,27 @@ DWORD Reply(PVOID output, DWORD outputSize, DWORD& written, Ask ask)
     return ERROR_SUCCESS;
 }
 
-DWORD ReplyDriveData(Device& device, PVOID input, DWORD inputSize, PVOID output, DWORD outputSize,
-                     DWORD& written)
+DWORD ReplyDriveData(const OpenDevice& opened, PVOID input, DWORD inputSize, PVOID output,
+                     DWORD outputSize, DWORD& written)
 {
     DriveRequest request = {};
     DWORD error = DecodeDriveRequest(input, inputSize, output, outputSize, request);
     if (error != ERROR_SUCCESS)
         return error;
     Sector page; // filled, or not looked at
-    error = request == DriveRequest::Identify ? device.Identify(page) : device.SmartData(page);
+    Device& device = *opened.device;
+    if (request == DriveRequest::Identify)
+    {
+        error = device.Identify(page);
+        opened.Note(DiskQuestion::Identify, error);
+    }
+    else
+    {
+        error = device.SmartData(page);
+        opened.Note(DiskQuestion::SmartData, error);
+        if (error == ERROR_SUCCESS && opened.number)
+            NoteSmartPage(*opened.number, page);
+    }
     if (error != ERROR_SUCCESS)
         return error;
     EncodeDriveReply(page, output);
@@ -66,9 +90,10 @@ DWORD ReplyDriveData(Device& device, PVOID input, DWORD inputSize, PVOID output,
     return ERROR_SUCCESS;
 }
 
-DWORD Control(Device& device, DWORD code, PVOID input, DWORD inputSize, PVOID output,
+DWORD Control(const OpenDevice& opened, DWORD code, PVOID input, DWORD inputSize, PVOID output,
               DWORD outputSize, DWORD& written)
 {
+    Device& device = *opened.device;
     switch (code)
     {
     case IOCTL_STORAGE_GET_DEVICE_NUMBER:
@@ -78,6 +103,7 @@ DWORD Control(Device& device, DWORD code, PVOID input, DWORD inputSize, PVOID ou
                                                 answer.DeviceType = 7; // FILE_DEVICE_DISK
                                                 DWORD number = 0;
                                                 const DWORD error = device.DiskNumber(number);
+                                                opened.Note(DiskQuestion::DiskNumber, error);
                                                 answer.DeviceNumber = number;
                                                 return error;
                                             });
@@ -87,6 +113,8 @@ DWORD Control(Device& device, DWORD code, PVOID input, DWORD inputSize, PVOID ou
                                              {
                                                  std::uint64_t bytes = 0;
                                                  const DWORD error = device.Length(bytes);
+                                                 if (error == ERROR_SUCCESS && opened.number)
+                                                     NoteDiskLength(*opened.number, bytes);
                                                  answer.Length.QuadPart =
                                                      static_cast<LONGLONG>(bytes);
                                                  return error;
@@ -99,10 +127,12 @@ DWORD Control(Device& device, DWORD code, PVOID input, DWORD inputSize, PVOID ou
                                              answer.bRevision = 1;
                                              answer.bIDEDeviceMap = 1;
                                              answer.fCapabilities = 5; // IDENTIFY and SMART
-                                             return device.SmartVersion();
+                                             const DWORD error = device.SmartVersion();
+                                             opened.Note(DiskQuestion::SmartVersion, error);
+                                             return error;
                                          });
     case SMART_RCV_DRIVE_DATA:
-        return ReplyDriveData(device, input, inputSize, output, outputSize, written);
+        return ReplyDriveData(opened, input, inputSize, output, outputSize, written);
     default:
         return ERROR_INVALID_FUNCTION;
     }
@@ -127,8 +157,12 @@ HANDLE CreateFileA(const CHAR* path, DWORD access, DWORD /*shareMode*/,
         auto opened = std::make_shared<OpenDevice>();
         opened->access = ((access & GENERIC_READ) != 0 ? ReadAccess : 0) |
                          ((access & GENERIC_WRITE) != 0 ? WriteAccess : 0);
-        const DWORD error =
-            CurrentMachine().OpenDevice(path, (access & GENERIC_WRITE) != 0, opened->device);
+        const bool isWritable = (access & GENERIC_WRITE) != 0;
+        opened->path = path;
+        if (DWORD number = 0; isWritable && DiskNumberOfPath(path, number))
+            opened->number = number;
+        const DWORD error = CurrentMachine().OpenDevice(path, isWritable, opened->device);
+        opened->Note(DiskQuestion::Open, error);
         if (error != ERROR_SUCCESS)
             return FailCall(error, INVALID_HANDLE_VALUE);
         return Devices().Add(std::move(opened));
@@ -152,8 +186,7 @@ BOOL DeviceIoControl(HANDLE handle, DWORD code, PVOID input, DWORD inputSize, PV
         if ((NeededAccess(code) & ~opened->access) != 0)
             return FailCall<BOOL>(ERROR_ACCESS_DENIED, 0);
         DWORD written = 0;
-        const DWORD error =
-            Control(*opened->device, code, input, inputSize, output, outputSize, written);
+        const DWORD error = Control(*opened, code, input, inputSize, output, outputSize, written);
         if (error != ERROR_SUCCESS)
             return FailCall<BOOL>(error, 0);
         *returned = written;

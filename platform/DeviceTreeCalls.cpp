@@ -1,6 +1,7 @@
 #include "platform/ApiCall.h"
 #include "platform/DeviceNames.h"
 #include "platform/DeviceTreePicture.h"
+#include "platform/DiskAnswers.h"
 #include "platform/WindowsApi.h"
 
 #include <cstring>
@@ -148,6 +149,8 @@ CONFIGRET CM_Locate_DevNodeA(DEVINST* node, CHAR* deviceId, ULONG flags)
                                       return CR_INVALID_POINTER;
                                   if (flags != 0)
                                       return CR_INVALID_FLAG;
+                                  if (deviceId == nullptr)
+                                      BeginDiskWalk();
                                   const auto picture = TakePicture();
                                   if (!picture)
                                       return CR_NO_SUCH_DEVNODE;

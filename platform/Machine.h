@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,16 @@ class Machine
 
     /// The partitions of a disk, appended; false when the disk cannot be asked.
     virtual bool Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartition>& partitions) = 0;
+
+    /// Number of the disk behind one of its interfaces, without a question to the disk. Nothing
+    /// when the machine does not know it.
+    virtual std::optional<DWORD> NumberOfInterface(const std::string& /*path*/)
+    {
+        return std::nullopt;
+    }
+
+    /// The system's own name of a disk, such as "sda"; empty where disks have numbers alone.
+    virtual std::string DiskName(DWORD /*number*/) { return {}; }
 
     /// Which right kept disks from being opened or asked when that was last tried: one line of what
     /// is missing for which disks, and what to do. Empty when none did.

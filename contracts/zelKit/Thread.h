@@ -67,6 +67,10 @@ class ZELKIT_API CThread
     /// @return RESULT_SUCCESS; RESULT_NO_RESOURCES; RESULT_INVALID for a second call
     std::uint32_t Create(Delegates_and_Calls::CDelegate target, bool suspended);
 
+    /// Whether the last Create of this process found no resources. A host can tell by it why
+    /// nothing runs. Any thread.
+    static bool HasCreateFailed();
+
     /// Waits for the end of the thread.
     /// @return RESULT_TIMEOUT while it runs, RESULT_SUCCESS once ended, RESULT_NOT_INITIALISED
     ///         when none was created

@@ -38,7 +38,33 @@ static_assert(sizeof(_IDE_SMART_DATA) == 512);
 namespace Internals
 {
 struct SmartFamily;
-}
+class PageIndex;
+} // namespace Internals
+
+/// One attribute of a page, and what the drive's family makes of it.
+struct CSmartAttribute
+{
+    std::uint8_t m_ID;
+    std::uint8_t m_Value;
+    std::uint8_t m_Worst;
+    std::uint8_t m_Threshold; ///< at which the family predicts failure; 0: none is known
+    std::uint64_t m_Raw;      ///< 48 bits
+    std::uint32_t
+        m_Margin; ///< percent of the reserve that it leaves; 0xFFFFFFFF: it is no part of it
+};
+
+/// Where the readings of a page come from.
+struct CSmartExplanation
+{
+    std::string m_Family;                      ///< as docs/health.md lists it
+    std::vector<CSmartAttribute> m_Attributes; ///< in the page's order, without unused entries
+
+    // Ids of the attributes that decided; 0: there is no reading.
+    std::uint8_t m_HoursID = 0;
+    std::uint8_t m_BytesID = 0;
+    std::uint8_t m_EnduranceID = 0;
+    std::uint8_t m_ReserveID = 0;
+};
 
 /// Reads a SMART page by what is known of the drive's model: docs/health.md tells what for which.
 /// One object serves one drive. A reading that is not trusted is none, since it could raise an
@@ -57,6 +83,10 @@ class ZELPLUG_API CSmartValues
     ///         reading; they are untouched otherwise
     bool Evaluate(const _IDE_SMART_DATA& page);
 
+    /// Tells where the readings that Evaluate gives come from.
+    /// @return false, with the attributes alone, when no family fits the page
+    bool Explain(const _IDE_SMART_DATA& page, CSmartExplanation& explanation) const;
+
     /// Terabytes (10^12 bytes) written that the model is rated for, 0: not known. For
     /// ComputeRemainingLifeTime alone.
     std::uint64_t m_Rating;
@@ -66,6 +96,8 @@ class ZELPLUG_API CSmartValues
     std::uint32_t m_RatedEndurancePercent; ///< percent used up, 0 to 255; 0xFFFFFFFF: no reading
 
   private:
+    const Internals::SmartFamily* FamilyOf(const Internals::PageIndex& page) const;
+
     // Marked, since a test that brings its own definitions does not use them.
     [[maybe_unused]] std::vector<const Internals::SmartFamily*> m_Families; ///< of the model
     [[maybe_unused]] std::uint64_t m_RatedCycles = 0;                       ///< of the cells

@@ -15,4 +15,8 @@ namespace DatabaseWrapper
 /// @return true when rows are not written
 ZELSTORE_API bool AreRowsRefused(std::string& message);
 
+/// The file of the shared database, as the environment names it at this moment: an absolute path.
+/// Empty for a database in memory, and when there is no place for one.
+ZELSTORE_API std::string DatabaseFile();
+
 } // namespace DatabaseWrapper

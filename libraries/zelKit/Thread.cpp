@@ -15,6 +15,8 @@ namespace ZKT
 namespace Internals
 {
 
+std::atomic<bool> hasCreateFailed = false;
+
 struct ThreadState
 {
     std::mutex mutex;
@@ -152,9 +154,16 @@ std::uint32_t CThread::Create(Delegates_and_Calls::CDelegate target, bool suspen
     }
     catch (const std::exception&)
     {
+        Internals::hasCreateFailed = true;
         return RESULT_NO_RESOURCES;
     }
+    Internals::hasCreateFailed = false;
     return RESULT_SUCCESS;
+}
+
+bool CThread::HasCreateFailed()
+{
+    return Internals::hasCreateFailed;
 }
 
 std::uint32_t CThread::Wait(std::uint32_t milliseconds)

@@ -25,7 +25,7 @@ std::uint64_t RawOf(const _IDE_SMART_ATTRIBUTE& entry, std::size_t bytes)
 
 std::uint64_t RawOf(const _IDE_SMART_ATTRIBUTE& entry)
 {
-    return RawOf(entry, std::size(entry.m_Raw));
+    return PageIndex::RawOf(entry);
 }
 
 std::uint64_t NumberOf(const _IDE_SMART_ATTRIBUTE& entry, Field field)
@@ -78,32 +78,6 @@ std::optional<std::uint64_t> UsedBy(const PageIndex& page, const UsedReading& re
     }
 }
 
-std::optional<std::uint32_t> LeftBy(const PageIndex& page, const ReserveReading& reading)
-{
-    using enum ReserveReading::Kind;
-    const _IDE_SMART_ATTRIBUTE* entry = page.Find(reading.id);
-    if (!entry)
-        return std::nullopt;
-    const std::uint64_t number = reading.kind == OwnRaw ? RawOf(*entry) : entry->m_Value;
-    if (number == 0 && reading.zeroIsNothing)
-        return std::nullopt;
-    if (number <= reading.threshold)
-        return 0;
-    switch (reading.kind)
-    {
-    case Margin:
-    {
-        const std::uint64_t whole = reading.best - reading.threshold;
-        return static_cast<std::uint32_t>(
-            std::min<std::uint64_t>(100 * (number - reading.threshold) / whole, 100));
-    }
-    case Limit:
-        return std::nullopt;
-    default: // above 100 it has another scale
-        return number <= 100 ? std::optional(static_cast<std::uint32_t>(number)) : std::nullopt;
-    }
-}
-
 } // namespace
 
 PageIndex::PageIndex(const _IDE_SMART_DATA& page)
@@ -111,6 +85,11 @@ PageIndex::PageIndex(const _IDE_SMART_DATA& page)
     for (const _IDE_SMART_ATTRIBUTE& entry : page.m_Attributes)
         if (entry.m_ID != 0 && !m_Entries[entry.m_ID]) // 0: an unused entry
             m_Entries[entry.m_ID] = &entry;
+}
+
+std::uint64_t PageIndex::RawOf(const _IDE_SMART_ATTRIBUTE& entry)
+{
+    return Internals::RawOf(entry, std::size(entry.m_Raw));
 }
 
 bool Holds(const PageTest& test, const PageIndex& page)
@@ -148,7 +127,8 @@ std::optional<std::uint64_t> HoursOf(const PageIndex& page, const HoursReading& 
     return hours <= MostHours ? std::optional(hours) : std::nullopt;
 }
 
-std::optional<std::uint64_t> BytesOf(const PageIndex& page, std::span<const WritesReading> readings)
+std::optional<Found<std::uint64_t>> BytesOf(const PageIndex& page,
+                                            std::span<const WritesReading> readings)
 {
     constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
     for (const WritesReading& reading : readings)
@@ -156,27 +136,53 @@ std::optional<std::uint64_t> BytesOf(const PageIndex& page, std::span<const Writ
         const _IDE_SMART_ATTRIBUTE* entry = page.Find(reading.id);
         const std::uint64_t count = entry ? RawOf(*entry) : NoCount;
         if (count != NoCount)
-            return count > most / reading.unit ? most : count * reading.unit;
+            return Found{count > most / reading.unit ? most : count * reading.unit, reading.id};
     }
     return std::nullopt;
 }
 
-std::optional<std::uint32_t>
+std::optional<Found<std::uint32_t>>
 PercentUsedOf(const PageIndex& page, std::span<const UsedReading> readings, std::uint64_t cycles)
 {
     for (const UsedReading& reading : readings)
         if (const auto used = UsedBy(page, reading, cycles))
-            return static_cast<std::uint32_t>(std::min(*used, MostPercent));
+            return Found{static_cast<std::uint32_t>(std::min(*used, MostPercent)), reading.id};
     return std::nullopt;
 }
 
-std::optional<std::uint32_t> PercentLeftOf(const PageIndex& page,
-                                           std::span<const ReserveReading> readings)
+std::optional<std::uint32_t> LeftBy(const PageIndex& page, const ReserveReading& reading)
 {
-    std::optional<std::uint32_t> least;
+    using enum ReserveReading::Kind;
+    const _IDE_SMART_ATTRIBUTE* entry = page.Find(reading.id);
+    if (!entry)
+        return std::nullopt;
+    const std::uint64_t number = reading.kind == OwnRaw ? RawOf(*entry) : entry->m_Value;
+    if (number == 0 && reading.zeroIsNothing)
+        return std::nullopt;
+    if (number <= reading.threshold)
+        return 0;
+    switch (reading.kind)
+    {
+    case Margin:
+    {
+        const std::uint64_t whole = reading.best - reading.threshold;
+        return static_cast<std::uint32_t>(
+            std::min<std::uint64_t>(100 * (number - reading.threshold) / whole, 100));
+    }
+    case Limit:
+        return std::nullopt;
+    default: // above 100 it has another scale
+        return number <= 100 ? std::optional(static_cast<std::uint32_t>(number)) : std::nullopt;
+    }
+}
+
+std::optional<Found<std::uint32_t>> PercentLeftOf(const PageIndex& page,
+                                                  std::span<const ReserveReading> readings)
+{
+    std::optional<Found<std::uint32_t>> least;
     for (const ReserveReading& reading : readings)
-        if (const auto left = LeftBy(page, reading); left && (!least || *left < *least))
-            least = left;
+        if (const auto left = LeftBy(page, reading); left && (!least || *left < least->number))
+            least = Found{*left, reading.id};
     return least;
 }
 

@@ -41,6 +41,8 @@ class PageIndex
   public:
     explicit PageIndex(const _IDE_SMART_DATA& page);
 
+    static std::uint64_t RawOf(const _IDE_SMART_ATTRIBUTE& entry); ///< all 48 bits
+
     /// The first entry of an id: pages hold entries out of order, and ids more than once.
     /// @return null when the page has no such entry
     const _IDE_SMART_ATTRIBUTE* Find(std::uint8_t id) const { return m_Entries[id]; }
@@ -131,23 +133,35 @@ struct ReserveReading
 
 bool Holds(const PageTest& test, const PageIndex& page);
 
+/// A number, and the attribute that it comes from.
+template <typename Number> struct Found
+{
+    Number number;
+    std::uint8_t id;
+
+    bool operator==(const Found&) const = default;
+};
+
 /// Each is empty when the page does not hold the number, or one that cannot be meant.
 std::optional<std::uint64_t> HoursOf(const PageIndex& page, const HoursReading& reading);
 
 /// The first of the readings that the page holds, saturated at 64 bits.
-std::optional<std::uint64_t> BytesOf(const PageIndex& page,
-                                     std::span<const WritesReading> readings);
+std::optional<Found<std::uint64_t>> BytesOf(const PageIndex& page,
+                                            std::span<const WritesReading> readings);
 
 /// The first of the readings that the page holds.
 /// @param cycles  that the cells of the model are rated for, in place of the readings' own; 0: not
 ///                known
 /// @return percent, at most 255
-std::optional<std::uint32_t>
+std::optional<Found<std::uint32_t>>
 PercentUsedOf(const PageIndex& page, std::span<const UsedReading> readings, std::uint64_t cycles);
 
-/// The smallest of the readings that the page holds.
+/// One term of the reserve.
 /// @return percent, at most 100
-std::optional<std::uint32_t> PercentLeftOf(const PageIndex& page,
-                                           std::span<const ReserveReading> readings);
+std::optional<std::uint32_t> LeftBy(const PageIndex& page, const ReserveReading& reading);
+
+/// The smallest of the readings that the page holds.
+std::optional<Found<std::uint32_t>> PercentLeftOf(const PageIndex& page,
+                                                  std::span<const ReserveReading> readings);
 
 } // namespace PI::Internals

@@ -32,12 +32,12 @@ std::vector<const Internals::SmartFamily*> FamiliesOf(const std::string& vendor,
 
 /// The bytes written, unless they are more than the interface carries in the hours: then the drive
 /// counts something else.
-std::optional<std::uint64_t> TrustedBytes(const Internals::PageIndex& page,
-                                          const Internals::SmartFamily& family,
-                                          std::optional<std::uint64_t> hours)
+std::optional<Internals::Found<std::uint64_t>> TrustedBytes(const Internals::PageIndex& page,
+                                                            const Internals::SmartFamily& family,
+                                                            std::optional<std::uint64_t> hours)
 {
     const auto bytes = Internals::BytesOf(page, family.writes);
-    return bytes && hours && *bytes / MostBytesAnHour > *hours ? std::nullopt : bytes;
+    return bytes && hours && bytes->number / MostBytesAnHour > *hours ? std::nullopt : bytes;
 }
 
 } // namespace
@@ -55,24 +55,65 @@ bool CSmartValues::IsSupported() const
     return !m_Families.empty();
 }
 
+const Internals::SmartFamily* CSmartValues::FamilyOf(const Internals::PageIndex& page) const
+{
+    const auto family =
+        std::ranges::find_if(m_Families, [&](const Internals::SmartFamily* candidate)
+                             { return Internals::FitsPage(*candidate, page); });
+    return family == m_Families.end() ? nullptr : *family;
+}
+
 bool CSmartValues::Evaluate(const _IDE_SMART_DATA& page)
 {
     const Internals::PageIndex index(page);
-    const auto family =
-        std::ranges::find_if(m_Families, [&](const Internals::SmartFamily* candidate)
-                             { return Internals::FitsPage(*candidate, index); });
-    if (family == m_Families.end())
+    const Internals::SmartFamily* family = FamilyOf(index);
+    if (family == nullptr)
         return false;
-    const auto hours = Internals::HoursOf(index, (*family)->hours);
-    const auto bytes = TrustedBytes(index, **family, hours);
-    const auto used = Internals::PercentUsedOf(index, (*family)->used, m_RatedCycles);
-    const auto left = Internals::PercentLeftOf(index, (*family)->reserve);
+    const auto hours = Internals::HoursOf(index, family->hours);
+    const auto bytes = TrustedBytes(index, *family, hours);
+    const auto used = Internals::PercentUsedOf(index, family->used, m_RatedCycles);
+    const auto left = Internals::PercentLeftOf(index, family->reserve);
     if (!hours && !bytes && !used && !left)
         return false;
     m_PowerOnHours = hours.value_or(0);
-    m_BytesWritten = bytes.value_or(0);
-    m_RatedEndurancePercent = used.value_or(NoPercent);
-    m_RemainingReserve = left.value_or(NoPercent);
+    m_BytesWritten = bytes ? bytes->number : 0;
+    m_RatedEndurancePercent = used ? used->number : NoPercent;
+    m_RemainingReserve = left ? left->number : NoPercent;
+    return true;
+}
+
+bool CSmartValues::Explain(const _IDE_SMART_DATA& page, CSmartExplanation& explanation) const
+{
+    using Internals::PageIndex;
+    explanation = {};
+    const PageIndex index(page);
+    const Internals::SmartFamily* family = FamilyOf(index);
+    for (const _IDE_SMART_ATTRIBUTE& entry : page.m_Attributes)
+    {
+        if (entry.m_ID == 0)
+            continue;
+        CSmartAttribute attribute{entry.m_ID, entry.m_Value,           entry.m_Worst,
+                                  0,          PageIndex::RawOf(entry), NoPercent};
+        // Of an id that stands twice the first entry counts.
+        if (family != nullptr && index.Find(entry.m_ID) == &entry)
+            for (const Internals::ReserveReading& reading : family->reserve)
+                if (reading.id == entry.m_ID)
+                {
+                    attribute.m_Threshold = reading.threshold;
+                    attribute.m_Margin = Internals::LeftBy(index, reading).value_or(NoPercent);
+                }
+        explanation.m_Attributes.push_back(attribute);
+    }
+    if (family == nullptr)
+        return false;
+    explanation.m_Family = family->name;
+    const auto hours = Internals::HoursOf(index, family->hours);
+    if (hours)
+        explanation.m_HoursID = family->hours.id;
+    const auto idOf = [](const auto& found) { return found ? found->id : std::uint8_t{0}; };
+    explanation.m_BytesID = idOf(TrustedBytes(index, *family, hours));
+    explanation.m_EnduranceID = idOf(Internals::PercentUsedOf(index, family->used, m_RatedCycles));
+    explanation.m_ReserveID = idOf(Internals::PercentLeftOf(index, family->reserve));
     return true;
 }
 

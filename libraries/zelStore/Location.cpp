@@ -1,5 +1,7 @@
 #include "libraries/zelStore/Location.h"
 
+#include "contracts/zelStore/RowState.h"
+
 #include "contracts/zelKit/Environment.h"
 #include "libraries/zelStore/SystemFiles.h"
 
@@ -36,3 +38,9 @@ std::string LocateDatabase()
 }
 
 } // namespace DatabaseWrapper::Internals
+
+std::string DatabaseWrapper::DatabaseFile()
+{
+    const std::string file = Internals::LocateDatabase();
+    return file == Internals::inMemory ? std::string() : file;
+}

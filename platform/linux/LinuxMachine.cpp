@@ -42,10 +42,10 @@ DWORD LinuxMachine::OpenDevice(const std::string& path, bool writable,
             DWORD number = 0;
             if (!DiskNumberOfPath(path, number))
             {
-                const auto named = FindFolded(picture->interfaces, path);
-                if (named == picture->interfaces.end())
+                const auto named = NumberOfInterface(path);
+                if (!named)
                     return ERROR_FILE_NOT_FOUND;
-                number = named->second;
+                number = *named;
             }
             const auto found = picture->disks.find(number);
             if (found == picture->disks.end())
@@ -53,6 +53,20 @@ DWORD LinuxMachine::OpenDevice(const std::string& path, bool writable,
             // Whoever opens for reading alone wants the number, which is known.
             return OpenSystemDisk(m_State, number, found->second, writable, device);
         });
+}
+
+std::optional<DWORD> LinuxMachine::NumberOfInterface(const std::string& path)
+{
+    const auto picture = m_State->tables.Last();
+    const auto found = FindFolded(picture->interfaces, path);
+    return found == picture->interfaces.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::string LinuxMachine::DiskName(DWORD number)
+{
+    const auto picture = m_State->tables.Last();
+    const auto found = picture->disks.find(number);
+    return found == picture->disks.end() ? std::string() : found->second->whole.name;
 }
 
 bool LinuxMachine::ModuleVersion(const std::string& service, std::string& version)

@@ -33,6 +33,8 @@ class PLATFORM_API LinuxMachine : public Machine
     DWORD OpenDevice(const std::string& path, bool writable,
                      std::unique_ptr<Device>& device) override;
     /// The version text of the kernel's module; for modules without one, the kernel's release.
+    std::optional<DWORD> NumberOfInterface(const std::string& path) override;
+    std::string DiskName(DWORD number) override;
     bool ModuleVersion(const std::string& service, std::string& version) override;
     bool Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartition>& partitions) override;
     std::string MissingRight() override;

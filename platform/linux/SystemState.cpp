@@ -38,7 +38,10 @@ DWORD SystemState::OpenFile(const KernelDisk& disk, FileDescriptor& file)
     else if (error == EPERM)
         rights.Note(disk.whole.name, Right::DeviceRule);
     else if (error == ENOENT && ReadAttribute(disk.folder + "/dev"))
+    {
         rights.Note(disk.whole.name, Right::DeviceFile);
+        return ERROR_ACCESS_DENIED;
+    }
     if (error == ENOENT)
         return ERROR_FILE_NOT_FOUND;
     return error == 0 ? static_cast<DWORD>(ERROR_SUCCESS) : ErrorOfCall(error);

@@ -233,10 +233,10 @@ DWORD SimulatedMachine::OpenDevice(const std::string& path, bool /*writable*/,
     DWORD number = 0;
     if (!DiskNumberOfPath(path, number))
     {
-        const auto found = FindFolded(record->interfaces, path);
-        if (found == record->interfaces.end())
+        const auto named = NumberOfInterface(path);
+        if (!named)
             return ERROR_FILE_NOT_FOUND;
-        number = found->second;
+        number = *named;
     }
     else if (record->disks.count(number) == 0)
         return ERROR_FILE_NOT_FOUND;
@@ -248,6 +248,13 @@ DWORD SimulatedMachine::OpenDevice(const std::string& path, bool /*writable*/,
         return ERROR_IO_DEVICE;
     device = std::make_unique<OpenDisk>(m_State, number);
     return ERROR_SUCCESS;
+}
+
+std::optional<DWORD> SimulatedMachine::NumberOfInterface(const std::string& path)
+{
+    const auto record = m_State->Current();
+    const auto found = FindFolded(record->interfaces, path);
+    return found == record->interfaces.end() ? std::nullopt : std::optional(found->second);
 }
 
 bool SimulatedMachine::ModuleVersion(const std::string& service, std::string& version)

@@ -5,6 +5,7 @@
 #include "platform/simulated/Journal.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,7 @@ class PLATFORM_API SimulatedMachine : public Machine
     std::shared_ptr<const DeviceTree> ReadDeviceTree() override;
     DWORD OpenDevice(const std::string& path, bool writable,
                      std::unique_ptr<Device>& device) override;
+    std::optional<DWORD> NumberOfInterface(const std::string& path) override;
     bool ModuleVersion(const std::string& service, std::string& version) override;
     bool Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartition>& partitions) override;
 

@@ -27,17 +27,6 @@ DWORD AskDiskNumber(const SystemHandle& handle, DWORD& number)
     return error;
 }
 
-/// What people call the disk behind a path: its number may be asked without any right.
-std::string DiskName(const std::string& path)
-{
-    DWORD number = 0;
-    SystemHandle handle;
-    if (DiskNumberOfPath(path, number) || (OpenSystemFile(path, 0, handle) == ERROR_SUCCESS &&
-                                           AskDiskNumber(handle, number) == ERROR_SUCCESS))
-        return "disk" + std::to_string(number);
-    return path;
-}
-
 class WindowsDevice : public Device
 {
   public:
@@ -187,7 +176,12 @@ DWORD WindowsMachine::OpenDevice(const std::string& path, bool writable,
     const DWORD error =
         OpenSystemFile(path, writable ? GENERIC_READ | GENERIC_WRITE : GENERIC_READ, handle);
     if (error == ERROR_ACCESS_DENIED)
-        m_Refused.Note(DiskName(path));
+    {
+        DWORD number = 0;
+        const auto known =
+            DiskNumberOfPath(path, number) ? std::optional(number) : NumberOfInterface(path);
+        m_Refused.Note(known ? "disk" + std::to_string(*known) : path);
+    }
     if (error != ERROR_SUCCESS)
         return error;
     DWORD number = 0;
@@ -195,6 +189,17 @@ DWORD WindowsMachine::OpenDevice(const std::string& path, bool writable,
         m_Refused.Clear("disk" + std::to_string(number));
     device = std::make_unique<WindowsDevice>(std::move(handle), number);
     return ERROR_SUCCESS;
+}
+
+std::optional<DWORD> WindowsMachine::NumberOfInterface(const std::string& path)
+{
+    // It may be asked without any right.
+    SystemHandle handle;
+    DWORD number = 0;
+    return OpenSystemFile(path, 0, handle) == ERROR_SUCCESS &&
+                   AskDiskNumber(handle, number) == ERROR_SUCCESS
+               ? std::optional(number)
+               : std::nullopt;
 }
 
 bool WindowsMachine::ModuleVersion(const std::string& service, std::string& version)

@@ -32,6 +32,7 @@ class WindowsMachine : public Machine
     std::shared_ptr<const DeviceTree> ReadDeviceTree() override;
     DWORD OpenDevice(const std::string& path, bool writable,
                      std::unique_ptr<Device>& device) override;
+    std::optional<DWORD> NumberOfInterface(const std::string& path) override;
     bool ModuleVersion(const std::string& service, std::string& version) override;
     bool Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartition>& partitions) override;
     std::string MissingRight() override { return m_Refused.Tell(); }

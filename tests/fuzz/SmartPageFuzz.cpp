@@ -80,7 +80,9 @@ void CheckFamilies(const PI::_IDE_SMART_DATA& page, const CAHCIPhysicalDrive& dr
         for (const ReserveReading& reading : family.reserve)
             if (const auto term = TermOf(index, reading); term && (!least || *term < *least))
                 least = term;
-        Require(PercentLeftOf(index, family.reserve) == least, "the reserve is the smallest term");
+        const auto left = PercentLeftOf(index, family.reserve);
+        Require((left ? std::optional(left->number) : std::nullopt) == least,
+                "the reserve is the smallest term");
         if (isFound || !FitsModel(family, vendor, product) || !FitsPage(family, index))
             continue;
         isFound = true;
