@@ -1,28 +1,15 @@
 #include "host/EventText.h"
 
-#include "contracts/zelKitEx/SystemTime.h"
-#include "host/Json.h"
+#include "host/ChangeText.h"
 #include "host/Names.h"
 #include "host/ShowText.h"
 #include "host/Text.h"
 #include "host/Topology.h"
 
-#include <cstdio>
-
 namespace
 {
 
 constexpr std::int32_t severityTrouble = 3;
-
-std::string TimeText(std::uint64_t milliseconds)
-{
-    ZKTX::CSystemDate_Win date;
-    ZKTX::CSystemTime_Win::GetDate(milliseconds, date);
-    char text[32];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u", date.m_Year, date.m_Month,
-                  date.m_Day, date.m_Hour, date.m_Minute, date.m_Second);
-    return text;
-}
 
 std::string What(const PI::CEvent& event, bool present)
 {
@@ -46,10 +33,11 @@ std::string What(const PI::CEvent& event, bool present)
 namespace Host
 {
 
-std::string EventLine(const PI::CEvent& event, bool present)
+std::string EventLine(const PI::CEvent& event, bool present, bool isReminder)
 {
     std::string line = event.m_Severity >= severityTrouble ? troubleMark : noMark;
-    line += TimeText(event.m_Time) + "  " + What(event, present) + ": ";
+    line += LocalTime(event.m_Time) + "  " + (isReminder ? "reminder, " : "") +
+            What(event, present) + ": ";
     if (!event.GetPlaceHolder2().empty())
         line += "disk" + Printable(event.GetPlaceHolder2()) + "  ";
     line += Printable(WithoutLeadingBlanks(event.GetSource()));
@@ -60,9 +48,9 @@ std::string EventLine(const PI::CEvent& event, bool present)
     return line;
 }
 
-std::string EventJson(const PI::CEvent& event, bool present)
+Json EventJson(const PI::CEvent& event, bool present, bool isReminder)
 {
-    const Json json = {
+    Json json = {
         {"event", static_cast<int>(event.m_EventID)},
         {"name", NameOrNumber(Vocabulary::eventNames(), event.m_EventID)},
         {"severity", event.m_Severity},
@@ -74,7 +62,9 @@ std::string EventJson(const PI::CEvent& event, bool present)
           event.GetPlaceHolder4()}},
         {"present", present},
     };
-    return JsonLine(json);
+    if (isReminder)
+        json["reminder"] = true;
+    return json;
 }
 
 } // namespace Host

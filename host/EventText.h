@@ -2,6 +2,7 @@
 #pragma once
 
 #include "contracts/zelPlug.h"
+#include "host/Json.h"
 
 #include <string>
 
@@ -11,9 +12,10 @@ namespace Host
 /// One line without its end: when, how bad, what, which drive. Texts of a drive are made safe.
 /// @param present  whether the drive was there once the event had happened: what tells one that
 ///                 came from one that went
-std::string EventLine(const PI::CEvent& event, bool present);
+/// @param isReminder  whether it repeats what stood before
+std::string EventLine(const PI::CEvent& event, bool present, bool isReminder);
 
-/// One JSON object on one line, in ASCII, without the line's end.
-std::string EventJson(const PI::CEvent& event, bool present);
+/// Its members. "reminder" is there when it is true.
+Json EventJson(const PI::CEvent& event, bool present, bool isReminder);
 
 } // namespace Host

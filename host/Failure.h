@@ -14,6 +14,12 @@ enum ExitCode : int
     EXIT_NO_HARDWARE = 2, ///< the plug-in found no supported controller
     EXIT_PLUGIN = 3,      ///< the plug-in or standard output failed
     EXIT_RIGHTS = 4,      ///< for want of a right, not every disk could be read
+
+    // Those of check, as the guidelines for monitoring plug-ins have them.
+    CHECK_OK = 0,
+    CHECK_WARNING = 1,
+    CHECK_CRITICAL = 2,
+    CHECK_UNKNOWN = 3,
 };
 
 class Failure : public std::runtime_error

@@ -1,29 +1,121 @@
 #include "host/Health.h"
 
-#include "host/PropertyText.h"
+#include "host/Names.h"
+#include "host/SmartNames.h"
 
-#include <algorithm>
-#include <array>
-#include <utility>
+#include <cstdio>
+
+namespace Host
+{
 
 namespace
 {
 
-constexpr std::array wear{PI::PROP_RATED_ENDURANCE_PERCENT, PI::PROP_REMAINING_RESERVE_SPACE,
-                          PI::PROP_ESTIMATED_LIFETIME};
-constexpr std::array otherReadings{PI::PROP_TEMPERATURE, PI::PROP_POWERON_HOURS,
-                                   PI::PROP_BYTES_WRITTEN};
+// The plug-in's own limits of the status.
+constexpr int usedLimit = 96;
+constexpr int reserveLimit = 9;
+constexpr std::uint64_t terabyte = 1'000'000'000'000;
 
-bool HasReading(const PI::CObject& drive, PI::_PROPERTY_ID id)
+std::string AttributeText(std::uint8_t id)
 {
-    const PI::CProperty* property = Host::FindProperty(drive, id);
-    return property != nullptr && property->m_ViewMask != 0;
+    return id == 0 ? "" : " (attribute " + std::to_string(id) + ')';
+}
+
+/// "spare sectors used up (attribute 5 at its threshold)", "reserve left 4 % (attribute 232)"
+std::string ReserveText(const Drive& drive)
+{
+    const std::uint8_t id = drive.smart.m_ReserveID;
+    const PI::CSmartAttribute* attribute = FindAttribute(drive, id);
+    if (*drive.reserve == 0 && attribute != nullptr)
+    {
+        const std::string failure = SmartFailure(id);
+        return (failure.empty() ? "reserve left 0 %" : failure) + " (attribute " +
+               std::to_string(id) + (attribute->m_Threshold == 0 ? ")" : " at its threshold)");
+    }
+    return "reserve left " + std::to_string(*drive.reserve) + " %" + AttributeText(id);
+}
+
+std::string UsedText(const Drive& drive)
+{
+    return "endurance used " + std::to_string(*drive.used) + " %" +
+           AttributeText(drive.smart.m_EnduranceID);
+}
+
+std::string WritesText(const Drive& drive)
+{
+    return std::to_string(*drive.bytesWritten / terabyte) + " of " +
+           std::to_string(drive.ratedTerabytes) + " TB rated writes";
+}
+
+bool AreRatedWritesExceeded(const Drive& drive)
+{
+    return drive.ratedTerabytes != 0 && drive.bytesWritten &&
+           *drive.bytesWritten / terabyte >= drive.ratedTerabytes;
+}
+
+std::vector<std::string> ReasonsOfTrouble(const Drive& drive)
+{
+    std::vector<std::string> reasons;
+    if (drive.reserve && *drive.reserve <= reserveLimit)
+        reasons.push_back(ReserveText(drive));
+    if (drive.used && *drive.used >= usedLimit)
+        reasons.push_back(UsedText(drive));
+    if (reasons.empty() && !drive.lastsUntil.empty())
+    {
+        std::string reason = "expected to last until " + drive.lastsUntil;
+        if (drive.used)
+            reason += ", " + UsedText(drive);
+        else if (AreRatedWritesExceeded(drive))
+            reason += ", " + WritesText(drive);
+        reasons.push_back(reason);
+    }
+    if (reasons.empty())
+        reasons.emplace_back("the drive gives no reading that tells why");
+    return reasons;
+}
+
+/// A drive of which none of these is known could fail without a warning.
+bool IsJudged(const Drive& drive)
+{
+    return drive.used || drive.reserve || !drive.lastsUntil.empty();
+}
+
+std::string WhyNotJudged(const Drive& drive)
+{
+    if (!drive.IsAnswering())
+        return drive.silence;
+    if (!drive.temperature && !drive.hours && !drive.hasPage)
+        return "it gives no SMART page";
+    return "nothing in its SMART page tells its wear or its reserve";
+}
+
+void Remark(const Drive& drive, bool isInTrouble, std::vector<std::string>& remarks)
+{
+    const auto counted = [&](const std::optional<std::uint64_t>& count, const char* what)
+    {
+        if (count.value_or(0) != 0)
+            remarks.push_back(std::to_string(*count) + ' ' + what);
+    };
+    counted(drive.pendingSectors, "pending sectors (attribute 197)");
+    counted(drive.uncorrectableErrors, "reported uncorrectable errors (attribute 187)");
+    if (isInTrouble && AreRatedWritesExceeded(drive) && drive.used)
+        remarks.push_back(WritesText(drive));
+    if (drive.isSsd && drive.IsAnswering() && drive.reserve && !drive.used &&
+        drive.lastsUntil.empty())
+        remarks.emplace_back("no reading of its wear, so no warning of it would come");
+    if (drive.temperature && *drive.temperature >= hotDegrees)
+    {
+        char text[32];
+        std::snprintf(text, sizeof text, "%.0f degrees Celsius",
+                      static_cast<double>(*drive.temperature));
+        remarks.emplace_back(text);
+    }
+    if (!drive.sharesPageWith.empty())
+        remarks.push_back("judged by the SMART page of " + drive.sharesPageWith +
+                          " or its own: numbers that are 256 apart share one");
 }
 
 } // namespace
-
-namespace Host
-{
 
 Health HealthOf(const PI::CObject& object)
 {
@@ -45,34 +137,76 @@ Health HealthOf(const PI::CObject& object)
     }
 }
 
-bool HasWearReadings(const PI::CObject& drive)
+std::string StatusWords(int status)
 {
-    return std::any_of(wear.begin(), wear.end(), [&](auto id) { return HasReading(drive, id); });
+    switch (status)
+    {
+    case PI::VAL_OK:
+        return "good";
+    case PI::VAL_AVAILABLE:
+        return "free";
+    case PI::VAL_OPERATIONAL:
+        return "in use";
+    case PI::VAL_AVAILABLE_SMART:
+        return "failing";
+    case PI::VAL_FAILED:
+    case PI::VAL_FAILED_SMART:
+        return "failed";
+    case PI::VAL_FAILED_MISSING:
+        return "missing";
+    case PI::VAL_WARNING:
+        return "warning";
+    default:
+        return {};
+    }
 }
 
-bool HasSmartReadings(const PI::CObject& drive)
+std::string StateWords(const Drive& drive)
 {
-    return HasWearReadings(drive) || std::any_of(otherReadings.begin(), otherReadings.end(),
-                                                 [&](auto id) { return HasReading(drive, id); });
+    if (!drive.IsAnswering())
+        return "no answer";
+    const std::string words = StatusWords(drive.status);
+    return words.empty() ? NameOrNumber(Vocabulary::valueNames(), drive.status) : words;
 }
 
-bool IsSsd(const PI::CObject& drive)
+Judgement JudgementOf(const Drive& drive, const Limits& limits)
 {
-    return ChoiceOf(drive, PI::PROP_MEDIA_TYPE) == PI::VAL_SSD;
+    Judgement judgement;
+    const bool isInTrouble =
+        drive.IsAnswering() ? drive.object != nullptr && HealthOf(*drive.object) != Health::Good
+                            : !drive.mayBeWell;
+    Remark(drive, isInTrouble, judgement.remarks);
+    if (isInTrouble)
+    {
+        judgement.standing = Standing::Trouble;
+        judgement.reasons =
+            drive.IsAnswering() ? ReasonsOfTrouble(drive) : std::vector{drive.silence};
+        return judgement;
+    }
+    if (drive.used && *drive.used > static_cast<std::int64_t>(limits.used))
+        judgement.reasons.push_back(UsedText(drive) + ", threshold " + std::to_string(limits.used));
+    if (drive.reserve && *drive.reserve < static_cast<std::int64_t>(limits.reserve))
+        judgement.reasons.push_back(ReserveText(drive) + ", threshold " +
+                                    std::to_string(limits.reserve));
+    if (AreRatedWritesExceeded(drive))
+        judgement.reasons.push_back(WritesText(drive) +
+                                    (drive.used ? ", by its own count " + UsedText(drive) : ""));
+    if (!judgement.reasons.empty())
+        judgement.standing = Standing::Warning;
+    else if (!IsJudged(drive))
+    {
+        judgement.standing = Standing::NotJudged;
+        judgement.reasons.push_back(WhyNotJudged(drive));
+    }
+    return judgement;
 }
 
-std::string ReasonOf(const PI::CObject& drive)
+std::string Joined(const std::vector<std::string>& texts)
 {
-    constexpr std::array<std::pair<PI::_PROPERTY_ID, const char*>, wear.size()> sayings{{
-        {PI::PROP_RATED_ENDURANCE_PERCENT, "rated endurance used: "},
-        {PI::PROP_REMAINING_RESERVE_SPACE, "reserve space left: "},
-        {PI::PROP_ESTIMATED_LIFETIME, "expected to last until "},
-    }};
-    std::string reason;
-    for (const auto& [id, saying] : sayings)
-        if (HasReading(drive, id))
-            reason += (reason.empty() ? "" : "; ") + (saying + ValueText(*FindProperty(drive, id)));
-    return reason.empty() ? "the drive gives no reading that tells why" : reason;
+    std::string line;
+    for (const std::string& text : texts)
+        line += (line.empty() ? "" : "; ") + text;
+    return line;
 }
 
 } // namespace Host

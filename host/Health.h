@@ -1,13 +1,16 @@
-// Which object is in trouble, and what its readings say about it.
+// Which drive is in trouble, which cannot be judged, and what its readings say about it.
 #pragma once
 
-#include "host/Topology.h"
+#include "host/Drive.h"
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace Host
 {
 
+/// Of an object by its status.
 enum class Health
 {
     Good,
@@ -15,17 +18,48 @@ enum class Health
     Failed,
 };
 
-/// By the object's status; an object without one is good. A status that is not known to be good is
-/// a warning: better a look too many.
+/// An object without a status is good. A status that is not known to be good is a warning: better a
+/// look too many.
 Health HealthOf(const PI::CObject& object);
 
-/// Whether the drive gives any of temperature, hours and wear.
-bool HasSmartReadings(const PI::CObject& drive);
-/// Whether the drive gives any of endurance, reserve and lifetime.
-bool HasWearReadings(const PI::CObject& drive);
-bool IsSsd(const PI::CObject& drive);
+/// "failing", "in use", "free": what a status means, in plain words; empty for one that no drive
+/// has.
+std::string StatusWords(int status);
 
-/// The readings that a drive's status rests on, in words; says so when there are none.
-std::string ReasonOf(const PI::CObject& drive);
+/// Degrees Celsius from which on a drive is too hot.
+inline constexpr float hotDegrees = 60;
+
+/// The thresholds of CustomOpts.ini.
+struct Limits
+{
+    std::uint32_t used = 95;    ///< percent of the endurance, a warning above it
+    std::uint32_t reserve = 10; ///< percent, a warning below it
+};
+
+/// What the settings put in effect.
+Limits LimitsInEffect();
+
+enum class Standing
+{
+    Good,
+    NotJudged, ///< no warning would come from it
+    Warning,   ///< worth a look soon: a threshold is passed, or the rated writes
+    Trouble,
+};
+
+/// What state the drive is in, in plain words: "in use", "failing".
+std::string StateWords(const Drive& drive);
+
+struct Judgement
+{
+    Standing standing = Standing::Good;
+    std::vector<std::string> reasons; ///< why it is not good
+    std::vector<std::string> remarks; ///< what else is worth a look
+};
+
+Judgement JudgementOf(const Drive& drive, const Limits& limits);
+
+/// "failing: spare sectors used up (attribute 5 at its threshold)"; texts with "; " between.
+std::string Joined(const std::vector<std::string>& texts);
 
 } // namespace Host

@@ -35,8 +35,9 @@ Options, before or after the verb:
   -h, --help                 this text, or the help of the verb
   -V, --version
 
-OBJECT is plugin, adapter, disk0, disk1 ... or an id. PROPERTY is a name, a
-number, or a label as show prints it. Sizes step by 1024.
+OBJECT is plugin, adapter, disk0, sda, a serial number or an id. PROPERTY is a
+name, a number, or a label as show prints it. Sizes of show are decimal, those
+of get and JSON step by 1024.
 
 Examples:
   tarnisctl --machine lab.json

@@ -4,9 +4,38 @@
 #include "host/Names.h"
 #include "host/Topology.h"
 
+#include <algorithm>
 #include <cctype>
 #include <limits>
 #include <string_view>
+
+namespace
+{
+
+constexpr std::string_view diskWord = "disk";
+
+std::string Folded(const std::string& text)
+{
+    std::string folded;
+    for (const char c : text)
+        folded += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return folded;
+}
+
+bool IsDiskWord(const std::string& word)
+{
+    return word.starts_with(diskWord) && word.size() > diskWord.size() &&
+           word.find_first_not_of("0123456789", diskWord.size()) == std::string::npos;
+}
+
+/// What a mistyped word may have been.
+std::vector<std::string> Words(const std::string& word)
+{
+    const std::string number = word.substr(word.find_last_not_of("0123456789") + 1);
+    return {"plugin", "adapter", std::string(diskWord) + (number.empty() ? "0" : number)};
+}
+
+} // namespace
 
 namespace Host
 {
@@ -15,23 +44,13 @@ ObjectQuery ParseObject(const std::string& text)
 {
     if (const auto id = ParseNumber(text))
         return {id, text};
-    constexpr std::string_view disk = "disk";
-    std::string word;
-    for (const char c : text)
-        word += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string word = Folded(text);
     if (word == "plugin" || word == "adapter")
         return {std::nullopt, word};
-    const bool digit = word.size() > disk.size() &&
-                       std::isdigit(static_cast<unsigned char>(word[disk.size()])) != 0;
-    if (word.compare(0, disk.size(), disk) == 0 && digit)
-        if (const auto number = ParseNumber(word.substr(disk.size())))
+    if (IsDiskWord(word))
+        if (const auto number = ParseNumber(word.substr(diskWord.size())))
             return {std::nullopt, "disk" + std::to_string(*number)};
-    const std::string number = word.substr(word.find_last_not_of("0123456789") + 1);
-    const std::vector<std::string> words{"plugin", "adapter",
-                                         std::string(disk) + (number.empty() ? "0" : number)};
-    throw UsageFailure("'" + text +
-                       "' is no object: give plugin, adapter, disk0, disk1 ... or an id" +
-                       DidYouMean(SimilarNames(word, words)));
+    return {std::nullopt, text};
 }
 
 PI::_PROPERTY_ID ParseProperty(const std::string& text)
@@ -48,23 +67,52 @@ PI::_PROPERTY_ID ParseProperty(const std::string& text)
                        DidYouMean(SimilarNames(text, NamesOf(Vocabulary::propertyNames()))));
 }
 
-std::uint64_t ResolveObject(const ObjectQuery& query, PluginSession& session)
+const Drive* FindDrive(const ObjectQuery& query, const std::vector<Drive>& drives)
+{
+    if (query.word.empty())
+        return nullptr;
+    const std::string folded = Folded(query.word);
+    const auto found =
+        std::find_if(drives.begin(), drives.end(),
+                     [&](const Drive& drive)
+                     {
+                         return query.id
+                                    ? drive.object != nullptr && drive.object->m_ID == *query.id
+                                    : drive.label == query.word || drive.systemName == query.word ||
+                                          Folded(drive.serial) == folded;
+                     });
+    return found == drives.end() ? nullptr : &*found;
+}
+
+std::uint64_t ResolveObject(const ObjectQuery& query, const Snapshot& snapshot,
+                            PluginSession& session)
 {
     if (query.id)
         return *query.id;
-    const Objects objects = session.Topology();
-    std::string disks;
-    for (const PI::CObject& object : objects)
-    {
-        const std::string word = WordOf(object);
-        if (word == query.word)
+    for (const PI::CObject& object : snapshot.objects)
+        if (WordOf(object) == query.word)
             return object.m_ID;
-        if (object.m_Type == PI::OBJECT_PHYSICAL_DRIVE)
-            disks += (disks.empty() ? "" : ", ") + word;
-    }
+    const Drive* drive = FindDrive(query, snapshot.drives);
+    if (drive != nullptr && drive->object != nullptr)
+        return drive->object->m_ID;
     const ExitCode reason = session.Result() == EXIT_DONE ? EXIT_USAGE : session.Result();
+    if (drive != nullptr)
+        throw Failure(reason, NameOf(*drive) + " does not answer: " + drive->silence);
+    if (!IsDiskWord(query.word))
+        throw UsageFailure("'" + query.word +
+                           "' is no object: give plugin, adapter, disk0, disk1 ..., a name such as "
+                           "sda, a serial number or an id" +
+                           DidYouMean(SimilarNames(Folded(query.word), Words(query.word))));
+    std::string disks;
+    for (const Drive& other : snapshot.drives)
+        disks += (disks.empty() ? "" : ", ") + other.label;
     throw Failure(reason, "there is no " + query.word +
                               " (disks: " + (disks.empty() ? "none" : disks) + ")");
+}
+
+std::uint64_t ResolveObject(const ObjectQuery& query, PluginSession& session)
+{
+    return query.id ? *query.id : ResolveObject(query, TakeSnapshot(session), session);
 }
 
 } // namespace Host

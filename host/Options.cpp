@@ -187,6 +187,21 @@ Options ParseOptions(const std::vector<std::string>& arguments)
     return options;
 }
 
+bool IsCheckAsked(const std::vector<std::string>& arguments)
+{
+    constexpr std::string_view withValue[] = {"--machine",    "--config-dir", "--database",
+                                              "--trace-mask", "--trace-file", "--plugin",
+                                              "--color"};
+    for (std::size_t i = 1; i < arguments.size(); ++i)
+    {
+        if (!arguments[i].starts_with('-'))
+            return arguments[i] == "check";
+        if (std::ranges::find(withValue, arguments[i]) != std::end(withValue))
+            ++i;
+    }
+    return false;
+}
+
 void ApplyEnvironment(const Options& options)
 {
     const std::pair<const char*, const std::string*> variables[] = {

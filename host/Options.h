@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/Output.h"
+#include "host/TableStyle.h"
 
 #include <cstdint>
 #include <optional>
@@ -34,14 +35,25 @@ struct Options
     std::string property;                      ///< set
     std::string value;                         ///< set
     std::optional<std::uint32_t> watchSeconds; ///< watch; nothing: until a signal comes
+    std::vector<std::string> objects;          ///< show, check
+    std::vector<std::string> ignored;          ///< check, watch: serial numbers
+    std::vector<std::string> only;             ///< watch; empty: all
+    std::optional<std::uint32_t> expected;     ///< check: how many drives there should be
+    bool isQuiet = false;                      ///< check
+    bool isStrict = false;                     ///< check
+    bool forget = false;                       ///< check
+    TableStyle table;                          ///< show
     std::string query;                         ///< explain: a number or a name
-    bool all = false;                          ///< explain
+    bool all = false;                          ///< show, explain
     std::string helpVerb;                      ///< help; empty: general help
 };
 
 /// @param arguments  as main has them, the program's name first
 /// @throws UsageFailure
 Options ParseOptions(const std::vector<std::string>& arguments);
+
+/// Whether the verb is check, however wrong the rest of the command line is.
+bool IsCheckAsked(const std::vector<std::string>& arguments);
 
 /// Sets the environment variables that the plug-in and its libraries read when they are loaded.
 void ApplyEnvironment(const Options& options);

@@ -225,6 +225,21 @@ std::string ShortValueText(const PI::CProperty& property)
     return size && !texts.humanForm.empty() ? texts.humanForm : texts.plain;
 }
 
+std::string DecimalSize(std::uint64_t bytes)
+{
+    constexpr const char* units[] = {"B", "kB", "MB", "GB", "TB", "PB", "EB"};
+    double size = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    // 999.6 GB would read 1000 GB.
+    while (size >= 999.5 && unit + 1 < std::size(units))
+    {
+        size /= 1000;
+        ++unit;
+    }
+    const int decimals = size >= 100 ? 0 : size >= 10 ? 1 : 2;
+    return DecimalText(size, decimals) + " " + units[unit];
+}
+
 double ShortestDouble(float real)
 {
     if (!std::isfinite(real))

@@ -40,6 +40,9 @@ std::string ValueText(const PI::CProperty& property);
 /// As ValueText, with the short form only where there are two: "223.6 GB", "8000 h".
 std::string ShortValueText(const PI::CProperty& property);
 
+/// A size in decimal units, as labels and data sheets have it: "480 GB", "1.92 TB".
+std::string DecimalSize(std::uint64_t bytes);
+
 /// A real number as the shortest decimal that gives the same float again.
 double ShortestDouble(float real);
 

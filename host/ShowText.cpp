@@ -1,9 +1,11 @@
 #include "host/ShowText.h"
 
+#include "host/AttributeTable.h"
 #include "host/Health.h"
 #include "host/Names.h"
 #include "host/PropertyText.h"
 #include "host/Text.h"
+#include "host/Verdict.h"
 
 #include <algorithm>
 #include <map>
@@ -14,8 +16,11 @@
 namespace
 {
 
+using Host::Drive;
 using Host::Health;
+using Host::Limits;
 using Host::Objects;
+using Host::Snapshot;
 using Host::Style;
 
 constexpr const char* bold = "\x1b[1m";
@@ -49,39 +54,48 @@ std::string ShownName(const PI::CObject& object)
     return name.empty() ? "-" : name;
 }
 
-// A few words; the number of the others where there are many.
-std::string WordList(const std::vector<std::string>& words)
-{
-    constexpr std::size_t most = 8;
-    std::string list;
-    for (std::size_t i = 0; i < std::min(words.size(), most); ++i)
-        list += (i == 0 ? "" : ", ") + words[i];
-    if (words.size() > most)
-        list += " and " + std::to_string(words.size() - most) + " more";
-    return list;
-}
-
 class Report
 {
   public:
-    Report(const Objects& objects, const Style& style) : m_Objects(objects), m_Style(style)
+    Report(const Snapshot& snapshot, const Limits& limits, const Style& style)
+        : m_Objects(snapshot.objects), m_Drives(snapshot.drives), m_Limits(limits), m_Style(style)
     {
-        for (const PI::CObject& object : objects)
+        for (const PI::CObject& object : m_Objects)
             m_ById.emplace(object.m_ID, &object);
     }
 
-    std::string Write()
+    std::string WriteOverview()
     {
-        Verdict();
+        WriteVerdict();
         Heads();
-        if (const std::string table = Host::DriveTable(m_Objects, m_Style); !table.empty())
+        if (const std::string table = Host::DriveTable(m_Drives, m_Limits, m_Style); !table.empty())
             m_Text += "\n" + table;
+        return m_Text;
+    }
+
+    std::string WriteAll()
+    {
+        WriteOverview();
         for (const PI::CObject& object : m_Objects)
             if (object.m_Parents.empty())
                 Tree(object, 0);
         // Whatever hangs below nothing is still there.
         for (const PI::CObject& object : m_Objects)
             Tree(object, 0);
+        return m_Text;
+    }
+
+    std::string WriteObject(const PI::CObject& object)
+    {
+        Details(object, "");
+        return m_Text;
+    }
+
+    std::string WriteSilentDrive(const Drive& drive)
+    {
+        m_Text += "\n";
+        Line(Coloured(Host::Printable(NameOf(drive)) + "  does not answer", bold, m_Style));
+        Line("  " + Host::PadRight("Reason", labelColumns) + Host::Printable(drive.silence));
         return m_Text;
     }
 
@@ -94,61 +108,56 @@ class Report
         m_Text += Host::Wrapped(text, m_Style.columns, "       ") + "\n";
     }
 
-    void Verdict()
+    void WriteVerdict()
     {
-        std::size_t drives = 0;
-        std::vector<const PI::CObject*> troubled;
-        std::vector<const PI::CObject*> others; // an adapter warns of its drives, as a rule
-        std::vector<std::string> silent;
-        std::vector<std::string> noWear;
-        Health worst = Health::Good;
-        for (const PI::CObject& object : m_Objects)
+        const Host::Verdict verdict = Host::VerdictOf(m_Objects, m_Drives, m_Limits);
+        const std::string words = Host::VerdictWords(verdict);
+        if (!verdict.troubled.empty())
         {
-            const bool isDrive = object.m_Type == PI::OBJECT_PHYSICAL_DRIVE;
-            const Health health = Host::HealthOf(object);
-            worst = std::max(worst, health);
-            if (health != Health::Good)
-                (isDrive ? troubled : others).push_back(&object);
-            if (!isDrive)
-                continue;
-            ++drives;
-            if (!Host::HasSmartReadings(object))
-                silent.push_back(Host::WordOf(object));
-            else if (Host::IsSsd(object) && !Host::HasWearReadings(object))
-                noWear.push_back(Host::WordOf(object));
+            Health worst = Health::Warning;
+            for (const Host::JudgedDrive& judged : verdict.troubled)
+                if (judged.drive->object != nullptr)
+                    worst = std::max(worst, Host::HealthOf(*judged.drive->object));
+            Prose(Coloured(Host::troubleMark + words, ColourOf(worst), m_Style));
         }
-
-        const std::string ofAll = std::to_string(drives) + (drives == 1 ? " drive" : " drives");
-        if (!troubled.empty())
-            Prose(Coloured(Host::troubleMark + std::to_string(troubled.size()) + " of " + ofAll +
-                               " in trouble",
-                           ColourOf(worst), m_Style));
-        else if (!others.empty())
-            Prose(Coloured(Host::troubleMark + Host::WordOf(*others.front()) + " in trouble: " +
-                               Shown(*others.front(), PI::PROP_STATUS) + ", but none of " + ofAll,
-                           ColourOf(worst), m_Style));
-        else if (drives == 0)
-            Line("No drive answers.");
+        else if (verdict.other != nullptr)
+            Prose(Coloured(Host::troubleMark + words, boldYellow, m_Style));
+        else if (verdict.count == verdict.notJudged.size())
+            Line(words);
         else
-            Line(
-                Coloured("No trouble: " + ofAll + ", each with a good status", boldGreen, m_Style));
-        for (const PI::CObject* drive : troubled)
-            Trouble(*drive);
-        const std::string mark = Host::noMark;
-        if (!silent.empty())
-            Prose(mark + "No SMART readings, so no warning would come, from " + WordList(silent));
-        if (!noWear.empty())
-            Prose(mark + "No wear readings, so no wear warning would come, from " +
-                  WordList(noWear));
+            Line(Coloured(words, boldGreen, m_Style));
+        for (const Host::JudgedDrive& judged : verdict.troubled)
+            Trouble(judged);
+        for (const Host::JudgedDrive& judged : verdict.warned)
+            Prose(Host::noMark + ("Warning, " + Host::DriveReasons(judged)));
+        for (const Host::JudgedDrive& judged : verdict.remarked)
+            Prose(Host::noMark + ("Note, " + Host::Printable(NameOf(*judged.drive)) + ": " +
+                                  Host::Joined(judged.judgement.remarks)));
+        NotJudged(verdict.notJudged);
     }
 
-    void Trouble(const PI::CObject& drive)
+    void Trouble(const Host::JudgedDrive& judged)
     {
-        Prose(Host::Emphasised(Host::troubleMark + Host::WordOf(drive) + "  " +
-                                   Shown(drive, PI::PROP_STATUS),
-                               drive, m_Style) +
-              "  " + ShownName(drive) + ", serial " + Shown(drive, PI::PROP_SERIAL_NUMBER));
-        Prose(Host::noMark + ("  " + Host::Printable(Host::ReasonOf(drive))));
+        const Drive& drive = *judged.drive;
+        const std::string state =
+            drive.IsAnswering() ? Host::StateWords(drive) : std::string("does not answer");
+        std::string line = Host::troubleMark + Host::Printable(NameOf(drive)) + "  " + state;
+        if (drive.object != nullptr)
+            line = Host::Emphasised(line, *drive.object, m_Style) + "  " +
+                   Host::Printable(drive.model) + ", serial " + Host::Printable(drive.serial);
+        Prose(line);
+        Prose(Host::noMark + ("  " + Host::Printable(Host::Joined(judged.judgement.reasons))));
+    }
+
+    // A line for each reason, which many drives may share.
+    void NotJudged(const std::vector<Host::JudgedDrive>& drives)
+    {
+        std::map<std::string, std::vector<Host::JudgedDrive>> byReason;
+        for (const Host::JudgedDrive& judged : drives)
+            byReason[Host::Joined(judged.judgement.reasons)].push_back(judged);
+        for (const auto& [reason, those] : byReason)
+            Prose(Host::noMark + ("Not judged, so no warning would come: " +
+                                  Host::DriveNames(those) + " (" + Host::Printable(reason) + ')'));
     }
 
     void Heads()
@@ -194,17 +203,46 @@ class Report
              ", change count " + std::to_string(object.m_ChangeCount));
         for (const PI::CProperty& property : object.m_Properties)
             Property(object, property, indent + "  ");
-        std::vector<std::string> operations;
+        std::string operations;
         for (const PI::COperation& operation : object.m_Operations)
-            operations.push_back(Host::NameOrNumber(Vocabulary::operationNames(), operation.m_ID));
+            operations += (operations.empty() ? "" : ", ") +
+                          Host::NameOrNumber(Vocabulary::operationNames(), operation.m_ID);
         if (!operations.empty())
-            Line(indent + "  " + Host::PadRight("Operations", labelColumns) + WordList(operations));
+            Line(indent + "  " + Host::PadRight("Operations", labelColumns) + operations);
+        for (const Drive& drive : m_Drives)
+            if (drive.object == &object)
+                Besides(drive, indent + "  ");
+    }
+
+    // What the machine knows of the drive besides the properties.
+    void Besides(const Drive& drive, const std::string& indent)
+    {
+        const auto line = [&](const char* label, const std::string& value)
+        { Line(indent + Host::PadRight(label, labelColumns) + value); };
+        const Host::Judgement judgement = Host::JudgementOf(drive, m_Limits);
+        if (!drive.systemName.empty())
+            line("System name", Host::Printable(drive.systemName));
+        if (drive.bytes)
+            line("Exact size", std::to_string(*drive.bytes) + " bytes");
+        if (drive.bytesWritten)
+            line("Exact bytes written", std::to_string(*drive.bytesWritten) + " bytes");
+        if (drive.ratedTerabytes != 0)
+            line("Rated writes", std::to_string(drive.ratedTerabytes) + " TB");
+        for (const std::string& reason : judgement.reasons)
+            line("Reason", Host::Printable(reason));
+        for (const std::string& remark : judgement.remarks)
+            line("Note", remark);
+        if (!drive.hasPage)
+            return;
+        line("Drive family", drive.smart.m_Family);
+        line("SMART page", "read " + std::to_string(drive.pageAge / 1000) + " s ago");
+        m_Text += Host::AttributeTable(drive, Host::noMark + indent);
     }
 
     void Property(const PI::CObject& object, const PI::CProperty& property,
                   const std::string& indent)
     {
-        std::string value = Host::Printable(Host::ValueText(property));
+        std::string value = Host::Printable(Legible(object, property));
         if (value.empty())
             value = "-";
         if (property.IsSettable())
@@ -215,6 +253,10 @@ class Report
                                       : "  (can be set, " + std::to_string(range->minimum) +
                                             " to " + std::to_string(range->maximum) + ")";
         }
+        if (property.m_ID == PI::PROP_STATUS)
+            if (const auto status = Host::ChoiceOf(object, PI::PROP_STATUS))
+                if (const std::string words = Host::StatusWords(*status); !words.empty())
+                    value += "  (" + words + ')';
         const bool trouble =
             property.m_ID == PI::PROP_STATUS && Host::HealthOf(object) != Health::Good;
         const std::string line =
@@ -225,9 +267,25 @@ class Report
             Line(line);
     }
 
+    // Sizes are decimal here, as on labels and data sheets.
+    std::string Legible(const PI::CObject& object, const PI::CProperty& property) const
+    {
+        const Host::PropertyValue held = Host::ValueOf(property);
+        const auto* megabytes = std::get_if<std::uint64_t>(&held);
+        if (property.m_Unit == PI::UNIT_MEGABYTES && megabytes != nullptr && *megabytes >> 44 == 0)
+            return Host::DecimalSize(*megabytes << 20);
+        if (property.m_ID == PI::PROP_BYTES_WRITTEN)
+            for (const Drive& drive : m_Drives)
+                if (drive.object == &object && drive.bytesWritten)
+                    return Host::DecimalSize(*drive.bytesWritten);
+        return Host::ValueText(property);
+    }
+
     static constexpr std::size_t labelColumns = 26;
 
     const Objects& m_Objects;
+    const std::vector<Drive>& m_Drives;
+    const Limits m_Limits;
     const Style& m_Style;
     std::map<std::uint64_t, const PI::CObject*> m_ById;
     std::set<std::uint64_t> m_Written;
@@ -242,9 +300,26 @@ namespace Host
 const char* const troubleMark = "!! ";
 const char* const noMark = "   ";
 
-std::string ShowText(const Objects& objects, const Style& style)
+std::string OverviewText(const Snapshot& snapshot, const Limits& limits, const Style& style)
 {
-    return Report(objects, style).Write();
+    return Report(snapshot, limits, style).WriteOverview();
+}
+
+std::string FullText(const Snapshot& snapshot, const Limits& limits, const Style& style)
+{
+    return Report(snapshot, limits, style).WriteAll();
+}
+
+std::string ObjectText(const PI::CObject& object, const Snapshot& snapshot, const Limits& limits,
+                       const Style& style)
+{
+    return Report(snapshot, limits, style).WriteObject(object);
+}
+
+std::string SilentDriveText(const Drive& drive, const Snapshot& snapshot, const Limits& limits,
+                            const Style& style)
+{
+    return Report(snapshot, limits, style).WriteSilentDrive(drive);
 }
 
 std::string Emphasised(const std::string& text, const PI::CObject& object, const Style& style)

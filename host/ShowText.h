@@ -1,7 +1,9 @@
-// The whole picture for people: whether all is well first, then an overview, then every property.
+// The picture for people: whether all is well first, then a table, then every property.
 #pragma once
 
-#include "host/Topology.h"
+#include "host/Health.h"
+#include "host/Snapshot.h"
+#include "host/TableStyle.h"
 
 #include <cstddef>
 #include <string>
@@ -13,13 +15,27 @@ struct Style
 {
     bool coloured = false;
     std::size_t columns = 120;
+    TableStyle table = {};
 };
 
-std::string ShowText(const Objects& objects, const Style& style);
+/// Whether all is well, and the drives as a table.
+std::string OverviewText(const Snapshot& snapshot, const Limits& limits, const Style& style);
 
-/// The drives as an aligned table, a line each; empty without drives. On a narrow terminal texts
-/// are cut first and the least important columns go then: the properties below have it all.
-std::string DriveTable(const Objects& objects, const Style& style);
+/// The same, and every property of every object.
+std::string FullText(const Snapshot& snapshot, const Limits& limits, const Style& style);
+
+/// One object of the snapshot in full.
+std::string ObjectText(const PI::CObject& object, const Snapshot& snapshot, const Limits& limits,
+                       const Style& style);
+
+/// One drive that is no object, since it does not answer.
+std::string SilentDriveText(const Drive& drive, const Snapshot& snapshot, const Limits& limits,
+                            const Style& style);
+
+/// The drives as an aligned table, a line each; empty without drives. On a narrow terminal the
+/// least important columns go, which a last line tells, then models are broken into lines.
+/// @throws UsageFailure for a column that there is none of
+std::string DriveTable(const std::vector<Drive>& drives, const Limits& limits, const Style& style);
 
 /// The left margin of a line, by which trouble is found without colours.
 extern const char* const troubleMark;

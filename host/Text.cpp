@@ -68,21 +68,32 @@ std::size_t DisplayWidth(std::string_view printable)
     return columns;
 }
 
-std::string Shorten(const std::string& printable, std::size_t columns)
+std::vector<std::string> Broken(const std::string& printable, std::size_t columns)
 {
-    if (DisplayWidth(printable) <= columns)
-        return printable;
-    std::size_t used = 1; // the ellipsis
-    std::size_t end = 0;
-    while (end < printable.size())
+    std::vector<std::string> pieces;
+    std::string_view rest = printable;
+    while (DisplayWidth(rest) > columns)
     {
-        const CCharacter c = DecodeUtf8(printable, end);
-        used += Columns(c.code);
-        if (used > columns)
-            break;
-        end += std::max<std::size_t>(c.length, 1);
+        std::size_t used = 0;
+        std::size_t end = 0;
+        std::size_t seam = 0; // behind the last character after which a break looks well
+        while (end < rest.size())
+        {
+            const CCharacter c = DecodeUtf8(rest, end);
+            used += Columns(c.code);
+            if (used > columns && end != 0)
+                break;
+            end += std::max<std::size_t>(c.length, 1);
+            if (c.code == ' ' || c.code == '-' || c.code == '_')
+                seam = end;
+        }
+        end = seam != 0 ? seam : end;
+        pieces.emplace_back(rest.substr(0, end));
+        rest.remove_prefix(end);
     }
-    return printable.substr(0, end) + "…";
+    if (!rest.empty() || pieces.empty())
+        pieces.emplace_back(rest);
+    return pieces;
 }
 
 std::string Wrapped(std::string_view printable, std::size_t columns, std::string_view indent)

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Host
 {
@@ -16,8 +17,9 @@ using ZKT::Misc::Printable;
 /// Columns that a printable text takes on a terminal; colours in it take none.
 std::size_t DisplayWidth(std::string_view printable);
 
-/// Cuts a printable text to a number of columns; a cut text ends in an ellipsis.
-std::string Shorten(const std::string& printable, std::size_t columns);
+/// Breaks a printable text into pieces of at most so many columns: at a blank, a dash or an
+/// underscore where there is one, else anywhere. At least one piece.
+std::vector<std::string> Broken(const std::string& printable, std::size_t columns);
 
 /// Breaks a printable text at blanks into lines of that many columns; all but the first begin with
 /// the indent. A word that is too long for any line is left whole.

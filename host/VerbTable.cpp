@@ -15,7 +15,35 @@ using Host::Options;
 constexpr const char* objectHelp = "plugin, adapter, disk0, disk1 ... or an id of show --json";
 constexpr const char* propertyHelp = "a name, a number, or its label in the output of show";
 
-void AddNothing(CLI::App&, Options&) {}
+/// An option that takes texts with commas between them, and may be given several times.
+void AddList(CLI::App& verb, const char* name, const char* type, std::vector<std::string>& values,
+             const char* help)
+{
+    verb.add_option_function<std::vector<std::string>>(
+            name,
+            [&values](const std::vector<std::string>& given)
+            {
+                for (const std::string& text : given)
+                    for (const std::string& value : CLI::detail::split(text, ','))
+                        values.push_back(value);
+            },
+            help)
+        ->type_name(type)
+        ->allow_extra_args(false);
+}
+
+void AddShow(CLI::App& verb, Options& options)
+{
+    verb.add_option("OBJECT", options.objects,
+                    "in full: disk0, a name such as sda, a serial number, plugin, adapter, an id");
+    verb.add_flag("--all", options.all, "every property of every object, below the table");
+    verb.add_flag("--wide", options.table.isWide, "all columns, however wide the terminal is");
+    AddList(verb, "-o", "COLUMNS", options.table.columns,
+            "columns of the table, such as disk,model,firmware");
+    verb.add_option("--sort", options.table.sort, "the column to sort by")->type_name("COLUMN");
+    verb.add_flag_callback(
+        "--no-header", [&options] { options.table.hasHeader = false; }, "no line of titles");
+}
 
 void AddGet(CLI::App& verb, Options& options)
 {
@@ -30,14 +58,35 @@ void AddSet(CLI::App& verb, Options& options)
     verb.add_option("VALUE", options.value, "the new value")->required();
 }
 
+void AddIgnore(CLI::App& verb, Options& options)
+{
+    AddList(verb, "--ignore", "SERIAL", options.ignored,
+            "leaves the drive of this serial number out");
+}
+
 void AddWatch(CLI::App& verb, Options& options)
 {
+    AddList(verb, "--only", "OBJECTS", options.only, "of these drives alone: disk3,sdb");
+    AddIgnore(verb, options);
     verb.add_option_function<std::string>(
             "--for",
             [&options](const std::string& text)
             { options.watchSeconds = Host::ParseSeconds("--for", text); },
             "ends after 90 (seconds), 5s, 10m, 2h or 1d; default: not before a signal")
         ->type_name("TIME");
+}
+
+void AddCheck(CLI::App& verb, Options& options)
+{
+    verb.add_option("OBJECT", options.objects,
+                    "drives to check: disk0, a name such as sda, a serial number; default: all");
+    verb.add_flag("--quiet", options.isQuiet, "prints nothing, the exit code is the answer");
+    verb.add_flag("--strict", options.isStrict, "a drive that cannot be judged is unknown");
+    verb.add_flag("--forget", options.forget,
+                  "takes the drives that are there now for all of them");
+    verb.add_option("--expect", options.expected, "how many drives there should be")
+        ->type_name("N");
+    AddIgnore(verb, options);
 }
 
 void AddExplain(CLI::App& verb, Options& options)
@@ -60,14 +109,17 @@ void AddHelp(CLI::App& verb, Options& options)
 
 constexpr Host::VerbRow rows[] = {
     {.name = "show",
-     .arguments = "",
-     .summary = "state of all drives, then every property (default)",
+     .arguments = "[OBJECT...]",
+     .summary = "state of all drives (default), or objects in full",
      .purpose = R"(
-Prints which drives are in trouble, a table of all drives, and every property
-of every object.
+Prints which drives are in trouble and why, which cannot be judged, and a table
+of all drives. Objects that are named are printed in full: every property, and
+of a drive the attributes of its SMART page.
 )",
      .examples = R"(
   tarnisctl show
+  tarnisctl show disk7 sda
+  tarnisctl show -o disk,model,firmware --sort model
   tarnisctl show --json | jq '.objects[].id'
 )",
      .exitCodes = R"(
@@ -77,7 +129,7 @@ of every object.
   3  the plug-in gave an error, or the output could not be written
   4  a right is missing to read a disk; what can be read is shown
 )",
-     .addArguments = AddNothing,
+     .addArguments = AddShow,
      .run = Host::Show},
     {.name = "get",
      .arguments = "OBJECT PROPERTY...",
@@ -125,24 +177,50 @@ A watch that runs takes it up at its next start.
      .run = Host::Set},
     {.name = "watch",
      .arguments = "[--for TIME]",
-     .summary = "prints events as they come, until Ctrl-C or SIGTERM",
+     .summary = "prints changes as they come, until Ctrl-C or SIGTERM",
      .purpose = R"(
-Looks at the drives every poll interval, and prints drives that come, go or get
-into trouble, a line each.
+Looks at the drives every poll interval. Prints how things stand, then a line
+for each drive that comes, goes, is replaced, gets into trouble or out of it,
+passes a threshold, loses its readings or has more errors than before. Lines of
+trouble begin with !!. What stands is repeated at the report times.
 )",
      .examples = R"(
   tarnisctl watch
+  tarnisctl watch --only disk3,sdb
   tarnisctl watch --for 2h --json
 )",
      .exitCodes = R"(
   0  ended by a signal, by its time, or because nobody reads its output
   1  wrong usage, or a wrong machine file
   2  no supported hardware
-  3  the plug-in gave an error, or the output could not be written
+  3  the plug-in gave an error or does not look at the drives, or the output
+     could not be written
   4  as 0, but a right is missing to read a disk
 )",
      .addArguments = AddWatch,
      .run = Host::Watch},
+    {.name = "check",
+     .arguments = "[OBJECT...]",
+     .summary = "one line and an exit code for cron and monitoring",
+     .purpose = R"(
+Prints one line with performance data, as the guidelines for monitoring plug-ins
+have it. Critical: a drive that fails, does not answer, or is gone since an
+earlier check. Warning: a threshold of CustomOpts.ini or the rated writes are
+passed, errors rose since the earlier check, or rows are not written. The drives
+that were seen are kept beside the database (tarnisctl-check.json).
+)",
+     .examples = R"(
+  tarnisctl check
+  tarnisctl check --quiet --expect 12 || mail -s drives root < /dev/null
+)",
+     .exitCodes = R"(
+  0  OK
+  1  warning
+  2  critical
+  3  unknown: no plug-in, no hardware, a right is missing, or wrong usage
+)",
+     .addArguments = AddCheck,
+     .run = Host::Check},
     {.name = "explain",
      .arguments = "NUMBER|NAME|--all",
      .summary = "what a number or name of the vocabulary means",

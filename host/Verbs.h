@@ -12,6 +12,7 @@ namespace Host
 ExitCode Show(const Options& options, Output& output);
 ExitCode Get(const Options& options, Output& output);
 ExitCode Set(const Options& options, Output& output);
+ExitCode Check(const Options& options, Output& output);
 ExitCode Watch(const Options& options, Output& output);
 ExitCode Explain(const Options& options, Output& output);
 

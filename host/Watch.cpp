@@ -1,20 +1,29 @@
-#include "host/EventInbox.h"
+#include "contracts/zelKit/Thread.h"
+#include "contracts/zelKit/Time.h"
+#include "host/ChangeInbox.h"
+#include "host/ChangeText.h"
 #include "host/EventText.h"
 #include "host/Failure.h"
+#include "host/ObjectQuery.h"
 #include "host/PluginSession.h"
 #include "host/PropertyText.h"
+#include "host/ShowText.h"
 #include "host/Topology.h"
 #include "host/Verbs.h"
+#include "host/Verdict.h"
 #include "host/Wakeup.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
+#include <set>
 #include <string>
 #include <string_view>
 
 namespace
 {
 
+using Host::Options;
 using Host::Wakeup;
 
 [[noreturn]] void FailWithoutReader()
@@ -37,29 +46,118 @@ bool WriteLine(const std::string& line, const Wakeup& wakeup, Host::Output& outp
     return true;
 }
 
-bool PrintEvents(Host::EventInbox& inbox, const Wakeup& wakeup, bool json, Host::Output& output)
+/// Which drives the user wants to hear of.
+class Choice
 {
-    const std::vector<Host::ReceivedEvent> events = inbox.Take();
-    return std::all_of(events.begin(), events.end(),
-                       [&](const Host::ReceivedEvent& received)
-                       {
-                           const auto text = json ? Host::EventJson : Host::EventLine;
-                           return WriteLine(text(received.event, received.present) + '\n', wakeup,
-                                            output);
-                       });
+  public:
+    Choice(const Options& options, const Host::Snapshot& start) : m_Options(options)
+    {
+        for (const std::string& name : options.only)
+        {
+            const Host::ObjectQuery query = Host::ParseObject(name);
+            const Host::Drive* drive = Host::FindDrive(query, start.drives);
+            // A disk that is not there yet may come.
+            m_Only.insert(drive != nullptr ? drive->label : query.word);
+        }
+        for (const Host::Drive& drive : start.drives)
+            if (IsIgnored(drive.serial))
+                m_Ignored.insert(drive.label);
+    }
+
+    bool Has(const Host::Happening& happening) const
+    {
+        const std::string label = happening.change ? happening.change->drive.label
+                                                   : "disk" + happening.event->GetPlaceHolder2();
+        // Some events tell no serial number.
+        const std::string serial =
+            happening.change ? happening.change->drive.serial : happening.event->GetPlaceHolder4();
+        const bool isIgnored = serial.empty() ? m_Ignored.contains(label) : IsIgnored(serial);
+        return !isIgnored && (m_Only.empty() || m_Only.contains(label));
+    }
+
+    bool Has(const Host::Drive& drive) const
+    {
+        return !IsIgnored(drive.serial) && (m_Only.empty() || m_Only.contains(drive.label));
+    }
+
+  private:
+    bool IsIgnored(const std::string& serial) const
+    {
+        return !serial.empty() &&
+               std::ranges::find(m_Options.ignored, serial) != m_Options.ignored.end();
+    }
+
+    const Options& m_Options;
+    std::set<std::string> m_Only;    ///< labels; empty: all
+    std::set<std::string> m_Ignored; ///< labels at the start
+};
+
+/// One line for people; empty for what the verdict at the start has told.
+std::string LineOf(const Host::Happening& happening)
+{
+    if (happening.change)
+        return Host::ChangeLine(*happening.change) + '\n';
+    if (happening.isReminder && happening.isFirstPass)
+        return {};
+    return Host::EventLine(*happening.event, happening.present, happening.isReminder) + '\n';
 }
 
-void TellStart(const Host::Objects& objects)
+/// The plug-in's events keep their members; those of a change stand behind them.
+std::string JsonLineOf(const Host::Happening& happening)
 {
-    const auto drives = std::count_if(objects.begin(), objects.end(),
-                                      [](const PI::CObject& object)
-                                      { return object.m_Type == PI::OBJECT_PHYSICAL_DRIVE; });
+    Host::Json json = Host::Json::object();
+    if (happening.event)
+        json = Host::EventJson(*happening.event, happening.present, happening.isReminder);
+    if (happening.change)
+    {
+        const Host::Json change = Host::ChangeJson(*happening.change);
+        for (const auto& [name, value] : change.items())
+            if (!json.contains(name))
+                json[name] = value;
+    }
+    return Host::JsonLine(json) + '\n';
+}
+
+/// @return false when the watch is to end
+bool Print(const std::vector<Host::Happening>& happenings, const Choice& choice, bool json,
+           const Wakeup& wakeup, Host::Output& output)
+{
+    return std::ranges::all_of(
+        happenings,
+        [&](const Host::Happening& happening)
+        {
+            return !choice.Has(happening) ||
+                   WriteLine(json ? JsonLineOf(happening) : LineOf(happening), wakeup, output);
+        });
+}
+
+/// How things stand at the start, in one line.
+std::string StartLine(const Host::Snapshot& start, const Choice& choice)
+{
+    std::vector<Host::Drive> drives;
+    std::ranges::copy_if(start.drives, std::back_inserter(drives),
+                         [&](const Host::Drive& drive) { return choice.Has(drive); });
+    const Host::Verdict verdict = Host::VerdictOf(start.objects, drives, Host::LimitsInEffect());
+    std::string line = verdict.troubled.empty() ? Host::noMark : Host::troubleMark;
+    line += Host::LocalTime(ZKT::Misc::now()) + "  " + Host::VerdictWords(verdict);
+    const char* separator = ": ";
+    for (const auto* judgedOnes : {&verdict.troubled, &verdict.warned})
+        for (const Host::JudgedDrive& judged : *judgedOnes)
+        {
+            line += separator + Host::DriveReasons(judged);
+            separator = "; ";
+        }
+    return line + '\n';
+}
+
+void TellStart(const Host::Snapshot& start)
+{
     std::string interval;
-    for (const PI::CObject& object : objects)
+    for (const PI::CObject& object : start.objects)
         if (const auto* property = Host::FindProperty(object, PI::PROP_POLL_INTERVAL))
             interval = " every " + Host::ShortValueText(*property);
-    std::fprintf(stderr, "watching %ld drive%s%s, Ctrl-C ends it\n", static_cast<long>(drives),
-                 drives == 1 ? "" : "s", interval.c_str());
+    std::fprintf(stderr, "watching %zu drive%s%s, Ctrl-C ends it\n", start.drives.size(),
+                 start.drives.size() == 1 ? "" : "s", interval.c_str());
 }
 
 } // namespace
@@ -71,19 +169,27 @@ ExitCode Watch(const Options& options, Output& output)
 {
     if (!output.IsOpen())
         FailWithoutReader();
-    EventInbox inbox;
+    ChangeInbox inbox(LimitsInEffect());
     PluginSession session(options.plugin);
-    const Objects objects = session.Topology();
-    if (!options.json)
-        TellStart(objects);
+    const Snapshot start = TakeSnapshot(session);
     const Wakeup wakeup(inbox.Bell(), output, options.watchSeconds);
-    inbox.Watch(session, objects);
+    const Choice choice(options, start);
+    inbox.Watch(session, start);
+    if (ZKT::Threading::CThread::HasCreateFailed())
+        throw Failure(EXIT_PLUGIN, "nothing is watched: the system gave no thread; end other "
+                                   "programs, or raise the limit of processes");
+    if (!options.json)
+    {
+        TellStart(start);
+        if (!WriteLine(StartLine(start, choice), wakeup, output))
+            return session.Result();
+    }
     for (;;)
         switch (wakeup.WaitForInbox())
         {
         case Wakeup::Reason::Inbox:
             session.ReportTroubles();
-            if (!PrintEvents(inbox, wakeup, options.json, output))
+            if (!Print(inbox.Take(), choice, options.json, wakeup, output))
                 return session.Result();
             break;
         default: // the end, or nobody reads any more

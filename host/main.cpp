@@ -9,6 +9,7 @@
 #include <exception>
 #include <new>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -25,11 +26,18 @@ Host::ExitCode Answer(const Host::Options& options, Host::Output& output)
 
 int main(int argc, char** argv)
 {
+    // Whatever fails, check does not know the state of the drives.
+    Host::ExitCode unknown = Host::EXIT_DONE;
+    const auto codeOf = [&](Host::ExitCode code)
+    { return unknown == Host::EXIT_DONE ? code : unknown; };
     try
     {
         Host::FillMemoryReserve();
         Host::Output output;
-        const Host::Options options = Host::ParseOptions(Host::Arguments(argc, argv));
+        const std::vector<std::string> arguments = Host::Arguments(argc, argv);
+        if (Host::IsCheckAsked(arguments))
+            unknown = Host::CHECK_UNKNOWN;
+        const Host::Options options = Host::ParseOptions(arguments);
         output.SetColour(options.colour);
         Host::ApplyEnvironment(options);
         const Host::ExitCode result = Answer(options, output);
@@ -39,16 +47,16 @@ int main(int argc, char** argv)
     catch (const Host::Failure& failure)
     {
         Host::Complain(failure.what());
-        return failure.Code();
+        return codeOf(failure.Code());
     }
     catch (const std::bad_alloc&)
     {
         std::fputs("tarnisctl: memory ran out\n", stderr);
-        return Host::EXIT_PLUGIN;
+        return codeOf(Host::EXIT_PLUGIN);
     }
     catch (const std::exception& error)
     {
         Host::Complain(std::string("unexpected: ") + error.what());
-        return Host::EXIT_PLUGIN;
+        return codeOf(Host::EXIT_PLUGIN);
     }
 }

@@ -1,0 +1,103 @@
+#include "host/ChangeInbox.h"
+
+#include "contracts/zelKit/Time.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace Host
+{
+
+namespace
+{
+
+/// Whether the plug-in's event and the change tell of the same drive that came or went.
+bool TellTheSame(const Happening& happening, const Change& change)
+{
+    if (!happening.event || happening.change || happening.event->m_EventID != PI::EVENT_PNPADD_EX)
+        return false;
+    const bool isSameKind =
+        change.kind == ChangeKind::Replaced || change.kind == ChangeKind::Moved
+            ? happening.present
+            : change.kind == (happening.present ? ChangeKind::Added : ChangeKind::Gone);
+    return isSameKind && happening.event->GetPlaceHolder4() == change.drive.serial &&
+           "disk" + happening.event->GetPlaceHolder2() == change.drive.label;
+}
+
+} // namespace
+
+void ChangeInbox::Watch(PluginSession& session, const Snapshot& start)
+{
+    m_Session = &session;
+    for (const PI::CObject& object : start.objects)
+    {
+        m_Known.insert(object.m_ID);
+        if (object.m_Type == PI::OBJECT_PLUGIN)
+            m_PluginId = object.m_ID;
+    }
+    m_Finder.Look(start.drives, ZKT::Misc::now());
+    session.StartWorker(this, &ChangeInbox::Answer);
+}
+
+std::vector<Happening> ChangeInbox::Take()
+{
+    m_Bell.Answer();
+    const std::lock_guard guard(m_Lock);
+    if (m_Failure)
+        std::rethrow_exception(m_Failure);
+    return std::exchange(m_Happenings, {});
+}
+
+void ChangeInbox::Answer(void* inbox, IPLUGINAPI*)
+{
+    auto& self = *static_cast<ChangeInbox*>(inbox);
+    try
+    {
+        self.Receive();
+    }
+    catch (const std::exception&) // it belongs to the thread that prints, not to the plug-in's
+    {
+        const std::lock_guard guard(self.m_Lock);
+        self.m_Failure = std::current_exception();
+    }
+    self.m_Bell.Ring();
+}
+
+Happening ChangeInbox::HappeningOf(const PI::CEvent& event)
+{
+    Happening happening;
+    happening.event = event;
+    happening.isFirstPass = m_IsFirstPass;
+    happening.isReminder = event.m_EventID != PI::EVENT_PNPADD_EX;
+    // An id is never used twice: one that is known went, any other came.
+    happening.present = m_Known.count(event.m_ObjectID) != 0;
+    if (!happening.isReminder)
+    {
+        happening.present = m_Known.erase(event.m_ObjectID) == 0;
+        if (happening.present)
+            m_Known.insert(event.m_ObjectID);
+    }
+    return happening;
+}
+
+void ChangeInbox::Receive()
+{
+    std::vector<Happening> happenings;
+    for (const PI::CEvent& event : m_Session->Events(m_PluginId))
+        happenings.push_back(HappeningOf(event));
+    const Snapshot snapshot = TakeSnapshot(*m_Session);
+    for (Change& change : m_Finder.Look(snapshot.drives, ZKT::Misc::now()))
+    {
+        const auto same = std::ranges::find_if(happenings, [&](const Happening& candidate)
+                                               { return TellTheSame(candidate, change); });
+        if (same == happenings.end())
+            happenings.emplace_back().isFirstPass = m_IsFirstPass;
+        (same == happenings.end() ? happenings.back() : *same).change = std::move(change);
+    }
+    m_IsFirstPass = false;
+    const std::lock_guard guard(m_Lock);
+    std::ranges::move(happenings, std::back_inserter(m_Happenings));
+}
+
+} // namespace Host

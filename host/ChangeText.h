@@ -1,0 +1,25 @@
+// A change among the drives for people and for programs.
+#pragma once
+
+#include "host/Changes.h"
+#include "host/Json.h"
+
+#include <cstdint>
+#include <string>
+
+namespace Host
+{
+
+/// One line without its end: when, how bad, which drive, what it was and what it is, and why.
+std::string ChangeLine(const Change& change);
+
+/// Named fields: kind, disk, name, serial, model, firmware, from, to, readings, time, timeMs.
+Json ChangeJson(const Change& change);
+
+/// "gone", "readingsLost": the kind as programs read it.
+std::string KindName(ChangeKind kind);
+
+/// "2026-11-23 16:04:05 +0100", in local time.
+std::string LocalTime(std::uint64_t milliseconds);
+
+} // namespace Host

@@ -1,0 +1,171 @@
+#include "host/Changes.h"
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+namespace Host
+{
+
+namespace
+{
+
+bool IsSameDrive(const KnownDrive& one, const KnownDrive& other)
+{
+    return std::tie(one.serial, one.model, one.firmware) ==
+           std::tie(other.serial, other.model, other.firmware);
+}
+
+/// "failing: spare sectors used up"
+std::string StateOf(const KnownDrive& drive)
+{
+    switch (drive.standing)
+    {
+    case Standing::NotJudged:
+        return drive.state + ", not judged";
+    case Standing::Warning:
+        return drive.state + ", warning";
+    default:
+        return drive.state;
+    }
+}
+
+std::optional<ChangeKind> KindOf(Standing before, Standing now)
+{
+    if (before == now)
+        return std::nullopt;
+    if (now == Standing::Trouble)
+        return ChangeKind::Trouble;
+    if (before == Standing::Trouble)
+        return ChangeKind::Recovered;
+    if (now == Standing::NotJudged)
+        return ChangeKind::ReadingsLost;
+    if (before == Standing::NotJudged && now == Standing::Good)
+        return ChangeKind::ReadingsBack;
+    return now == Standing::Warning ? ChangeKind::Warning : ChangeKind::WarningEnded;
+}
+
+/// How far the counts rose: "pending sectors from 3 to 12"; empty when none did.
+std::string RisenErrors(const KnownDrive& before, const KnownDrive& now)
+{
+    std::string text;
+    const auto compare =
+        [&](std::optional<std::uint64_t> old, std::optional<std::uint64_t> count, const char* what)
+    {
+        if (old && count && *count > *old)
+            text += (text.empty() ? "" : "; ") + std::string(what) + " from " +
+                    std::to_string(*old) + " to " + std::to_string(*count);
+    };
+    compare(before.pendingSectors, now.pendingSectors, "pending sectors (attribute 197)");
+    compare(before.uncorrectableErrors, now.uncorrectableErrors,
+            "reported uncorrectable errors (attribute 187)");
+    return text;
+}
+
+/// Collects the changes of one look.
+class Comparison
+{
+  public:
+    explicit Comparison(std::uint64_t time) : m_Time(time) {}
+
+    void Add(ChangeKind kind, const KnownDrive& drive, std::string from, std::string to,
+             std::string readings)
+    {
+        m_Changes.push_back(
+            {kind, drive, std::move(from), std::move(to), std::move(readings), m_Time});
+    }
+
+    void CompareSame(const KnownDrive& before, const KnownDrive& now)
+    {
+        if (const auto kind = KindOf(before.standing, now.standing))
+            Add(*kind, now, StateOf(before), StateOf(now), now.reasons);
+        if (const std::string risen = RisenErrors(before, now); !risen.empty())
+            Add(ChangeKind::ErrorsRose, now, StateOf(before), StateOf(now), risen);
+    }
+
+    std::vector<Change> Take() { return std::move(m_Changes); }
+
+  private:
+    std::uint64_t m_Time;
+    std::vector<Change> m_Changes;
+};
+
+} // namespace
+
+KnownDrive Remembered(const Drive& drive, const Limits& limits)
+{
+    const Judgement judgement = JudgementOf(drive, limits);
+    return {drive.label,          drive.systemName,
+            drive.model,          drive.serial,
+            drive.firmware,       judgement.standing,
+            StateWords(drive),    Joined(judgement.reasons),
+            drive.pendingSectors, drive.uncorrectableErrors};
+}
+
+std::vector<Change> ChangeFinder::Look(const std::vector<Drive>& drives, std::uint64_t time)
+{
+    std::map<std::string, KnownDrive> now;
+    for (const Drive& drive : drives)
+    {
+        KnownDrive known = Remembered(drive, m_Limits);
+        // A drive that does not answer is the one that had the number.
+        if (const auto before = m_Known.find(drive.label);
+            !drive.IsAnswering() && before != m_Known.end())
+        {
+            known.model = before->second.model;
+            known.serial = before->second.serial;
+            known.firmware = before->second.firmware;
+        }
+        // Counts that are not told this time are compared with the next ones.
+        if (const auto before = m_Known.find(drive.label);
+            before != m_Known.end() && IsSameDrive(before->second, known))
+        {
+            if (!known.pendingSectors)
+                known.pendingSectors = before->second.pendingSectors;
+            if (!known.uncorrectableErrors)
+                known.uncorrectableErrors = before->second.uncorrectableErrors;
+        }
+        now.emplace(drive.label, std::move(known));
+    }
+    const std::map<std::string, KnownDrive> before = std::exchange(m_Known, now);
+    if (!std::exchange(m_HasLooked, true))
+        return {};
+
+    const auto findIn = [](const std::map<std::string, KnownDrive>& among, const KnownDrive& drive)
+    {
+        const auto found = std::ranges::find_if(
+            among, [&](const auto& entry)
+            { return !drive.serial.empty() && IsSameDrive(entry.second, drive); });
+        return found == among.end() ? nullptr : &found->second;
+    };
+    Comparison comparison(time);
+    for (const auto& [label, drive] : before)
+        if (!now.contains(label) && findIn(now, drive) == nullptr)
+            comparison.Add(ChangeKind::Gone, drive, StateOf(drive), "gone", "");
+    for (const auto& [label, drive] : now)
+    {
+        const auto old = before.find(label);
+        if (old != before.end() && IsSameDrive(old->second, drive))
+            comparison.CompareSame(old->second, drive);
+        else if (const KnownDrive* elsewhere = findIn(before, drive);
+                 elsewhere != nullptr && !now.contains(elsewhere->label))
+        {
+            comparison.Add(ChangeKind::Moved, drive, elsewhere->label, label, "");
+            comparison.CompareSame(*elsewhere, drive);
+        }
+        else
+        {
+            const bool isNew = old == before.end();
+            comparison.Add(isNew ? ChangeKind::Added : ChangeKind::Replaced, drive,
+                           isNew ? ""
+                                 : old->second.model + ", serial " + old->second.serial +
+                                       ", firmware " + old->second.firmware,
+                           StateOf(drive), drive.reasons);
+            if (drive.standing == Standing::Trouble)
+                comparison.Add(ChangeKind::Trouble, drive, "", StateOf(drive), drive.reasons);
+        }
+    }
+    return comparison.Take();
+}
+
+} // namespace Host

@@ -1,0 +1,75 @@
+// What became different among the drives, from one look to the next.
+#pragma once
+
+#include "host/Health.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Host
+{
+
+/// What is remembered of a drive between two looks at it.
+struct KnownDrive
+{
+    std::string label;
+    std::string systemName;
+    std::string model;
+    std::string serial;
+    std::string firmware;
+    Standing standing = Standing::Good;
+    std::string state;   ///< in plain words
+    std::string reasons; ///< of its standing
+    std::optional<std::uint64_t> pendingSectors;
+    std::optional<std::uint64_t> uncorrectableErrors;
+};
+
+enum class ChangeKind
+{
+    Added,
+    Gone,
+    Replaced, ///< another drive has the number
+    Moved,    ///< the drive has another number
+    Trouble,
+    Recovered, ///< from trouble
+    Warning,   ///< a threshold is passed, or the rated writes are
+    WarningEnded,
+    ReadingsLost, ///< it cannot be judged any more
+    ReadingsBack,
+    ErrorsRose, ///< pending sectors or uncorrectable errors
+};
+
+struct Change
+{
+    ChangeKind kind;
+    KnownDrive drive;     ///< as it is now; as it was, for one that is gone
+    std::string from;     ///< the old state, empty for a drive that was not there
+    std::string to;       ///< the new state
+    std::string readings; ///< what the new state rests on
+    std::uint64_t time;   ///< milliseconds since 1970-01-01 00:00 UTC
+
+    /// Whether it is bad news that must not be missed.
+    bool IsTrouble() const { return kind == ChangeKind::Trouble || kind == ChangeKind::Gone; }
+};
+
+KnownDrive Remembered(const Drive& drive, const Limits& limits);
+
+/// Looks at the drives again and again. For one thread at a time.
+class ChangeFinder
+{
+  public:
+    explicit ChangeFinder(const Limits& limits) : m_Limits(limits) {}
+
+    /// @return what is different since the last call, by disk number; nothing at the first
+    std::vector<Change> Look(const std::vector<Drive>& drives, std::uint64_t time);
+
+  private:
+    const Limits m_Limits;
+    bool m_HasLooked = false;
+    std::map<std::string, KnownDrive> m_Known; ///< by label
+};
+
+} // namespace Host
