@@ -1,5 +1,6 @@
 // What can be asked without a plug-in, and what is refused before one is loaded.
 #include "tests/host/Process.h"
+#include "tests/support/MachineBuilder.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -17,8 +18,9 @@ TEST(CommandLine, WhatCannotBeDoneIsToldInOneLine)
     const std::string empty = testFolder.Write("empty.json", R"({"version": 1})");
     const std::string broken = testFolder.Write("broken.json", "{\n  \"version\": 1,\n");
     const std::string text = testFolder.Write("text.so", "no library");
+    const std::string one = testFolder.Write("one.json", Support::MachineOf(1).dump());
     const std::tuple<Arguments, int, std::string> cases[] = {
-        {{"shwo"}, 1, "show, get, set, watch, explain and help; did you mean show?"},
+        {{"shwo"}, 1, "show, get, set, watch, check, explain and help; did you mean show?"},
         {{"xyzzy", "--help"}, 1, "explain and help (see"},
         {{"help", "explian"}, 1, "did you mean explain?"},
         {{"help", "get", "set"}, 1, "'set'"},
@@ -44,12 +46,13 @@ TEST(CommandLine, WhatCannotBeDoneIsToldInOneLine)
         {{"watch", "--for", "49710d", "--machine", "none"}, 1, "none: file"},
         {{"watch", "--for", "49711d"}, 1, "--for"},
         {{"set", "plugin"}, 1, "PROPERTY"},
-        {{"show", "disk0"}, 1, "'disk0' is not understood"},
+        {{"show", "-o", "disk,modell", "--machine", one}, 1, "did you mean model?"},
+        {{"show", "disk9", "--machine", one}, 1, "there is no disk9 (disks: disk0)"},
         {{"get", "disk0"}, 1, "PROPERTY"},
-        {{"get", "disk", "NAME"}, 1, "'disk' is no object"},
-        {{"get", "dsik12", "NAME"}, 1, "did you mean disk12?"},
-        {{"set", "plug-in", "NAME", "x"}, 1, "did you mean plugin?"},
-        {{"get", "zebra", "NAME"}, 1, "or an id (see"},
+        {{"get", "disk", "NAME", "--machine", one}, 1, "'disk' is no object"},
+        {{"get", "dsik12", "NAME", "--machine", one}, 1, "did you mean disk12?"},
+        {{"set", "plug-in", "NAME", "x", "--machine", one}, 1, "did you mean plugin?"},
+        {{"get", "zebra", "NAME", "--machine", one}, 1, "or an id (see"},
         {{"get", "disk0", "NAME", "power onn hours"}, 1, "did you mean POWERON_HOURS"},
         {{"get", "disk0", "temprature"}, 1, "did you mean TEMPERATURE"},
         {{"get", "disk0", "99999999999"}, 1, "out of range"},
@@ -135,13 +138,14 @@ TEST(CommandLine, ExplainTellsEveryMatch)
 TEST(CommandLine, HelpFitsTheScreen)
 {
     const std::tuple<std::string, std::string> verbs[] = {
-        {"show", "tarnisctl show\n"}, {"get", "PROPERTY...  "},       {"set", "  VALUE  "},
-        {"watch", "  --for TIME  "},  {"explain", "  NUMBER|NAME  "}, {"help", "  VERB  "},
+        {"show", "[OBJECT...]"},     {"get", "PROPERTY...  "},    {"set", "  VALUE  "},
+        {"watch", "  --for TIME  "}, {"check", "  --expect N  "}, {"explain", "  NUMBER|NAME  "},
+        {"help", "  VERB  "},
     };
     const std::string general = RunTarnisctl({"help"}).out;
     EXPECT_EQ(RunTarnisctl({"-h"}).out, general);
     EXPECT_EQ(RunTarnisctl({"--help"}).out, general);
-    EXPECT_LE(CountLines(general), 44U);
+    EXPECT_LE(CountLines(general), 46U);
     std::string texts = general;
     for (const auto& [verb, argument] : verbs)
     {

@@ -56,14 +56,14 @@ TEST(Scripted, OrderOfCallsHoldsOnEveryWay)
 
 TEST(Scripted, DriveInTroubleStandsFirstAndIsMarked)
 {
-    const std::string text = RunScripted({}).out;
+    const std::string text = RunScripted({"show", "--all"}).out;
     EXPECT_EQ(text.rfind("!! 2 of 3 drives in trouble\n", 0), 0U) << text;
     for (const char* line :
-         {"!! disk8  AVAILABLE_SMART  WORN (8), serial S-8\n     rated endurance used: 97 %\n",
-          "!! disk9  FAILED  DEAD (9)", "!! Adapter  -, WARNING",
-          "No SMART readings, so no warning would come, from disk7, disk9\n",
+         {"!! disk8  failing  WORN, serial S-8\n     endurance used 97 %\n",
+          "!! disk9  failed  DEAD, serial S-9", "!! Adapter  -, WARNING",
+          "Not judged, so no warning would come: disk7 (it gives no SMART page)\n",
           // Every property of every object, also of those that hang nowhere.
-          "Physical size             953869 MB (931.5 GB)\n", "Physical size             unknown\n",
+          "Physical size             1 TB\n", "Physical size             unknown\n",
           "Power-on hours            8000 h (333 days)\n", "Rated endurance percent   -\n",
           "Unique ID                 ID=9\n", "Temperature               23.1 °C\n",
           "LUN                       -\n"})

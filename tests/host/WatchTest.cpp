@@ -84,9 +84,10 @@ TEST(WatchVerb, PrintsDrivesThatComeAndGo)
         Running watch({"watch", "--machine", machine});
         watch.LineWith("watching 2 drives");
         PutMachine({0, 1, 7});
-        EXPECT_TRUE(Holds(watch.LineWith("drive came"), ": disk7  T\\x1b DISK (7), serial S7"));
+        EXPECT_TRUE(Holds(watch.LineWith("drive came"), ": disk7  T\\x1b DISK, serial S7"));
         PutMachine({0, 7});
-        EXPECT_TRUE(Holds(watch.LineWith("drive went"), ": disk1 "));
+        const std::string gone = watch.LineWith("drive gone");
+        EXPECT_TRUE(gone.starts_with("!! ") && Holds(gone, ": disk1 ")) << gone;
         EXPECT_EQ(watch.End(SIGINT), 0);
     }
     // A trace bit that no trace line has: the plug-in's line at its start is shown.
@@ -102,6 +103,8 @@ TEST(WatchVerb, PrintsDrivesThatComeAndGo)
     EXPECT_EQ(went["placeHolders"],
               json({"Windows Advanced Host Controller Interface (0)", "0", "FW0001", "S0"}));
     EXPECT_EQ(went["present"], false);
+    EXPECT_EQ(went["kind"], "gone");
+    EXPECT_EQ(went["serial"], "S0");
     EXPECT_GT(went["time"], 1600000000000);
     PutMachine({0, 7});
     const json came = json::parse(watch.LineWith("{"));
@@ -120,6 +123,7 @@ TEST(WatchVerb, TellsOnceOfTroubleAndItsEnd)
     Running watch({"watch", "--for", "60", "--machine", machine, "--database", folder});
     EXPECT_TRUE(watch.LineWith("").starts_with("tarnisctl: " + folder + ": not a regular file; "));
     watch.LineWith("watching 1 drive");
+    watch.LineWith("No drive can be judged");
     std::ofstream(machine) << "{"; // a pass later the database has been refused again
     const std::string warning = watch.LineWith("");
     EXPECT_TRUE(Holds(warning, "w\\u202e.json") && Holds(warning, "last good version")) << warning;

@@ -1,0 +1,124 @@
+// check and watch on a machine that changes between and under them.
+#include "tests/host/Process.h"
+#include "tests/support/MachineBuilder.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace
+{
+
+using nlohmann::json;
+using Support::Attribute;
+
+/// A hard disk of a family whose spare sectors are used up at 36.
+json HardDisk(std::uint32_t number, const std::vector<Attribute>& attributes)
+{
+    json disk = Support::Disk(number);
+    disk["identify"] = Support::Identity("ST3500418AS", "HDD" + std::to_string(number), 7200);
+    disk["smart"] = Support::SmartPage(attributes);
+    return disk;
+}
+
+std::vector<Attribute> Page(int spare, std::uint64_t pending)
+{
+    return {{5, spare, 9}, {9, 90, 5000}, {194, 30, 30}, {197, 100, pending}};
+}
+
+json Ssd(std::uint32_t number, int left)
+{
+    json disk = Support::Disk(number);
+    disk["smart"] = Support::SmartPage({{9, 100, 8000}, {232, 100, 0}, {233, left, 0}});
+    return disk;
+}
+
+json Silent(std::uint32_t number)
+{
+    json disk = Support::Disk(number);
+    disk["faults"] = {"identify"};
+    return disk;
+}
+
+std::string PutMachine(const std::vector<json>& disks)
+{
+    const std::string file = testFolder.File("checked.json");
+    std::filesystem::rename(testFolder.Write("new", Support::MachineWith(disks).dump()), file);
+    return file;
+}
+
+} // namespace
+
+// Each row sees what the rows before it left in the state file.
+TEST(CheckVerb, OneLineAndItsCode)
+{
+    const json well = HardDisk(0, Page(100, 0));
+    const std::tuple<std::vector<json>, Arguments, int, std::string> cases[] = {
+        {{well, Ssd(1, 50)}, {}, 0, "TARNIS OK - 2 drives well | drives=2;;;0 failing=0;;0;0"},
+        {{well, Ssd(1, 50)}, {"--expect", "3"}, 2, "2 of 3 expected drives are there"},
+        {{well, Ssd(1, 50)}, {"--expect", "1"}, 1, "TARNIS WARNING - 2 of 1 expected"},
+        {{HardDisk(0, Page(36, 0))}, {"disk0"}, 2, "disk0 (spare sectors used up (attribute 5 at"},
+        {{HardDisk(0, Page(36, 0))}, {"HDD0"}, 2, "its threshold)"},
+        {{well, Ssd(1, 4)}, {}, 2, "disk1 (endurance used 96 % (attribute 233)"},
+        {{well, Ssd(1, 4)}, {"--ignore", "SERIAL1"}, 0, "1 drive well"},
+        {{HardDisk(0, Page(100, 3)), Ssd(1, 50)}, {}, 1, "disk0: pending sectors rose from 0 to 3"},
+        {{HardDisk(0, Page(100, 3)), Ssd(1, 50)}, {}, 0, "2 drives well"},
+        {{well, Silent(1)}, {}, 2, "disk1 (it does not identify itself (I/O error))"},
+        {{well}, {}, 2, "disk1 (INTEL SSDSC2BB240G7, serial SERIAL1) is gone since an earlier"},
+        {{well}, {}, 2, "is gone"},
+        {{well}, {"--forget"}, 0, "1 drive well"},
+        {{well, Support::Disk(2)}, {}, 0, "1 drive not judged: disk2 (nothing in its SMART page"},
+        {{well, Support::Disk(2)}, {"--strict"}, 3, "TARNIS UNKNOWN - 1 drive not judged"},
+        {{well}, {"disk7"}, 2, "disk7 is not there"},
+        {{}, {"--forget"}, 3, "no drive answers"},
+    };
+    for (const auto& [disks, arguments, exitCode, said] : cases)
+    {
+        Arguments all{"check", "--machine", PutMachine(disks)};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        const Outcome outcome = RunTarnisctl(all);
+        EXPECT_EQ(outcome.exitCode, exitCode) << said << outcome.out << outcome.err;
+        EXPECT_TRUE(Holds(outcome.out, said)) << said << '\n' << outcome.out;
+        EXPECT_EQ(CountLines(outcome.out), 1U) << outcome.out;
+    }
+    const std::string machine = PutMachine({HardDisk(0, Page(36, 0))});
+    EXPECT_EQ(RunTarnisctl({"check", "--quiet", "--machine", machine}).out, "");
+    // Whatever is wrong with check itself is unknown.
+    testFolder.Write("tarnisctl-check.json", "{");
+    for (const Arguments& wrong :
+         {Arguments{"check", "--machine", machine}, Arguments{"check", "--machine", "none"},
+          Arguments{"--machine", machine, "check", "--bogus"},
+          Arguments{"check", "--expect", "many"}})
+        EXPECT_EQ(RunTarnisctl(wrong).exitCode, 3);
+    std::filesystem::remove(testFolder.File("tarnisctl-check.json"));
+}
+
+TEST(ShowVerb, ASilentDriveIsTroubleAndADriveIsShownInFull)
+{
+    const std::string machine =
+        PutMachine({HardDisk(0, Page(40, 7)), Ssd(1, 50), Silent(2), Support::Disk(257)});
+    const std::string text = RunTarnisctl({"--machine", machine}).out;
+    for (const char* line :
+         {"!! 2 of 4 drives in trouble\n",
+          "!! disk0  failing  SEAGATE ST3500418AS, serial HDD0\n     reserve left 6 % (attribute "
+          "5)",
+          "!! disk2  does not answer\n     it does not identify itself (I/O error)\n",
+          "   Note, disk0: 7 pending sectors (attribute 197)\n",
+          "   Note, disk257: judged by the SMART page of disk1 or its own"})
+        EXPECT_TRUE(Holds(text, line)) << line << text;
+    const std::string full = RunTarnisctl({"show", "HDD0", "disk2", "--machine", machine}).out;
+    for (const char* line : {"Exact size                240057409536 bytes\n", "<- reserve left\n",
+                             "  5  Reallocated sectors               40    40        36    6 %",
+                             "disk2  does not answer\n"})
+        EXPECT_TRUE(Holds(full, line)) << line << full;
+    const std::string table = RunTarnisctl({"show", "-o", "disk,model", "--sort", "model",
+                                            "--no-header", "--machine", machine})
+                                  .out;
+    EXPECT_TRUE(table.ends_with("   disk1    INTEL SSDSC2BB240G7\n   disk257  INTEL SSDSC2BB240G7\n"
+                                "!! disk0    SEAGATE ST3500418AS\n!! disk2    -\n"))
+        << table;
+}
