@@ -12,17 +12,31 @@ namespace Host
 namespace
 {
 
-/// Whether the plug-in's event and the change tell of the same drive that came or went.
+/// Whether the plug-in's event and the change tell of the same drive that came or went. To the
+/// plug-in, one that stops to answer went.
 bool TellTheSame(const Happening& happening, const Change& change)
 {
     if (!happening.event || happening.change || happening.event->m_EventID != PI::EVENT_PNPADD_EX)
         return false;
-    const bool isSameKind =
-        change.kind == ChangeKind::Replaced || change.kind == ChangeKind::Moved
-            ? happening.present
-            : change.kind == (happening.present ? ChangeKind::Added : ChangeKind::Gone);
-    return isSameKind && happening.event->GetPlaceHolder4() == change.drive.serial &&
+    const auto kinds =
+        happening.present
+            ? std::vector{ChangeKind::Added, ChangeKind::Replaced, ChangeKind::Moved,
+                          ChangeKind::Recovered, ChangeKind::ReadingsBack}
+            : std::vector{ChangeKind::Gone, ChangeKind::Trouble, ChangeKind::ReadingsLost};
+    return std::ranges::find(kinds, change.kind) != kinds.end() &&
+           happening.event->GetPlaceHolder4() == change.drive.serial &&
            "disk" + happening.event->GetPlaceHolder2() == change.drive.label;
+}
+
+/// Whether the event tells that the drive went which the change tells to be replaced or elsewhere.
+bool IsCoveredBy(const Happening& happening, const Change& change)
+{
+    if (!happening.event || happening.present || happening.event->m_EventID != PI::EVENT_PNPADD_EX)
+        return false;
+    return change.kind == ChangeKind::Replaced
+               ? "disk" + happening.event->GetPlaceHolder2() == change.drive.label
+               : change.kind == ChangeKind::Moved &&
+                     happening.event->GetPlaceHolder4() == change.drive.serial;
 }
 
 } // namespace
@@ -89,11 +103,13 @@ void ChangeInbox::Receive()
     const Snapshot snapshot = TakeSnapshot(*m_Session);
     for (Change& change : m_Finder.Look(snapshot.drives, ZKT::Misc::now()))
     {
-        const auto same = std::ranges::find_if(happenings, [&](const Happening& candidate)
-                                               { return TellTheSame(candidate, change); });
+        auto same = std::ranges::find_if(happenings, [&](const Happening& candidate)
+                                         { return TellTheSame(candidate, change); });
+        for (Happening& other : happenings)
+            other.isCovered = other.isCovered || IsCoveredBy(other, change);
         if (same == happenings.end())
-            happenings.emplace_back().isFirstPass = m_IsFirstPass;
-        (same == happenings.end() ? happenings.back() : *same).change = std::move(change);
+            same = happenings.insert(happenings.end(), Happening{});
+        same->change = std::move(change);
     }
     m_IsFirstPass = false;
     const std::lock_guard guard(m_Lock);

@@ -29,6 +29,8 @@ struct Happening
     /// Whether it came with the first pass, whose reminders tell what stood at the start.
     bool isFirstPass = false;
     std::optional<Change> change;
+    /// Whether another one tells of it, too: the going of a drive that is replaced or has moved.
+    bool isCovered = false;
 };
 
 /// Answers the doorbell on the worker's own thread, where no pass runs, and rings on. Outlives the

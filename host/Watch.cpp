@@ -92,12 +92,12 @@ class Choice
     std::set<std::string> m_Ignored; ///< labels at the start
 };
 
-/// One line for people; empty for what the verdict at the start has told.
+/// One line for people; empty for what another line has told, or the verdict at the start.
 std::string LineOf(const Host::Happening& happening)
 {
     if (happening.change)
         return Host::ChangeLine(*happening.change) + '\n';
-    if (happening.isReminder && happening.isFirstPass)
+    if (happening.isCovered || (happening.isReminder && happening.isFirstPass))
         return {};
     return Host::EventLine(*happening.event, happening.present, happening.isReminder) + '\n';
 }

@@ -132,6 +132,45 @@ TEST(WatchVerb, TellsOnceOfTroubleAndItsEnd)
     EXPECT_EQ(watch.End(SIGINT), 0);
 }
 
+TEST(WatchVerb, TellsWhatBecomesOfADrive)
+{
+    testFolder.Write("tarnis.ini", "PollInterval=2\n");
+    const auto put = [](std::vector<json> disks)
+    {
+        const std::string file = testFolder.File("becomes.json");
+        std::filesystem::rename(testFolder.Write("new", Support::MachineWith(disks).dump()), file);
+        return file;
+    };
+    const json well = Support::Disk(0);
+    json silent = well;
+    silent["faults"] = {"identify"};
+    json other = well;
+    other["identify"] = Support::Identity("INTEL SSDSC2BB240G7", "OTHER");
+    json moved = Support::Disk(5);
+    moved["identify"] = other["identify"];
+    json worn = Support::Disk(6);
+    worn["smart"] = Support::SmartPage({{9, 100, 8000}, {233, 1, 0}});
+    const std::tuple<std::vector<json>, std::vector<std::string>> steps[] = {
+        {{silent}, {"!! ", "drive in trouble: disk0 ", "serial SERIAL0", "I/O error"}},
+        {{well}, {"drive well again: disk0 ", "was no answer"}},
+        {{other}, {"drive replaced: disk0 ", "serial OTHER", "serial SERIAL0"}},
+        {{moved}, {"drive has another number: disk5 ", "was disk0, is disk5"}},
+        {{moved, worn}, {"drive came: disk6 ", "serial SERIAL6"}},
+        {{moved, worn}, {"!! ", "drive in trouble: disk6 ", "endurance used 99 % (attribute 233)"}},
+        {{worn}, {"!! ", "drive gone: disk5 "}},
+    };
+    Running watch({"watch", "--ignore", "NONE", "--machine", put({well})});
+    watch.LineWith("No drive can be judged");
+    for (const auto& [disks, pieces] : steps)
+    {
+        put(disks);
+        const std::string line = watch.LineWith(""); // nothing else tells of it
+        for (const std::string& piece : pieces)
+            EXPECT_TRUE(Holds(line, piece)) << piece << line;
+    }
+    EXPECT_EQ(watch.End(SIGINT), 0);
+}
+
 TEST(WatchVerb, EndsByItself)
 {
     const Outcome timed =
