@@ -150,8 +150,8 @@ void CompareWithBefore(const Options& options, const std::vector<Drive>& drives,
         if (drive.serial.empty())
             continue;
         present.insert(drive.serial);
-        const auto [entry, isNew] = seen.try_emplace(drive.serial);
-        Host::SeenDrive& known = entry->second;
+        const bool isNew = !seen.contains(drive.serial);
+        Host::SeenDrive& known = seen[drive.serial];
         const auto compare = [&](std::optional<std::uint64_t>& before,
                                  const std::optional<std::uint64_t>& now, const char* what)
         {
@@ -170,8 +170,10 @@ void CompareWithBefore(const Options& options, const std::vector<Drive>& drives,
     }
     const bool isWhole = options.objects.empty(); // else the others are no business of this check
     if (isWhole)
-        for (const auto& [serial, drive] : seen)
+        for (const auto& entry : seen)
         {
+            const std::string& serial = entry.first;
+            const Host::SeenDrive& drive = entry.second;
             const bool isSilent = std::ranges::any_of(
                 drives, [&](const Drive& candidate)
                 { return !candidate.IsAnswering() && candidate.label == drive.label; });

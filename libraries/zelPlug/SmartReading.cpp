@@ -136,7 +136,8 @@ std::optional<Found<std::uint64_t>> BytesOf(const PageIndex& page,
         const _IDE_SMART_ATTRIBUTE* entry = page.Find(reading.id);
         const std::uint64_t count = entry ? RawOf(*entry) : NoCount;
         if (count != NoCount)
-            return Found{count > most / reading.unit ? most : count * reading.unit, reading.id};
+            return Found<std::uint64_t>{count > most / reading.unit ? most : count * reading.unit,
+                                        reading.id};
     }
     return std::nullopt;
 }
@@ -146,7 +147,8 @@ PercentUsedOf(const PageIndex& page, std::span<const UsedReading> readings, std:
 {
     for (const UsedReading& reading : readings)
         if (const auto used = UsedBy(page, reading, cycles))
-            return Found{static_cast<std::uint32_t>(std::min(*used, MostPercent)), reading.id};
+            return Found<std::uint32_t>{static_cast<std::uint32_t>(std::min(*used, MostPercent)),
+                                        reading.id};
     return std::nullopt;
 }
 
@@ -182,7 +184,7 @@ std::optional<Found<std::uint32_t>> PercentLeftOf(const PageIndex& page,
     std::optional<Found<std::uint32_t>> least;
     for (const ReserveReading& reading : readings)
         if (const auto left = LeftBy(page, reading); left && (!least || *left < least->number))
-            least = Found{*left, reading.id};
+            least = Found<std::uint32_t>{*left, reading.id};
     return least;
 }
 
