@@ -12,19 +12,35 @@ namespace Host
 namespace
 {
 
-/// Whether the plug-in's event and the change tell of the same drive that came or went. To the
-/// plug-in, one that stops to answer went.
+/// The changes that the plug-in tells by this event. To the plug-in, a drive that stops to answer
+/// went.
+std::vector<ChangeKind> KindsOf(const PI::CEvent& event, bool present)
+{
+    using enum ChangeKind;
+    switch (event.m_EventID)
+    {
+    case PI::EVENT_PNPADD_EX:
+        return present ? std::vector{Added, Replaced, Moved, Recovered, ReadingsBack}
+                       : std::vector{Gone, Trouble, ReadingsLost};
+    case PI::EVENT_SMART_ERROR:
+        return {Trouble};
+    case PI::EVENT_PD_WEAR_LEVEL_COUNT_ABOVE_THRESHOLD:
+    case PI::EVENT_PD_RESERVED_CELLS_BELOW_THRESHOLD:
+        return {Trouble, Warning};
+    default:
+        return {};
+    }
+}
+
+/// Whether the plug-in's event and the change tell of the same.
 bool TellTheSame(const Happening& happening, const Change& change)
 {
-    if (!happening.event || happening.change || happening.event->m_EventID != PI::EVENT_PNPADD_EX)
+    if (!happening.event || happening.change)
         return false;
-    const auto kinds =
-        happening.present
-            ? std::vector{ChangeKind::Added, ChangeKind::Replaced, ChangeKind::Moved,
-                          ChangeKind::Recovered, ChangeKind::ReadingsBack}
-            : std::vector{ChangeKind::Gone, ChangeKind::Trouble, ChangeKind::ReadingsLost};
+    const auto kinds = KindsOf(*happening.event, happening.present);
+    const std::string serial = happening.event->GetPlaceHolder4(); // not all events tell it
     return std::ranges::find(kinds, change.kind) != kinds.end() &&
-           happening.event->GetPlaceHolder4() == change.drive.serial &&
+           (serial.empty() || serial == change.drive.serial) &&
            "disk" + happening.event->GetPlaceHolder2() == change.drive.label;
 }
 
@@ -110,6 +126,7 @@ void ChangeInbox::Receive()
         if (same == happenings.end())
             same = happenings.insert(happenings.end(), Happening{});
         same->change = std::move(change);
+        same->isReminder = false;
     }
     m_IsFirstPass = false;
     const std::lock_guard guard(m_Lock);

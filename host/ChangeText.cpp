@@ -1,8 +1,10 @@
 #include "host/ChangeText.h"
 
+#include "host/Calendar.h"
 #include "host/ShowText.h"
 #include "host/Text.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -15,12 +17,7 @@ namespace
 std::string Formatted(std::uint64_t milliseconds, bool isUtc, const char* format)
 {
     const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
-    std::tm date{};
-#ifdef _WIN32
-    isUtc ? gmtime_s(&date, &seconds) : localtime_s(&date, &seconds);
-#else
-    isUtc ? gmtime_r(&seconds, &date) : localtime_r(&seconds, &date);
-#endif
+    const std::tm date = isUtc ? UniversalDate(seconds) : LocalDate(seconds);
     char text[64];
     return {text, std::strftime(text, sizeof text, format, &date)};
 }
@@ -32,66 +29,37 @@ std::string IsoTime(std::uint64_t milliseconds)
     return Formatted(milliseconds, true, "%Y-%m-%dT%H:%M:%S") + fraction;
 }
 
-std::string What(const Change& change)
+struct KindRow
 {
-    switch (change.kind)
-    {
-    case ChangeKind::Added:
-        return "drive came";
-    case ChangeKind::Gone:
-        return "drive gone";
-    case ChangeKind::Replaced:
-        return "drive replaced";
-    case ChangeKind::Moved:
-        return "drive has another number";
-    case ChangeKind::Trouble:
-        return "drive in trouble";
-    case ChangeKind::Recovered:
-        return "drive well again";
-    case ChangeKind::Warning:
-        return "warning";
-    case ChangeKind::WarningEnded:
-        return "warning ended";
-    case ChangeKind::ReadingsLost:
-        return "readings lost";
-    case ChangeKind::ReadingsBack:
-        return "readings back";
-    case ChangeKind::ErrorsRose:
-        return "errors rose";
-    }
-    return "change";
+    ChangeKind kind;
+    const char* name;  ///< as programs read it
+    const char* words; ///< for people
+};
+
+constexpr KindRow kinds[] = {
+    {ChangeKind::Added, "added", "drive came"},
+    {ChangeKind::Gone, "gone", "drive gone"},
+    {ChangeKind::Replaced, "replaced", "drive replaced"},
+    {ChangeKind::Moved, "moved", "drive has another number"},
+    {ChangeKind::Trouble, "trouble", "drive in trouble"},
+    {ChangeKind::Recovered, "recovered", "drive well again"},
+    {ChangeKind::Warning, "warning", "warning"},
+    {ChangeKind::WarningEnded, "warningEnded", "warning ended"},
+    {ChangeKind::ReadingsLost, "readingsLost", "readings lost"},
+    {ChangeKind::ReadingsBack, "readingsBack", "readings back"},
+    {ChangeKind::ErrorsRose, "errorsRose", "errors rose"},
+};
+
+const KindRow& RowOf(ChangeKind kind)
+{
+    return *std::ranges::find(kinds, kind, &KindRow::kind);
 }
 
 } // namespace
 
 std::string KindName(ChangeKind kind)
 {
-    switch (kind)
-    {
-    case ChangeKind::Added:
-        return "added";
-    case ChangeKind::Gone:
-        return "gone";
-    case ChangeKind::Replaced:
-        return "replaced";
-    case ChangeKind::Moved:
-        return "moved";
-    case ChangeKind::Trouble:
-        return "trouble";
-    case ChangeKind::Recovered:
-        return "recovered";
-    case ChangeKind::Warning:
-        return "warning";
-    case ChangeKind::WarningEnded:
-        return "warningEnded";
-    case ChangeKind::ReadingsLost:
-        return "readingsLost";
-    case ChangeKind::ReadingsBack:
-        return "readingsBack";
-    case ChangeKind::ErrorsRose:
-        return "errorsRose";
-    }
-    return "change";
+    return RowOf(kind).name;
 }
 
 std::string LocalTime(std::uint64_t milliseconds)
@@ -103,7 +71,8 @@ std::string ChangeLine(const Change& change)
 {
     const KnownDrive& drive = change.drive;
     std::string line = change.IsTrouble() ? troubleMark : noMark;
-    line += LocalTime(change.time) + "  " + What(change) + ": " + Printable(drive.label);
+    line +=
+        LocalTime(change.time) + "  " + RowOf(change.kind).words + ": " + Printable(drive.label);
     if (!drive.systemName.empty())
         line += " (" + Printable(drive.systemName) + ')';
     if (!drive.model.empty())
@@ -126,7 +95,7 @@ Json ChangeJson(const Change& change)
     const KnownDrive& drive = change.drive;
     return {
         {"kind", KindName(change.kind)}, {"trouble", change.IsTrouble()}, {"disk", drive.label},
-        {"name", drive.systemName},      {"serial", drive.serial},        {"model", drive.model},
+        {"device", drive.systemName},    {"serial", drive.serial},        {"model", drive.model},
         {"firmware", drive.firmware},    {"from", change.from},           {"to", change.to},
         {"readings", change.readings},   {"time", IsoTime(change.time)},  {"timeMs", change.time},
     };

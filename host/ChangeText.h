@@ -13,7 +13,7 @@ namespace Host
 /// One line without its end: when, how bad, which drive, what it was and what it is, and why.
 std::string ChangeLine(const Change& change);
 
-/// Named fields: kind, disk, name, serial, model, firmware, from, to, readings, time, timeMs.
+/// Named fields: kind, disk, device, serial, model, firmware, from, to, readings, time, timeMs.
 Json ChangeJson(const Change& change);
 
 /// "gone", "readingsLost": the kind as programs read it.

@@ -1,5 +1,7 @@
 #include "host/Changes.h"
 
+#include "host/Lists.h"
+
 #include <algorithm>
 #include <tuple>
 #include <utility>
@@ -16,7 +18,7 @@ bool IsSameDrive(const KnownDrive& one, const KnownDrive& other)
            std::tie(other.serial, other.model, other.firmware);
 }
 
-/// "failing: spare sectors used up"
+/// "failing", "in use, warning"
 std::string StateOf(const KnownDrive& drive)
 {
     switch (drive.standing)
@@ -30,36 +32,35 @@ std::string StateOf(const KnownDrive& drive)
     }
 }
 
-std::optional<ChangeKind> KindOf(Standing before, Standing now)
+bool HasNewCause(const KnownDrive& before, const KnownDrive& now)
 {
-    if (before == now)
+    return std::ranges::any_of(
+        now.causes, [&](const std::string& cause)
+        { return std::ranges::find(before.causes, cause) == before.causes.end(); });
+}
+
+/// Whether all that was wrong with it was its silence.
+bool HasSpokenAgain(const KnownDrive& before, const KnownDrive& now)
+{
+    return before.causes == std::vector<std::string>{Cause::silence} && now.causes != before.causes;
+}
+
+std::optional<ChangeKind> KindOf(const KnownDrive& old, const KnownDrive& drive)
+{
+    const Standing before = old.standing;
+    const Standing now = drive.standing;
+    const bool isBad = now == Standing::Trouble || now == Standing::Warning;
+    if (before == now && !(isBad && HasNewCause(old, drive)))
         return std::nullopt;
     if (now == Standing::Trouble)
         return ChangeKind::Trouble;
+    if (now == Standing::NotJudged && !HasSpokenAgain(old, drive))
+        return ChangeKind::ReadingsLost;
     if (before == Standing::Trouble)
         return ChangeKind::Recovered;
-    if (now == Standing::NotJudged)
-        return ChangeKind::ReadingsLost;
     if (before == Standing::NotJudged && now == Standing::Good)
         return ChangeKind::ReadingsBack;
     return now == Standing::Warning ? ChangeKind::Warning : ChangeKind::WarningEnded;
-}
-
-/// How far the counts rose: "pending sectors from 3 to 12"; empty when none did.
-std::string RisenErrors(const KnownDrive& before, const KnownDrive& now)
-{
-    std::string text;
-    const auto compare =
-        [&](std::optional<std::uint64_t> old, std::optional<std::uint64_t> count, const char* what)
-    {
-        if (old && count && *count > *old)
-            text += (text.empty() ? "" : "; ") + std::string(what) + " from " +
-                    std::to_string(*old) + " to " + std::to_string(*count);
-    };
-    compare(before.pendingSectors, now.pendingSectors, "pending sectors (attribute 197)");
-    compare(before.uncorrectableErrors, now.uncorrectableErrors,
-            "reported uncorrectable errors (attribute 187)");
-    return text;
 }
 
 /// Collects the changes of one look.
@@ -77,10 +78,10 @@ class Comparison
 
     void CompareSame(const KnownDrive& before, const KnownDrive& now)
     {
-        if (const auto kind = KindOf(before.standing, now.standing))
+        if (const auto kind = KindOf(before, now))
             Add(*kind, now, StateOf(before), StateOf(now), now.reasons);
-        if (const std::string risen = RisenErrors(before, now); !risen.empty())
-            Add(ChangeKind::ErrorsRose, now, StateOf(before), StateOf(now), risen);
+        if (const auto risen = RisenErrors(before.errors, now.errors); !risen.empty())
+            Add(ChangeKind::ErrorsRose, now, StateOf(before), StateOf(now), Joined(risen));
     }
 
     std::vector<Change> Take() { return std::move(m_Changes); }
@@ -95,11 +96,9 @@ class Comparison
 KnownDrive Remembered(const Drive& drive, const Limits& limits)
 {
     const Judgement judgement = JudgementOf(drive, limits);
-    return {drive.label,          drive.systemName,
-            drive.model,          drive.serial,
-            drive.firmware,       judgement.standing,
-            StateWords(drive),    Joined(judgement.reasons),
-            drive.pendingSectors, drive.uncorrectableErrors};
+    return {drive.label,      drive.systemName,   drive.model,       drive.serial,
+            drive.firmware,   judgement.standing, StateWords(drive), Joined(judgement.reasons),
+            judgement.causes, drive.errors};
 }
 
 std::vector<Change> ChangeFinder::Look(const std::vector<Drive>& drives, std::uint64_t time)
@@ -119,12 +118,7 @@ std::vector<Change> ChangeFinder::Look(const std::vector<Drive>& drives, std::ui
         // Counts that are not told this time are compared with the next ones.
         if (const auto before = m_Known.find(drive.label);
             before != m_Known.end() && IsSameDrive(before->second, known))
-        {
-            if (!known.pendingSectors)
-                known.pendingSectors = before->second.pendingSectors;
-            if (!known.uncorrectableErrors)
-                known.uncorrectableErrors = before->second.uncorrectableErrors;
-        }
+            known.errors.FillFrom(before->second.errors);
         now.emplace(drive.label, std::move(known));
     }
     const std::map<std::string, KnownDrive> before = std::exchange(m_Known, now);

@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,23 +20,23 @@ struct KnownDrive
     std::string serial;
     std::string firmware;
     Standing standing = Standing::Good;
-    std::string state;   ///< in plain words
-    std::string reasons; ///< of its standing
-    std::optional<std::uint64_t> pendingSectors;
-    std::optional<std::uint64_t> uncorrectableErrors;
+    std::string state;               ///< in plain words
+    std::string reasons;             ///< of its standing
+    std::vector<std::string> causes; ///< of these
+    ErrorCounts errors;
 };
 
 enum class ChangeKind
 {
     Added,
     Gone,
-    Replaced, ///< another drive has the number
-    Moved,    ///< the drive has another number
-    Trouble,
+    Replaced,  ///< another drive has the number
+    Moved,     ///< the drive has another number
+    Trouble,   ///< it began, or has one more cause
     Recovered, ///< from trouble
     Warning,   ///< a threshold is passed, or the rated writes are
     WarningEnded,
-    ReadingsLost, ///< it cannot be judged any more
+    ReadingsLost, ///< it cannot be judged any more, whatever it was before
     ReadingsBack,
     ErrorsRose, ///< pending sectors or uncorrectable errors
 };

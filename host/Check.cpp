@@ -1,16 +1,15 @@
 // One line and an exit code for cron and monitoring systems, as the guidelines for monitoring
 // plug-ins have them.
-#include "host/Changes.h"
+#include "host/Lists.h"
 #include "host/ObjectQuery.h"
+#include "host/SeenDrives.h"
 #include "host/Snapshot.h"
-#include "host/StateFile.h"
 #include "host/Text.h"
 #include "host/Verbs.h"
 #include "host/Verdict.h"
 
 #include <algorithm>
 #include <cmath>
-#include <set>
 
 namespace
 {
@@ -18,7 +17,6 @@ namespace
 using Host::Drive;
 using Host::JudgedDrive;
 using Host::Options;
-using Host::SeenDrives;
 
 /// Ordered by the precedence of the guidelines' readers: the worse, the higher.
 enum class Result
@@ -101,14 +99,11 @@ class Findings
 
 std::string ListOf(const std::vector<JudgedDrive>& drives)
 {
-    constexpr std::size_t most = 8;
-    std::string text;
-    for (std::size_t i = 0; i < std::min(drives.size(), most); ++i)
-        text += (i == 0 ? "" : ", ") + Host::NameOf(*drives[i].drive) + " (" +
-                Host::Joined(drives[i].judgement.reasons) + ')';
-    if (drives.size() > most)
-        text += " and " + std::to_string(drives.size() - most) + " more";
-    return text;
+    std::vector<std::string> texts;
+    for (const JudgedDrive& judged : drives)
+        texts.push_back(Host::NameOf(*judged.drive) + " (" +
+                        Host::Joined(judged.judgement.reasons) + ')');
+    return Host::Shortened(texts);
 }
 
 std::string Count(std::size_t number, const char* what)
@@ -120,14 +115,9 @@ std::string Count(std::size_t number, const char* what)
 std::vector<Drive> Chosen(const Options& options, const std::vector<Drive>& drives, Findings& found)
 {
     std::vector<Drive> chosen;
-    const auto isIgnored = [&](const Drive& drive)
-    {
-        return !drive.serial.empty() &&
-               std::ranges::find(options.ignored, drive.serial) != options.ignored.end();
-    };
     if (options.objects.empty())
         std::ranges::copy_if(drives, std::back_inserter(chosen),
-                             [&](const Drive& drive) { return !isIgnored(drive); });
+                             [&](const Drive& drive) { return !options.IsIgnored(drive.serial); });
     for (const std::string& name : options.objects)
         if (const Drive* drive = Host::FindDrive(Host::ParseObject(name), drives))
             chosen.push_back(*drive);
@@ -140,50 +130,34 @@ std::vector<Drive> Chosen(const Options& options, const std::vector<Drive>& driv
 /// stays known until it is forgotten.
 void CompareWithBefore(const Options& options, const std::vector<Drive>& drives, Findings& found)
 {
-    const Host::StateFile file("tarnisctl-check.json");
-    SeenDrives seen;
+    std::vector<Host::SeenDrive> seen;
     if (!options.forget)
-        seen = file.Read().value_or(SeenDrives());
-    std::set<std::string> present;
-    for (const Drive& drive : drives)
+        seen = Host::ReadSeenDrives();
+    const Host::SeenChanges changes = Host::CompareWithSeen(drives, seen);
+    for (const std::string& risen : changes.risen)
+        found.Add(Result::Warning, risen + ", risen since an earlier check");
+    // What is not among the named drives is no business of this check.
+    if (options.objects.empty())
+        for (const auto& [identity, errors] : changes.gone)
+            if (!options.IsIgnored(identity.serial))
+                found.Add(Result::Critical, identity.label + " (" + identity.model + ", serial " +
+                                                identity.serial +
+                                                ") is gone since an earlier check");
+    Host::WriteSeenDrives(changes.known);
+}
+
+/// The same. What goes wrong with it is one finding among the others.
+void TryToCompareWithBefore(const Options& options, const std::vector<Drive>& drives,
+                            Findings& found)
+{
+    try
     {
-        if (drive.serial.empty())
-            continue;
-        present.insert(drive.serial);
-        const bool isNew = !seen.contains(drive.serial);
-        Host::SeenDrive& known = seen[drive.serial];
-        const auto compare = [&](std::optional<std::uint64_t>& before,
-                                 const std::optional<std::uint64_t>& now, const char* what)
-        {
-            if (!now)
-                return;
-            if (!isNew && *now > before.value_or(0))
-                found.Add(Result::Warning, Host::NameOf(drive) + ": " + what + " rose from " +
-                                               std::to_string(before.value_or(0)) + " to " +
-                                               std::to_string(*now));
-            before = now;
-        };
-        compare(known.pendingSectors, drive.pendingSectors, "pending sectors");
-        compare(known.uncorrectableErrors, drive.uncorrectableErrors, "uncorrectable errors");
-        known.label = drive.label;
-        known.model = drive.model;
+        CompareWithBefore(options, drives, found);
     }
-    const bool isWhole = options.objects.empty(); // else the others are no business of this check
-    if (isWhole)
-        for (const auto& entry : seen)
-        {
-            const std::string& serial = entry.first;
-            const Host::SeenDrive& drive = entry.second;
-            const bool isSilent = std::ranges::any_of(
-                drives, [&](const Drive& candidate)
-                { return !candidate.IsAnswering() && candidate.label == drive.label; });
-            const bool isIgnored =
-                std::ranges::find(options.ignored, serial) != options.ignored.end();
-            if (!present.contains(serial) && !isSilent && !isIgnored)
-                found.Add(Result::Critical, drive.label + " (" + drive.model + ", serial " +
-                                                serial + ") is gone since an earlier check");
-        }
-    file.Write(seen);
+    catch (const Host::Failure& failure)
+    {
+        found.Add(Result::Unknown, failure.what());
+    }
 }
 
 /// A bar would begin the performance data.
@@ -242,7 +216,7 @@ ExitCode CheckDrives(const Options& options, Output& output)
     if (!verdict.troubled.empty())
         found.Add(Result::Critical, Count(verdict.troubled.size(), "drive") +
                                         " in trouble: " + ListOf(verdict.troubled));
-    CompareWithBefore(options, drives, found);
+    TryToCompareWithBefore(options, drives, found);
     if (options.expected && drives.size() != *options.expected)
         found.Add(drives.size() < *options.expected ? Result::Critical : Result::Warning,
                   std::to_string(drives.size()) + " of " + std::to_string(*options.expected) +

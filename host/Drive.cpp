@@ -91,8 +91,8 @@ void TakePage(const CSystemDisk& disk, Drive& drive)
     drive.pageAge = disk.m_SmartPageAge;
     if (!drive.isSsd)
     {
-        drive.pendingSectors = CountOf(drive, pendingSector);
-        drive.uncorrectableErrors = CountOf(drive, reportedUncorrectable);
+        drive.errors.pendingSectors = CountOf(drive, pendingSector);
+        drive.errors.uncorrectableErrors = CountOf(drive, reportedUncorrectable);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include "contracts/zelKitEx/Disks.h"
 #include "contracts/zelPlug/SmartValues.h"
+#include "host/ErrorCounts.h"
 #include "host/Topology.h"
 
 #include <cstdint>
@@ -44,9 +45,7 @@ struct Drive
     PI::CSmartExplanation smart;
     std::uint64_t pageAge = 0; ///< milliseconds
 
-    // Raw values of attributes 197 and 187 of a hard disk.
-    std::optional<std::uint64_t> pendingSectors;
-    std::optional<std::uint64_t> uncorrectableErrors;
+    ErrorCounts errors; ///< of a hard disk
 
     /// Another drive by whose page this one may be judged: their numbers are 256 apart.
     std::string sharesPageWith;

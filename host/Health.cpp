@@ -53,25 +53,50 @@ bool AreRatedWritesExceeded(const Drive& drive)
            *drive.bytesWritten / terabyte >= drive.ratedTerabytes;
 }
 
-std::vector<std::string> ReasonsOfTrouble(const Drive& drive)
+void Add(Judgement& judgement, const char* cause, const std::string& reason)
 {
-    std::vector<std::string> reasons;
-    if (drive.reserve && *drive.reserve <= reserveLimit)
-        reasons.push_back(ReserveText(drive));
-    if (drive.used && *drive.used >= usedLimit)
-        reasons.push_back(UsedText(drive));
-    if (reasons.empty() && !drive.lastsUntil.empty())
+    judgement.causes.emplace_back(cause);
+    judgement.reasons.push_back(reason);
+}
+
+std::string EndOfLifeText(const Drive& drive)
+{
+    std::string reason = "expected to last until " + drive.lastsUntil;
+    if (drive.used)
+        reason += ", " + UsedText(drive);
+    else if (AreRatedWritesExceeded(drive))
+        reason += ", " + WritesText(drive);
+    return reason;
+}
+
+void AddTrouble(const Drive& drive, Judgement& judgement)
+{
+    if (!drive.IsAnswering())
     {
-        std::string reason = "expected to last until " + drive.lastsUntil;
-        if (drive.used)
-            reason += ", " + UsedText(drive);
-        else if (AreRatedWritesExceeded(drive))
-            reason += ", " + WritesText(drive);
-        reasons.push_back(reason);
+        Add(judgement, Cause::silence, drive.silence);
+        return;
     }
-    if (reasons.empty())
-        reasons.emplace_back("the drive gives no reading that tells why");
-    return reasons;
+    if (drive.reserve && *drive.reserve <= reserveLimit)
+        Add(judgement, Cause::reserve, ReserveText(drive));
+    if (drive.used && *drive.used >= usedLimit)
+        Add(judgement, Cause::endurance, UsedText(drive));
+    if (judgement.reasons.empty() && !drive.lastsUntil.empty())
+        Add(judgement, Cause::endOfLife, EndOfLifeText(drive));
+    if (judgement.reasons.empty())
+        Add(judgement, Cause::status, "the drive gives no reading that tells why");
+}
+
+void AddWarnings(const Drive& drive, const Limits& limits, Judgement& judgement)
+{
+    if (drive.used && *drive.used > static_cast<std::int64_t>(limits.used))
+        Add(judgement, Cause::wearThreshold,
+            UsedText(drive) + ", threshold " + std::to_string(limits.used));
+    if (drive.reserve && *drive.reserve < static_cast<std::int64_t>(limits.reserve))
+        Add(judgement, Cause::reserveThreshold,
+            ReserveText(drive) + ", threshold " + std::to_string(limits.reserve));
+    if (AreRatedWritesExceeded(drive))
+        Add(judgement, Cause::ratedWrites,
+            WritesText(drive) + (drive.used ? ", by its own count " + UsedText(drive) : ""));
 }
 
 /// A drive of which none of these is known could fail without a warning.
@@ -96,8 +121,8 @@ void Remark(const Drive& drive, bool isInTrouble, std::vector<std::string>& rema
         if (count.value_or(0) != 0)
             remarks.push_back(std::to_string(*count) + ' ' + what);
     };
-    counted(drive.pendingSectors, "pending sectors (attribute 197)");
-    counted(drive.uncorrectableErrors, "reported uncorrectable errors (attribute 187)");
+    counted(drive.errors.pendingSectors, "pending sectors (attribute 197)");
+    counted(drive.errors.uncorrectableErrors, "reported uncorrectable errors (attribute 187)");
     if (isInTrouble && AreRatedWritesExceeded(drive) && drive.used)
         remarks.push_back(WritesText(drive));
     if (drive.isSsd && drive.IsAnswering() && drive.reserve && !drive.used &&
@@ -179,34 +204,18 @@ Judgement JudgementOf(const Drive& drive, const Limits& limits)
     if (isInTrouble)
     {
         judgement.standing = Standing::Trouble;
-        judgement.reasons =
-            drive.IsAnswering() ? ReasonsOfTrouble(drive) : std::vector{drive.silence};
+        AddTrouble(drive, judgement);
         return judgement;
     }
-    if (drive.used && *drive.used > static_cast<std::int64_t>(limits.used))
-        judgement.reasons.push_back(UsedText(drive) + ", threshold " + std::to_string(limits.used));
-    if (drive.reserve && *drive.reserve < static_cast<std::int64_t>(limits.reserve))
-        judgement.reasons.push_back(ReserveText(drive) + ", threshold " +
-                                    std::to_string(limits.reserve));
-    if (AreRatedWritesExceeded(drive))
-        judgement.reasons.push_back(WritesText(drive) +
-                                    (drive.used ? ", by its own count " + UsedText(drive) : ""));
+    AddWarnings(drive, limits, judgement);
     if (!judgement.reasons.empty())
         judgement.standing = Standing::Warning;
     else if (!IsJudged(drive))
     {
         judgement.standing = Standing::NotJudged;
-        judgement.reasons.push_back(WhyNotJudged(drive));
+        Add(judgement, Cause::noReading, WhyNotJudged(drive));
     }
     return judgement;
-}
-
-std::string Joined(const std::vector<std::string>& texts)
-{
-    std::string line;
-    for (const std::string& text : texts)
-        line += (line.empty() ? "" : "; ") + text;
-    return line;
 }
 
 } // namespace Host

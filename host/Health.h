@@ -50,16 +50,28 @@ enum class Standing
 /// What state the drive is in, in plain words: "in use", "failing".
 std::string StateWords(const Drive& drive);
 
+/// Names of what a reason rests on. They stay the same while the numbers in its words change.
+namespace Cause
+{
+inline constexpr const char* reserve = "reserve";
+inline constexpr const char* endurance = "endurance";
+inline constexpr const char* endOfLife = "endOfLife";
+inline constexpr const char* status = "status"; ///< nothing tells why
+inline constexpr const char* silence = "silence";
+inline constexpr const char* wearThreshold = "wearThreshold"; ///< of CustomOpts.ini
+inline constexpr const char* reserveThreshold = "reserveThreshold";
+inline constexpr const char* ratedWrites = "ratedWrites";
+inline constexpr const char* noReading = "noReading";
+} // namespace Cause
+
 struct Judgement
 {
     Standing standing = Standing::Good;
     std::vector<std::string> reasons; ///< why it is not good
+    std::vector<std::string> causes;  ///< of each reason
     std::vector<std::string> remarks; ///< what else is worth a look
 };
 
 Judgement JudgementOf(const Drive& drive, const Limits& limits);
-
-/// "failing: spare sectors used up (attribute 5 at its threshold)"; texts with "; " between.
-std::string Joined(const std::vector<std::string>& texts);
 
 } // namespace Host

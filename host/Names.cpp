@@ -1,5 +1,7 @@
 #include "host/Names.h"
 
+#include "host/Lists.h"
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>
@@ -164,10 +166,7 @@ std::string DidYouMean(const std::vector<std::string>& names)
 {
     if (names.empty())
         return {};
-    std::string text = "; did you mean " + names.front();
-    for (std::size_t i = 1; i < names.size(); ++i)
-        text += (i + 1 == names.size() ? " or " : ", ") + names[i];
-    return text + "?";
+    return "; did you mean " + Enumerated(names, "or") + "?";
 }
 
 std::string CodeText(std::int32_t code)

@@ -3,6 +3,7 @@
 #include "contracts/zelKit/Environment.h"
 #include "host/Failure.h"
 #include "host/Help.h"
+#include "host/Lists.h"
 #include "host/Names.h"
 #include "host/VerbTable.h"
 
@@ -86,10 +87,7 @@ const VerbRow* FindVerb(const std::string& name)
     std::vector<std::string> names;
     for (const VerbRow& row : Host::VerbRows())
         names.emplace_back(row.name);
-    std::string list;
-    for (std::size_t i = 0; i < names.size(); ++i)
-        list += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
-    throw UsageFailure("'" + word + "' is no verb; the verbs are " + list +
+    throw UsageFailure("'" + word + "' is no verb; the verbs are " + Host::Enumerated(names) +
                        Host::DidYouMean(Host::SimilarNames(word, names)));
 }
 
@@ -171,6 +169,11 @@ void Parse(CLI::App& app, const std::vector<std::string>& arguments, Options& op
 
 namespace Host
 {
+
+bool Options::IsIgnored(const std::string& serial) const
+{
+    return !serial.empty() && std::ranges::find(ignored, serial) != ignored.end();
+}
 
 Options ParseOptions(const std::vector<std::string>& arguments)
 {

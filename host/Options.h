@@ -46,6 +46,9 @@ struct Options
     std::string query;                         ///< explain: a number or a name
     bool all = false;                          ///< show, explain
     std::string helpVerb;                      ///< help; empty: general help
+
+    /// Whether the drive of this serial number is to be left out.
+    bool IsIgnored(const std::string& serial) const;
 };
 
 /// @param arguments  as main has them, the program's name first

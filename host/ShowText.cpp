@@ -2,6 +2,7 @@
 
 #include "host/AttributeTable.h"
 #include "host/Health.h"
+#include "host/Lists.h"
 #include "host/Names.h"
 #include "host/PropertyText.h"
 #include "host/Text.h"

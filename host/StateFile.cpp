@@ -2,7 +2,8 @@
 
 #include "contracts/zelStore/RowState.h"
 #include "host/Failure.h"
-#include "host/Json.h"
+
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <fstream>
@@ -16,18 +17,9 @@ namespace
 {
 
 namespace fs = std::filesystem;
+using nlohmann::json;
 
 constexpr int version = 1;
-
-Json CountJson(const std::optional<std::uint64_t>& count)
-{
-    return count ? Json(*count) : Json(nullptr);
-}
-
-std::optional<std::uint64_t> CountOf(const Json& json)
-{
-    return json.is_null() ? std::nullopt : std::optional(json.get<std::uint64_t>());
-}
 
 [[noreturn]] void FailWriting(const std::string& path, const std::string& reason)
 {
@@ -36,58 +28,55 @@ std::optional<std::uint64_t> CountOf(const Json& json)
                                    "--database");
 }
 
+// A text of a drive may hold any bytes.
+std::string Text(const json& content)
+{
+    constexpr int indent = 2;
+    return content.dump(indent, ' ', true, json::error_handler_t::replace) + "\n";
+}
+
 } // namespace
 
-StateFile::StateFile(const std::string& name)
+StateFile::StateFile(const std::string& name, const std::string& remedy) : m_Remedy("; " + remedy)
 {
     const std::string database = DatabaseWrapper::DatabaseFile();
     if (!database.empty())
         m_Path = (fs::path(database).parent_path() / name).string();
 }
 
-std::optional<SeenDrives> StateFile::Read() const
+void StateFile::FailContent() const
+{
+    throw Failure(EXIT_PLUGIN, m_Path + " does not hold what is kept there" + m_Remedy);
+}
+
+std::optional<json> StateFile::Read() const
 {
     std::error_code error;
     if (m_Path.empty() || !fs::exists(m_Path, error))
         return std::nullopt;
-    const std::string remedy = "; check --forget begins it anew";
     if (!fs::is_regular_file(m_Path, error))
-        throw Failure(EXIT_PLUGIN, m_Path + " is no regular file" + remedy);
+        throw Failure(EXIT_PLUGIN, m_Path + " is no regular file" + m_Remedy);
     std::ifstream file(m_Path, std::ios::binary);
     const std::string text{std::istreambuf_iterator<char>(file), {}};
     if (!file)
-        throw Failure(EXIT_PLUGIN, m_Path + " cannot be read" + remedy);
-    try
-    {
-        const Json json = Json::parse(text);
-        if (json.at("version") != version)
-            throw Failure(EXIT_PLUGIN, m_Path + " is of another version" + remedy);
-        SeenDrives drives;
-        for (const auto& [serial, entry] : json.at("drives").items())
-            drives[serial] = {entry.at("label"), entry.at("model"), CountOf(entry.at("pending")),
-                              CountOf(entry.at("uncorrectable"))};
-        return drives;
-    }
-    catch (const Json::exception&)
-    {
-        throw Failure(EXIT_PLUGIN, m_Path + " does not hold what check keeps there" + remedy);
-    }
+        throw Failure(EXIT_PLUGIN, m_Path + " cannot be read" + m_Remedy);
+    json content = json::parse(text, nullptr, false);
+    if (!content.is_object() || !content.contains("version"))
+        FailContent();
+    if (content["version"] != version)
+        throw Failure(EXIT_PLUGIN, m_Path + " is of another version" + m_Remedy);
+    return content;
 }
 
-void StateFile::Write(const SeenDrives& drives) const
+void StateFile::Write(json content) const
 {
     if (m_Path.empty())
         return;
-    Json json = {{"version", version}, {"drives", Json::object()}};
-    for (const auto& [serial, drive] : drives)
-        json["drives"][serial] = {{"label", drive.label},
-                                  {"model", drive.model},
-                                  {"pending", CountJson(drive.pendingSectors)},
-                                  {"uncorrectable", CountJson(drive.uncorrectableErrors)}};
+    content["version"] = version;
     const std::string fresh = m_Path + ".new";
     {
         std::ofstream file(fresh, std::ios::binary | std::ios::trunc);
-        file << JsonText(json);
+        file << Text(content);
         file.close();
         if (!file)
             FailWriting(m_Path, "the file cannot be written");

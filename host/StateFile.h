@@ -1,44 +1,35 @@
-// What is remembered of the drives from one run to the next: a JSON file beside the database.
+// What is remembered from one run to the next: a JSON file beside the database.
 #pragma once
 
-#include <cstdint>
-#include <map>
+#include <nlohmann/json_fwd.hpp>
+
 #include <optional>
 #include <string>
 
 namespace Host
 {
 
-/// A drive that was seen, by its serial number.
-struct SeenDrive
-{
-    std::string label;
-    std::string model;
-    std::optional<std::uint64_t> pendingSectors;
-    std::optional<std::uint64_t> uncorrectableErrors;
-};
-
-using SeenDrives = std::map<std::string, SeenDrive>;
-
 class StateFile
 {
   public:
-    /// @param name  of the file in the folder of the database; nothing is read or written when
-    /// there
-    ///              is no such folder
-    explicit StateFile(const std::string& name);
+    /// @param name    of the file in the folder of the database; nothing is read or written when
+    ///                there is no such folder
+    /// @param remedy  for one that cannot be read: "check --forget begins it anew"
+    StateFile(const std::string& name, const std::string& remedy);
 
     /// @return nothing when there is no file yet. @throws Failure for one that cannot be read or is
-    ///         none of ours
-    std::optional<SeenDrives> Read() const;
+    ///         not of this version
+    std::optional<nlohmann::json> Read() const;
 
     /// Puts a new file in the place of the old one, in one step. @throws Failure
-    void Write(const SeenDrives& drives) const;
+    void Write(nlohmann::json content) const;
 
-    const std::string& Path() const { return m_Path; }
+    /// For a file that holds JSON, but not what is kept there. @throws Failure
+    [[noreturn]] void FailContent() const;
 
   private:
     std::string m_Path; ///< empty: there is no place for it
+    std::string m_Remedy;
 };
 
 } // namespace Host

@@ -1,5 +1,6 @@
 #include "host/Verdict.h"
 
+#include "host/Lists.h"
 #include "host/Text.h"
 
 #include <algorithm>
@@ -80,13 +81,10 @@ std::string DriveReasons(const JudgedDrive& judged)
 
 std::string DriveNames(const std::vector<JudgedDrive>& drives)
 {
-    constexpr std::size_t most = 8;
-    std::string names;
-    for (std::size_t i = 0; i < std::min(drives.size(), most); ++i)
-        names += (i == 0 ? "" : ", ") + Printable(NameOf(*drives[i].drive));
-    if (drives.size() > most)
-        names += " and " + std::to_string(drives.size() - most) + " more";
-    return names;
+    std::vector<std::string> names;
+    for (const JudgedDrive& judged : drives)
+        names.push_back(Printable(NameOf(*judged.drive)));
+    return Shortened(names);
 }
 
 } // namespace Host

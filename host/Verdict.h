@@ -37,7 +37,7 @@ std::string VerdictWords(const Verdict& verdict);
 /// made safe.
 std::string DriveReasons(const JudgedDrive& judged);
 
-/// Names of a few drives, and how many more there are.
+/// Names of a few drives, and how many more there are; made safe.
 std::string DriveNames(const std::vector<JudgedDrive>& drives);
 
 } // namespace Host

@@ -60,7 +60,7 @@ class Choice
             m_Only.insert(drive != nullptr ? drive->label : query.word);
         }
         for (const Host::Drive& drive : start.drives)
-            if (IsIgnored(drive.serial))
+            if (options.IsIgnored(drive.serial))
                 m_Ignored.insert(drive.label);
     }
 
@@ -71,22 +71,18 @@ class Choice
         // Some events tell no serial number.
         const std::string serial =
             happening.change ? happening.change->drive.serial : happening.event->GetPlaceHolder4();
-        const bool isIgnored = serial.empty() ? m_Ignored.contains(label) : IsIgnored(serial);
+        const bool isIgnored =
+            serial.empty() ? m_Ignored.contains(label) : m_Options.IsIgnored(serial);
         return !isIgnored && (m_Only.empty() || m_Only.contains(label));
     }
 
     bool Has(const Host::Drive& drive) const
     {
-        return !IsIgnored(drive.serial) && (m_Only.empty() || m_Only.contains(drive.label));
+        return !m_Options.IsIgnored(drive.serial) &&
+               (m_Only.empty() || m_Only.contains(drive.label));
     }
 
   private:
-    bool IsIgnored(const std::string& serial) const
-    {
-        return !serial.empty() &&
-               std::ranges::find(m_Options.ignored, serial) != m_Options.ignored.end();
-    }
-
     const Options& m_Options;
     std::set<std::string> m_Only;    ///< labels; empty: all
     std::set<std::string> m_Ignored; ///< labels at the start
@@ -132,12 +128,12 @@ bool Print(const std::vector<Host::Happening>& happenings, const Choice& choice,
 }
 
 /// How things stand at the start, in one line.
-std::string StartLine(const Host::Snapshot& start, const Choice& choice)
+std::string StartLine(const Host::Snapshot& start, const Choice& choice, const Host::Limits& limits)
 {
     std::vector<Host::Drive> drives;
     std::ranges::copy_if(start.drives, std::back_inserter(drives),
                          [&](const Host::Drive& drive) { return choice.Has(drive); });
-    const Host::Verdict verdict = Host::VerdictOf(start.objects, drives, Host::LimitsInEffect());
+    const Host::Verdict verdict = Host::VerdictOf(start.objects, drives, limits);
     std::string line = verdict.troubled.empty() ? Host::noMark : Host::troubleMark;
     line += Host::LocalTime(ZKT::Misc::now()) + "  " + Host::VerdictWords(verdict);
     const char* separator = ": ";
@@ -169,7 +165,8 @@ ExitCode Watch(const Options& options, Output& output)
 {
     if (!output.IsOpen())
         FailWithoutReader();
-    ChangeInbox inbox(LimitsInEffect());
+    const Limits limits = LimitsInEffect();
+    ChangeInbox inbox(limits);
     PluginSession session(options.plugin);
     const Snapshot start = TakeSnapshot(session);
     const Wakeup wakeup(inbox.Bell(), output, options.watchSeconds);
@@ -181,7 +178,7 @@ ExitCode Watch(const Options& options, Output& output)
     if (!options.json)
     {
         TellStart(start);
-        if (!WriteLine(StartLine(start, choice), wakeup, output))
+        if (!WriteLine(StartLine(start, choice, limits), wakeup, output))
             return session.Result();
     }
     for (;;)

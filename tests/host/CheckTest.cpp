@@ -37,6 +37,13 @@ json Ssd(std::uint32_t number, int left)
     return disk;
 }
 
+/// The disk under the serial number of disk1.
+json Twin(json disk)
+{
+    disk["identify"] = Support::Disk(1)["identify"];
+    return disk;
+}
+
 json Silent(std::uint32_t number)
 {
     json disk = Support::Disk(number);
@@ -65,7 +72,10 @@ TEST(CheckVerb, OneLineAndItsCode)
         {{HardDisk(0, Page(36, 0))}, {"HDD0"}, 2, "its threshold)"},
         {{well, Ssd(1, 4)}, {}, 2, "disk1 (endurance used 96 % (attribute 233)"},
         {{well, Ssd(1, 4)}, {"--ignore", "SERIAL1"}, 0, "1 drive well"},
-        {{HardDisk(0, Page(100, 3)), Ssd(1, 50)}, {}, 1, "disk0: pending sectors rose from 0 to 3"},
+        {{HardDisk(0, Page(100, 3)), Ssd(1, 50)},
+         {},
+         1,
+         "disk0: pending sectors (attribute 197) from 0 to 3, risen since"},
         {{HardDisk(0, Page(100, 3)), Ssd(1, 50)}, {}, 0, "2 drives well"},
         {{well, Silent(1)}, {}, 2, "disk1 (it does not identify itself (I/O error))"},
         {{well}, {}, 2, "disk1 (INTEL SSDSC2BB240G7, serial SERIAL1) is gone since an earlier"},
@@ -74,6 +84,9 @@ TEST(CheckVerb, OneLineAndItsCode)
         {{well, Support::Disk(2)}, {}, 0, "1 drive not judged: disk2 (nothing in its SMART page"},
         {{well, Support::Disk(2)}, {"--strict"}, 3, "TARNIS UNKNOWN - 1 drive not judged"},
         {{well}, {"disk7"}, 2, "disk7 is not there"},
+        // Two drives of one serial number are two.
+        {{well, Ssd(1, 50), Twin(Ssd(2, 50))}, {"--forget"}, 0, "3 drives well"},
+        {{well, Twin(Ssd(2, 50))}, {}, 2, "disk1 (INTEL SSDSC2BB240G7, serial SERIAL1) is gone"},
         {{}, {"--forget"}, 3, "no drive answers"},
     };
     for (const auto& [disks, arguments, exitCode, said] : cases)
@@ -85,10 +98,15 @@ TEST(CheckVerb, OneLineAndItsCode)
         EXPECT_TRUE(Holds(outcome.out, said)) << said << '\n' << outcome.out;
         EXPECT_EQ(CountLines(outcome.out), 1U) << outcome.out;
     }
-    const std::string machine = PutMachine({HardDisk(0, Page(36, 0))});
-    EXPECT_EQ(RunTarnisctl({"check", "--quiet", "--machine", machine}).out, "");
-    // Whatever is wrong with check itself is unknown.
+    const std::string failing = PutMachine({HardDisk(0, Page(36, 0))});
+    EXPECT_EQ(RunTarnisctl({"check", "--quiet", "--machine", failing}).out, "");
+    // Whatever is wrong with check itself is unknown, and hides no drive that fails.
     testFolder.Write("tarnisctl-check.json", "{");
+    const Outcome both = RunTarnisctl({"check", "--machine", failing});
+    EXPECT_EQ(both.exitCode, 2);
+    EXPECT_TRUE(Holds(both.out, "check.json does not hold what is kept there; check --forget"))
+        << both.out;
+    const std::string machine = PutMachine({well});
     for (const Arguments& wrong :
          {Arguments{"check", "--machine", machine}, Arguments{"check", "--machine", "none"},
           Arguments{"--machine", machine, "check", "--bogus"},
