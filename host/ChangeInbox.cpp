@@ -67,6 +67,7 @@ void ChangeInbox::Watch(PluginSession& session, const Snapshot& start)
             m_PluginId = object.m_ID;
     }
     m_Finder.Look(start.drives, ZKT::Misc::now());
+    m_OnLook(m_Finder.Known());
     session.StartWorker(this, &ChangeInbox::Answer);
 }
 
@@ -128,6 +129,7 @@ void ChangeInbox::Receive()
         same->change = std::move(change);
         same->isReminder = false;
     }
+    m_OnLook(m_Finder.Known());
     m_IsFirstPass = false;
     const std::lock_guard guard(m_Lock);
     std::ranges::move(happenings, std::back_inserter(m_Happenings));

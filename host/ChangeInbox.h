@@ -8,9 +8,11 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace Host
@@ -38,7 +40,14 @@ struct Happening
 class ChangeInbox
 {
   public:
-    explicit ChangeInbox(const Limits& limits) : m_Finder(limits) {}
+    using Listener = std::function<void(std::vector<KnownDrive>)>;
+
+    /// @param onLook  is told of all drives at the start and whenever they were looked at, on
+    ///                whatever thread does it; returns soon
+    ChangeInbox(const Limits& limits, Listener onLook)
+        : m_Finder(limits), m_OnLook(std::move(onLook))
+    {
+    }
     ChangeInbox(const ChangeInbox&) = delete;
     ChangeInbox& operator=(const ChangeInbox&) = delete;
 
@@ -64,6 +73,7 @@ class ChangeInbox
     // The worker's alone after the start:
     std::set<std::uint64_t> m_Known; ///< objects that are there
     ChangeFinder m_Finder;
+    const Listener m_OnLook;
     bool m_IsFirstPass = true;
 
     std::mutex m_Lock;

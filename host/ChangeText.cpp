@@ -22,13 +22,6 @@ std::string Formatted(std::uint64_t milliseconds, bool isUtc, const char* format
     return {text, std::strftime(text, sizeof text, format, &date)};
 }
 
-std::string IsoTime(std::uint64_t milliseconds)
-{
-    char fraction[8];
-    std::snprintf(fraction, sizeof fraction, ".%03uZ", static_cast<unsigned>(milliseconds % 1000));
-    return Formatted(milliseconds, true, "%Y-%m-%dT%H:%M:%S") + fraction;
-}
-
 struct KindRow
 {
     ChangeKind kind;
@@ -60,6 +53,13 @@ const KindRow& RowOf(ChangeKind kind)
 std::string KindName(ChangeKind kind)
 {
     return RowOf(kind).name;
+}
+
+std::string IsoTime(std::uint64_t milliseconds)
+{
+    char fraction[8];
+    std::snprintf(fraction, sizeof fraction, ".%03uZ", static_cast<unsigned>(milliseconds % 1000));
+    return Formatted(milliseconds, true, "%Y-%m-%dT%H:%M:%S") + fraction;
 }
 
 std::string LocalTime(std::uint64_t milliseconds)

@@ -19,6 +19,9 @@ Json ChangeJson(const Change& change);
 /// "gone", "readingsLost": the kind as programs read it.
 std::string KindName(ChangeKind kind);
 
+/// "2026-11-23T15:04:05.120Z"
+std::string IsoTime(std::uint64_t milliseconds);
+
 /// "2026-11-23 16:04:05 +0100", in local time.
 std::string LocalTime(std::uint64_t milliseconds);
 

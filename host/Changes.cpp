@@ -39,12 +39,6 @@ bool HasNewCause(const KnownDrive& before, const KnownDrive& now)
         { return std::ranges::find(before.causes, cause) == before.causes.end(); });
 }
 
-/// Whether all that was wrong with it was its silence.
-bool HasSpokenAgain(const KnownDrive& before, const KnownDrive& now)
-{
-    return before.causes == std::vector<std::string>{Cause::silence} && now.causes != before.causes;
-}
-
 std::optional<ChangeKind> KindOf(const KnownDrive& old, const KnownDrive& drive)
 {
     const Standing before = old.standing;
@@ -93,12 +87,25 @@ class Comparison
 
 } // namespace
 
+bool HasSpokenAgain(const KnownDrive& before, const KnownDrive& now)
+{
+    return before.causes == std::vector<std::string>{Cause::silence} && now.causes != before.causes;
+}
+
 KnownDrive Remembered(const Drive& drive, const Limits& limits)
 {
     const Judgement judgement = JudgementOf(drive, limits);
     return {drive.label,      drive.systemName,   drive.model,       drive.serial,
             drive.firmware,   judgement.standing, StateWords(drive), Joined(judgement.reasons),
             judgement.causes, drive.errors};
+}
+
+std::vector<KnownDrive> ChangeFinder::Known() const
+{
+    std::vector<KnownDrive> drives;
+    for (const auto& entry : m_Known)
+        drives.push_back(entry.second);
+    return drives;
 }
 
 std::vector<Change> ChangeFinder::Look(const std::vector<Drive>& drives, std::uint64_t time)

@@ -54,6 +54,9 @@ struct Change
     bool IsTrouble() const { return kind == ChangeKind::Trouble || kind == ChangeKind::Gone; }
 };
 
+/// Whether all that was wrong with the drive was its silence, and that is over.
+bool HasSpokenAgain(const KnownDrive& before, const KnownDrive& now);
+
 KnownDrive Remembered(const Drive& drive, const Limits& limits);
 
 /// Looks at the drives again and again. For one thread at a time.
@@ -64,6 +67,9 @@ class ChangeFinder
 
     /// @return what is different since the last call, by disk number; nothing at the first
     std::vector<Change> Look(const std::vector<Drive>& drives, std::uint64_t time);
+
+    /// The drives of the last look. One that is silent is the one that had its number.
+    std::vector<KnownDrive> Known() const;
 
   private:
     const Limits m_Limits;

@@ -1,6 +1,7 @@
 // The command line.
 #pragma once
 
+#include "host/AlarmOptions.h"
 #include "host/Output.h"
 #include "host/TableStyle.h"
 
@@ -38,6 +39,7 @@ struct Options
     std::vector<std::string> objects;          ///< show, check
     std::vector<std::string> ignored;          ///< check, watch: serial numbers
     std::vector<std::string> only;             ///< watch; empty: all
+    AlarmOptions alarms;                       ///< watch
     std::optional<std::uint32_t> expected;     ///< check: how many drives there should be
     bool isQuiet = false;                      ///< check
     bool isStrict = false;                     ///< check

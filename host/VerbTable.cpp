@@ -64,6 +64,32 @@ void AddIgnore(CLI::App& verb, Options& options)
             "leaves the drive of this serial number out");
 }
 
+/// Those of the command that is run.
+void AddAlarms(CLI::App& verb, Host::AlarmOptions& alarms)
+{
+    CLI::Option* const command = verb.add_option("--exec", alarms.command,
+                                                 "run when the trouble of a drive starts or ends, "
+                                                 "without a shell, with TARNIS_ALARM_... in its "
+                                                 "environment")
+                                     ->type_name("COMMAND");
+    command->check([](const std::string& text)
+                   { return std::string(text.empty() ? "the command is empty" : ""); });
+    verb.add_option_function<std::string>(
+            "--exec-timeout",
+            [&alarms](const std::string& text)
+            { alarms.timeoutSeconds = Host::ParseSeconds("--exec-timeout", text); },
+            "the command is killed after this time; default: 30s")
+        ->type_name("TIME")
+        ->needs(command);
+    verb.add_option_function<std::string>(
+            "--remind",
+            [&alarms](const std::string& text)
+            { alarms.remindSeconds = text == "0" ? 0 : Host::ParseSeconds("--remind", text); },
+            "runs it again while the same trouble stands; default: 24h; 0: never")
+        ->type_name("TIME")
+        ->needs(command);
+}
+
 void AddWatch(CLI::App& verb, Options& options)
 {
     AddList(verb, "--only", "OBJECTS", options.only, "of these drives alone: disk3,sdb");
@@ -74,6 +100,7 @@ void AddWatch(CLI::App& verb, Options& options)
             { options.watchSeconds = Host::ParseSeconds("--for", text); },
             "ends after 90 (seconds), 5s, 10m, 2h or 1d; default: not before a signal")
         ->type_name("TIME");
+    AddAlarms(verb, options.alarms);
 }
 
 void AddCheck(CLI::App& verb, Options& options)
@@ -188,6 +215,8 @@ trouble begin with !!. What stands is repeated at the report times.
   tarnisctl watch
   tarnisctl watch --only disk3,sdb
   tarnisctl watch --for 2h --json
+  tarnisctl watch --exec 'logger -t drives'
+  tarnisctl watch --exec 'sh -c "echo $TARNIS_ALARM_LINE | mail -s drives root"'
 )",
      .exitCodes = R"(
   0  ended by a signal, by its time, or because nobody reads its output

@@ -1,10 +1,11 @@
 #include "contracts/zelKit/Thread.h"
 #include "contracts/zelKit/Time.h"
+#include "host/Alarms.h"
 #include "host/ChangeInbox.h"
 #include "host/ChangeText.h"
+#include "host/DriveChoice.h"
 #include "host/EventText.h"
 #include "host/Failure.h"
-#include "host/ObjectQuery.h"
 #include "host/PluginSession.h"
 #include "host/PropertyText.h"
 #include "host/ShowText.h"
@@ -16,9 +17,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
-#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -45,48 +47,6 @@ bool WriteLine(const std::string& line, const Wakeup& wakeup, Host::Output& outp
     }
     return true;
 }
-
-/// Which drives the user wants to hear of.
-class Choice
-{
-  public:
-    Choice(const Options& options, const Host::Snapshot& start) : m_Options(options)
-    {
-        for (const std::string& name : options.only)
-        {
-            const Host::ObjectQuery query = Host::ParseObject(name);
-            const Host::Drive* drive = Host::FindDrive(query, start.drives);
-            // A disk that is not there yet may come.
-            m_Only.insert(drive != nullptr ? drive->label : query.word);
-        }
-        for (const Host::Drive& drive : start.drives)
-            if (options.IsIgnored(drive.serial))
-                m_Ignored.insert(drive.label);
-    }
-
-    bool Has(const Host::Happening& happening) const
-    {
-        const std::string label = happening.change ? happening.change->drive.label
-                                                   : "disk" + happening.event->GetPlaceHolder2();
-        // Some events tell no serial number.
-        const std::string serial =
-            happening.change ? happening.change->drive.serial : happening.event->GetPlaceHolder4();
-        const bool isIgnored =
-            serial.empty() ? m_Ignored.contains(label) : m_Options.IsIgnored(serial);
-        return !isIgnored && (m_Only.empty() || m_Only.contains(label));
-    }
-
-    bool Has(const Host::Drive& drive) const
-    {
-        return !m_Options.IsIgnored(drive.serial) &&
-               (m_Only.empty() || m_Only.contains(drive.label));
-    }
-
-  private:
-    const Options& m_Options;
-    std::set<std::string> m_Only;    ///< labels; empty: all
-    std::set<std::string> m_Ignored; ///< labels at the start
-};
 
 /// One line for people; empty for what another line has told, or the verdict at the start.
 std::string LineOf(const Host::Happening& happening)
@@ -115,8 +75,8 @@ std::string JsonLineOf(const Host::Happening& happening)
 }
 
 /// @return false when the watch is to end
-bool Print(const std::vector<Host::Happening>& happenings, const Choice& choice, bool json,
-           const Wakeup& wakeup, Host::Output& output)
+bool Print(const std::vector<Host::Happening>& happenings, const Host::DriveChoice& choice,
+           bool json, const Wakeup& wakeup, Host::Output& output)
 {
     return std::ranges::all_of(
         happenings,
@@ -128,7 +88,8 @@ bool Print(const std::vector<Host::Happening>& happenings, const Choice& choice,
 }
 
 /// How things stand at the start, in one line.
-std::string StartLine(const Host::Snapshot& start, const Choice& choice, const Host::Limits& limits)
+std::string StartLine(const Host::Snapshot& start, const Host::DriveChoice& choice,
+                      const Host::Limits& limits)
 {
     std::vector<Host::Drive> drives;
     std::ranges::copy_if(start.drives, std::back_inserter(drives),
@@ -166,11 +127,14 @@ ExitCode Watch(const Options& options, Output& output)
     if (!output.IsOpen())
         FailWithoutReader();
     const Limits limits = LimitsInEffect();
-    ChangeInbox inbox(limits);
+    DriveChoice choice(options);
+    Alarms alarms(options.alarms, [&](const KnownDrive& drive) { return choice.Has(drive); });
+    ChangeInbox inbox(limits,
+                      [&](std::vector<KnownDrive> drives) { alarms.Look(std::move(drives)); });
     PluginSession session(options.plugin);
     const Snapshot start = TakeSnapshot(session);
     const Wakeup wakeup(inbox.Bell(), output, options.watchSeconds);
-    const Choice choice(options, start);
+    choice.Resolve(start.drives);
     inbox.Watch(session, start);
     if (ZKT::Threading::CThread::HasCreateFailed())
         throw Failure(EXIT_PLUGIN, "nothing is watched: the system gave no thread; end other "

@@ -1,0 +1,258 @@
+#include "host/AlarmBook.h"
+
+#include "host/Identity.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace Host
+{
+
+namespace
+{
+
+using nlohmann::json;
+
+constexpr const char* goneCause = "gone";
+constexpr std::uint64_t aDay = 24 * 3600 * 1000;
+constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max();
+
+Identity IdentityOf(const KnownDrive& drive)
+{
+    return {drive.label, drive.model, drive.serial};
+}
+
+} // namespace
+
+AlarmBook::AlarmBook(std::uint32_t remindSeconds, Filter isChosen)
+    : m_Remind(std::uint64_t{remindSeconds} * 1000), m_Quiet(m_Remind == 0 ? aDay : m_Remind),
+      m_IsChosen(std::move(isChosen))
+{
+}
+
+AlarmBook::Record AlarmBook::RecordOf(const json& entry)
+{
+    Record record;
+    record.drive.label = entry.at("label");
+    record.drive.model = entry.at("model");
+    record.drive.serial = entry.at("serial");
+    record.drive.firmware = entry.at("firmware");
+    record.drive.state = entry.at("state");
+    record.drive.causes = entry.at("causes").get<std::vector<std::string>>();
+    record.isGone = entry.at("gone");
+    record.isTold = entry.at("told");
+    record.isTroubled = record.isTold;
+    record.isEarlier = true;
+    for (const auto& [cause, time] : entry.at("times").get<std::map<std::string, std::uint64_t>>())
+        record.tellings[cause] = {time, true};
+    return record;
+}
+
+bool AlarmBook::Load(const json& content)
+{
+    try
+    {
+        Records records;
+        for (const json& entry : content.at("drives"))
+            records.emplace(++m_LastNumber, RecordOf(entry));
+        m_Records = std::move(records);
+        return true;
+    }
+    catch (const json::exception&)
+    {
+        return false;
+    }
+}
+
+json AlarmBook::Save() const
+{
+    json drives = json::array();
+    for (const auto& [number, record] : m_Records)
+    {
+        json times = json::object();
+        for (const auto& [cause, telling] : record.tellings)
+            if (telling.isTold)
+                times[cause] = telling.time;
+        if (times.empty())
+            continue;
+        const KnownDrive& drive = record.drive;
+        drives.push_back({{"label", drive.label},
+                          {"model", drive.model},
+                          {"serial", drive.serial},
+                          {"firmware", drive.firmware},
+                          {"state", drive.state},
+                          {"causes", drive.causes},
+                          {"gone", record.isGone},
+                          {"told", record.isTold},
+                          {"times", times}});
+    }
+    return {{"drives", drives}};
+}
+
+void AlarmBook::Look(const std::vector<KnownDrive>& present)
+{
+    std::vector<const KnownDrive*> drives;
+    std::vector<Identity> seen;
+    for (const KnownDrive& drive : present)
+        if (m_IsChosen(drive))
+        {
+            drives.push_back(&drive);
+            seen.push_back(IdentityOf(drive));
+        }
+    std::vector<Record*> records;
+    std::vector<Identity> remembered;
+    for (auto& [number, record] : m_Records)
+    {
+        records.push_back(&record);
+        remembered.push_back(IdentityOf(record.drive));
+    }
+    const auto found = FindAgain(seen, remembered);
+    for (std::size_t i = 0; i < drives.size(); ++i)
+        if (found[i])
+            Meet(*std::exchange(records[*found[i]], nullptr), *drives[i]);
+        else
+        {
+            Record fresh;
+            fresh.drive.label = drives[i]->label;
+            Meet(m_Records.emplace(++m_LastNumber, fresh).first->second, *drives[i]);
+        }
+    for (Record* record : records)
+        if (record != nullptr && m_IsChosen(record->drive))
+            Miss(*record, present);
+}
+
+void AlarmBook::Meet(Record& record, const KnownDrive& drive)
+{
+    KnownDrive known = drive;
+    if (known.serial.empty()) // it is silent since the start
+    {
+        known.model = record.drive.model;
+        known.serial = record.drive.serial;
+        known.firmware = record.drive.firmware;
+    }
+    const bool isTroubled = known.standing == Standing::Trouble;
+    const bool isUnclear = known.standing == Standing::NotJudged && record.isTroubled &&
+                           !record.isGone && !HasSpokenAgain(record.drive, known);
+    if (isUnclear)
+    {
+        // Without readings nobody can tell that it is well.
+        known.causes = record.drive.causes;
+        known.state = record.drive.state;
+        known.reasons = record.drive.reasons;
+    }
+    else
+    {
+        if (known.causes != record.drive.causes)
+            record.from = record.drive.state;
+        record.isTroubled = isTroubled;
+    }
+    record.drive = std::move(known);
+    record.isGone = record.isReplaced = record.isEarlier = false;
+}
+
+void AlarmBook::Miss(Record& record, const std::vector<KnownDrive>& present)
+{
+    // Nobody waits for a drive that was well when an earlier run saw it last.
+    if (record.isEarlier && !record.isTroubled)
+        return;
+    if (std::ranges::find(present, record.drive.label, &KnownDrive::label) != present.end())
+    {
+        record.isReplaced = true;
+        record.isTroubled = false;
+        return;
+    }
+    if (std::exchange(record.isGone, true))
+        return;
+    record.isEarlier = false;
+    record.isTroubled = true;
+    record.from = std::exchange(record.drive.state, goneCause);
+    record.drive.reasons.clear();
+    record.drive.causes = {goneCause};
+}
+
+std::uint64_t AlarmBook::AgeOf(const Record& record, std::uint64_t now) const
+{
+    std::uint64_t newest = 0;
+    for (const std::string& cause : record.drive.causes)
+    {
+        const auto telling = record.tellings.find(cause);
+        if (telling == record.tellings.end())
+            return never;
+        newest = std::max(newest, telling->second.time);
+    }
+    // A clock that was set back a little is no reason; one that was far ahead is.
+    if (newest > now)
+        return newest - now > m_Quiet ? never : 0;
+    return now - newest;
+}
+
+std::optional<Alarm> AlarmBook::DueOf(Records::value_type& entry, std::uint64_t now) const
+{
+    auto& [number, record] = entry;
+    const auto alarm = [&](AlarmKind kind, const char* state)
+    {
+        record.isUnderWay = true;
+        return Alarm{kind, state, record.drive, record.from, now, number};
+    };
+    if (!record.isTroubled)
+        return record.isTold ? std::optional(alarm(AlarmKind::Ended,
+                                                   record.isReplaced ? "replaced" : "recovered"))
+                             : std::nullopt;
+    const char* state = record.isGone ? goneCause : "trouble";
+    const std::uint64_t age = AgeOf(record, now);
+    if (age == never || (!record.isTold && age >= m_Quiet))
+        return alarm(AlarmKind::Started, state);
+    // One that was gone before this run began is not waited for any more.
+    const bool isReminder = record.isTold && m_Remind != 0 && age >= m_Remind && !record.isEarlier;
+    return isReminder ? std::optional(alarm(AlarmKind::Reminder, state)) : std::nullopt;
+}
+
+std::vector<Alarm> AlarmBook::TakeDue(std::uint64_t now)
+{
+    Forget(now);
+    std::vector<Alarm> due;
+    for (auto& entry : m_Records)
+        if (!entry.second.isUnderWay && m_IsChosen(entry.second.drive))
+            if (auto alarm = DueOf(entry, now))
+                due.push_back(std::move(*alarm));
+    return due;
+}
+
+void AlarmBook::Finish(const Alarm& alarm, bool isTold, std::uint64_t now)
+{
+    Record& record = m_Records.at(alarm.record);
+    record.isUnderWay = false;
+    if (alarm.kind == AlarmKind::Ended)
+    {
+        record.isTold = false; // a failure is told by other means, and not tried for ever
+        return;
+    }
+    record.isTold = record.isTold || isTold;
+    for (const std::string& cause : alarm.drive.causes)
+        record.tellings[cause] = {now, isTold};
+}
+
+void AlarmBook::Forget(std::uint64_t now)
+{
+    const auto isNeeded = [](const Record& record)
+    {
+        const bool isAwaited = !(record.isEarlier && record.isGone);
+        return record.isUnderWay || (isAwaited && (record.isTroubled || record.isTold));
+    };
+    for (auto& entry : m_Records)
+        if (!isNeeded(entry.second))
+            std::erase_if(entry.second.tellings,
+                          [&](const auto& told) { return told.second.time + m_Quiet <= now; });
+    std::erase_if(m_Records,
+                  [&](const auto& entry)
+                  {
+                      const Record& record = entry.second;
+                      return !isNeeded(record) &&
+                             (record.isReplaced || (record.isEarlier && record.tellings.empty()));
+                  });
+}
+
+} // namespace Host
