@@ -12,6 +12,12 @@ namespace Host
 namespace
 {
 
+/// Whether it has been silent ever since it was looked at.
+bool IsNameless(const KnownDrive& drive)
+{
+    return drive.serial.empty() && drive.model.empty();
+}
+
 bool IsSameDrive(const KnownDrive& one, const KnownDrive& other)
 {
     return std::tie(one.serial, one.model, one.firmware) ==
@@ -146,7 +152,7 @@ std::vector<Change> ChangeFinder::Look(const std::vector<Drive>& drives, std::ui
     for (const auto& [label, drive] : now)
     {
         const auto old = before.find(label);
-        if (old != before.end() && IsSameDrive(old->second, drive))
+        if (old != before.end() && (IsSameDrive(old->second, drive) || IsNameless(old->second)))
             comparison.CompareSame(old->second, drive);
         else if (const KnownDrive* elsewhere = findIn(before, drive);
                  elsewhere != nullptr && !now.contains(elsewhere->label))

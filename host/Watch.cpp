@@ -6,6 +6,7 @@
 #include "host/DriveChoice.h"
 #include "host/EventText.h"
 #include "host/Failure.h"
+#include "host/Lists.h"
 #include "host/PluginSession.h"
 #include "host/PropertyText.h"
 #include "host/ShowText.h"
@@ -97,14 +98,12 @@ std::string StartLine(const Host::Snapshot& start, const Host::DriveChoice& choi
     const Host::Verdict verdict = Host::VerdictOf(start.objects, drives, limits);
     std::string line = verdict.troubled.empty() ? Host::noMark : Host::troubleMark;
     line += Host::LocalTime(ZKT::Misc::now()) + "  " + Host::VerdictWords(verdict);
-    const char* separator = ": ";
-    for (const auto* judgedOnes : {&verdict.troubled, &verdict.warned})
-        for (const Host::JudgedDrive& judged : *judgedOnes)
-        {
-            line += separator + Host::DriveReasons(judged);
-            separator = "; ";
-        }
-    return line + '\n';
+    std::vector<std::string> reasons;
+    for (const Host::JudgedDrive& judged : verdict.troubled)
+        reasons.push_back(Host::DriveReasons(judged));
+    for (const Host::JudgedDrive& judged : verdict.warned)
+        reasons.push_back("warning, " + Host::DriveReasons(judged));
+    return line + (reasons.empty() ? "" : ": ") + Host::Joined(reasons) + '\n';
 }
 
 void TellStart(const Host::Snapshot& start)

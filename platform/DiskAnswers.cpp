@@ -71,7 +71,11 @@ void NoteDiskAnswer(DWORD number, DiskQuestion question, DWORD error)
     const std::lock_guard guard(keeper.lock);
     DiskAnswer& answer = keeper.Of(number);
     if (question == DiskQuestion::SmartData)
+    {
         answer.smartError = error;
+        if (error != ERROR_SUCCESS)
+            answer.smartPage = std::nullopt; // what it said before holds no more
+    }
     else if (question == DiskQuestion::Open)
         answer.failed.reset(); // it is asked from the beginning
     if (error != ERROR_SUCCESS && question < DiskQuestion::SmartData)

@@ -1,5 +1,5 @@
 // check and watch on a machine that changes between and under them.
-#include "tests/host/Process.h"
+#include "tests/host/Running.h"
 #include "tests/support/MachineBuilder.h"
 
 #include <gtest/gtest.h>
@@ -49,13 +49,6 @@ json Silent(std::uint32_t number)
     json disk = Support::Disk(number);
     disk["faults"] = {"identify"};
     return disk;
-}
-
-std::string PutMachine(const std::vector<json>& disks)
-{
-    const std::string file = testFolder.File("checked.json");
-    std::filesystem::rename(testFolder.Write("new", Support::MachineWith(disks).dump()), file);
-    return file;
 }
 
 } // namespace

@@ -1,24 +1,21 @@
 // Watching, with the real plug-in and a machine file that changes under it.
-#include "tests/host/Process.h"
+#include "tests/host/Running.h"
 #include "tests/support/MachineBuilder.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <csignal>
-#include <cstdio>
+#include <ctime>
 #include <fstream>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace
 {
 
 using nlohmann::json;
 
-/// Machine of these disks, put in the place of the last one in one step.
-std::string PutMachine(const std::vector<std::uint32_t>& numbers)
+/// A machine of disks with these numbers.
+std::string PutNumbers(const std::vector<std::uint32_t>& numbers)
 {
     std::vector<json> disks;
     for (const std::uint32_t number : numbers)
@@ -26,66 +23,21 @@ std::string PutMachine(const std::vector<std::uint32_t>& numbers)
         disks.push_back(Support::Disk(number));
         disks.back()["identify"] = Support::Identity("T\x1b DISK", "S" + std::to_string(number));
     }
-    const std::string file = testFolder.File("watched.json");
-    std::filesystem::rename(testFolder.Write("new", Support::MachineWith(disks).dump()), file);
-    return file;
+    return PutMachine(disks);
 }
-
-/// A tarnisctl that watches, its two outputs in one.
-class Running
-{
-  public:
-    explicit Running(const Arguments& arguments)
-    {
-        int ends[2];
-        EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-        m_Child = StartTarnisctl(arguments, {}, ends[1], ends[1]);
-        ::close(ends[1]);
-        m_Output = ::fdopen(ends[0], "r");
-    }
-    ~Running()
-    {
-        std::fclose(m_Output);
-        if (m_Child > 0)
-            End(SIGKILL);
-    }
-
-    /// The next line that holds the text; what it skips must not speak of a disk.
-    std::string LineWith(const std::string& text)
-    {
-        char line[4096];
-        while (std::fgets(line, sizeof line, m_Output) != nullptr)
-        {
-            if (Holds(line, text))
-                return line;
-            EXPECT_FALSE(Holds(line, "DISK")) << line;
-        }
-        return "no line with " + text;
-    }
-
-    int End(int signal)
-    {
-        ::kill(m_Child, signal);
-        return WaitFor(std::exchange(m_Child, -1));
-    }
-
-  private:
-    pid_t m_Child = -1;
-    std::FILE* m_Output = nullptr;
-};
 
 } // namespace
 
 TEST(WatchVerb, PrintsDrivesThatComeAndGo)
 {
     testFolder.Write("tarnis.ini", "PollInterval=2\n");
-    const std::string machine = PutMachine({0, 1});
+    const std::string machine = PutNumbers({0, 1});
     {
         Running watch({"watch", "--machine", machine});
         watch.LineWith("watching 2 drives");
-        PutMachine({0, 1, 7});
+        PutNumbers({0, 1, 7});
         EXPECT_TRUE(Holds(watch.LineWith("drive came"), ": disk7  T\\x1b DISK, serial S7"));
-        PutMachine({0, 7});
+        PutNumbers({0, 7});
         const std::string gone = watch.LineWith("drive gone");
         EXPECT_TRUE(gone.starts_with("!! ") && Holds(gone, ": disk1 ")) << gone;
         EXPECT_EQ(watch.End(SIGINT), 0);
@@ -93,7 +45,7 @@ TEST(WatchVerb, PrintsDrivesThatComeAndGo)
     // A trace bit that no trace line has: the plug-in's line at its start is shown.
     Running watch({"watch", "--json", "--machine", machine, "--trace-mask", "0x40000000"});
     watch.LineWith("adapter count is 1");
-    PutMachine({7});
+    PutNumbers({7});
     const json went = json::parse(watch.LineWith("{"));
     EXPECT_EQ(went["event"], 10920);
     EXPECT_EQ(went["name"], "PNPADD_EX");
@@ -106,7 +58,7 @@ TEST(WatchVerb, PrintsDrivesThatComeAndGo)
     EXPECT_EQ(went["kind"], "gone");
     EXPECT_EQ(went["serial"], "S0");
     EXPECT_GT(went["time"], 1600000000000);
-    PutMachine({0, 7});
+    PutNumbers({0, 7});
     const json came = json::parse(watch.LineWith("{"));
     EXPECT_EQ(came["object"], "0x0131000000000004");
     EXPECT_EQ(came["present"], true);
@@ -117,7 +69,7 @@ TEST(WatchVerb, TellsOnceOfTroubleAndItsEnd)
 {
     testFolder.Write("tarnis.ini", "PollInterval=2\n");
     const std::string machine = testFolder.File("w\u202e.json");
-    std::filesystem::rename(PutMachine({0}), machine);
+    std::filesystem::rename(PutNumbers({0}), machine);
     const std::string folder = testFolder.File("folder");
     std::filesystem::create_directory(folder);
     Running watch({"watch", "--for", "60", "--machine", machine, "--database", folder});
@@ -135,12 +87,6 @@ TEST(WatchVerb, TellsOnceOfTroubleAndItsEnd)
 TEST(WatchVerb, TellsWhatBecomesOfADrive)
 {
     testFolder.Write("tarnis.ini", "PollInterval=2\n");
-    const auto put = [](std::vector<json> disks)
-    {
-        const std::string file = testFolder.File("becomes.json");
-        std::filesystem::rename(testFolder.Write("new", Support::MachineWith(disks).dump()), file);
-        return file;
-    };
     const json well = Support::Disk(0);
     json silent = well;
     silent["faults"] = {"identify"};
@@ -159,11 +105,11 @@ TEST(WatchVerb, TellsWhatBecomesOfADrive)
         {{moved, worn}, {"!! ", "drive in trouble: disk6 ", "endurance used 99 % (attribute 233)"}},
         {{worn}, {"!! ", "drive gone: disk5 "}},
     };
-    Running watch({"watch", "--ignore", "NONE", "--machine", put({well})});
+    Running watch({"watch", "--ignore", "NONE", "--machine", PutMachine({well})});
     watch.LineWith("No drive can be judged");
     for (const auto& [disks, pieces] : steps)
     {
-        put(disks);
+        PutMachine(disks);
         const std::string line = watch.LineWith(""); // nothing else tells of it
         for (const std::string& piece : pieces)
             EXPECT_TRUE(Holds(line, piece)) << piece << line;
@@ -171,10 +117,90 @@ TEST(WatchVerb, TellsWhatBecomesOfADrive)
     EXPECT_EQ(watch.End(SIGINT), 0);
 }
 
+TEST(WatchVerb, TellsHowReadingsChange)
+{
+    testFolder.Write("tarnis.ini", "PollInterval=2\n");
+    testFolder.Write("CustomOpts.ini", "WearLevelThreshold=60\nReservedCellsThreshold=30\n"
+                                       "SnmpTrapReportTime1=00:00\nSnmpTrapReportTime2=00:00\n");
+    const auto ssd = [](int left)
+    {
+        json disk = Support::Disk(0);
+        disk["smart"] = Support::SmartPage({{9, 100, 8000}, {233, left, 0}});
+        return disk;
+    };
+    const auto hardDisk = [](int spare, std::uint64_t pending)
+    {
+        json disk = Support::Disk(1);
+        disk["identify"] = Support::Identity("ST3500418AS", "HDD1", 7200);
+        disk["smart"] = Support::SmartPage({{5, spare, 9}, {9, 90, 5000}, {197, 100, pending}});
+        return disk;
+    };
+    json mute = hardDisk(55, 4);
+    mute["faults"] = {"smart_data"};
+    // The last page of a disk holds for five minutes.
+    const std::tuple<std::vector<json>, std::vector<std::string>> steps[] = {
+        {{ssd(30), hardDisk(100, 0)},
+         {"warning: disk0 ", "was in use, is in use, warning: endurance used 70 % (attribute 233), "
+                             "threshold 60"}},
+        {{ssd(3), hardDisk(100, 0)},
+         {"!! ", "drive in trouble: disk0 ", "is failing: endurance used 97 % (attribute 233)"}},
+        {{ssd(3), hardDisk(100, 4)},
+         {"errors rose: disk1 ", "pending sectors (attribute 197) from 0 to 4"}},
+        {{ssd(3), hardDisk(55, 4)}, {"warning: disk1 ", "reserve left 29 % (attribute 5)"}},
+        {{ssd(3), mute}, {"readings lost: disk1 ", "not judged: it gives no SMART page"}},
+        {{ssd(50), hardDisk(100, 4)}, {"drive well again: disk0 ", "was failing, is in use\n"}},
+        {{ssd(50), hardDisk(100, 4)}, {"readings back: disk1 ", "is in use\n"}},
+    };
+    SetClockAhead(0);
+    Running watch({"watch", "--machine", PutMachine({ssd(50), hardDisk(100, 0)})}, ShiftedClock());
+    watch.LineWith("No trouble: 2 drives judged");
+    long ahead = 0;
+    for (const auto& [disks, pieces] : steps)
+    {
+        PutMachine(disks);
+        SetClockAhead(ahead += 301);
+        const std::string line = watch.LineWith(""); // nothing else tells of it
+        for (const std::string& piece : pieces)
+            EXPECT_TRUE(Holds(line, piece)) << piece << line;
+    }
+    EXPECT_EQ(watch.End(SIGINT), 0);
+    std::filesystem::remove(testFolder.File("CustomOpts.ini"));
+}
+
+TEST(WatchVerb, StandingTroubleIsRepeatedAtReportTimesAsAReminder)
+{
+    testFolder.Write("tarnis.ini", "PollInterval=2\n");
+    json worn = Support::Disk(0);
+    worn["smart"] = Support::SmartPage({{9, 100, 8000}, {233, 1, 0}});
+    SetClockAhead(0);
+    Environment environment = ShiftedClock();
+    environment.emplace_back("TZ", "UTC");
+    Running watch({"watch", "--machine", PutMachine({worn})}, environment);
+    watch.LineWith("1 of 1 drive in trouble");
+    PutMachine({worn, Support::Disk(1)});
+    watch.LineWith("drive came: disk1 "); // the first pass is over
+    constexpr long day = 24 * 3600;
+    constexpr long reportTime = 11 * 3600;
+    SetClockAhead((reportTime - std::time(nullptr) % day + day) % day + 1);
+    EXPECT_TRUE(Holds(watch.LineWith("11:00:0"), "reminder, drive in trouble by its SMART data: "
+                                                 "disk0 "));
+    EXPECT_EQ(watch.End(SIGINT), 0);
+}
+
+TEST(WatchVerb, WithoutAThreadNothingIsWatched)
+{
+    const std::string machine = PutNumbers({0});
+    Environment environment = ShiftedClock();
+    environment.emplace_back("NO_THREADS", "1");
+    const Outcome outcome = RunTarnisctl({"watch", "--machine", machine}, environment);
+    ExpectComplaint(outcome, 3, "nothing is watched: the system gave no thread");
+    EXPECT_EQ(RunTarnisctl({"show", "--machine", machine}, environment).exitCode, 0);
+}
+
 TEST(WatchVerb, EndsByItself)
 {
     const Outcome timed =
-        RunTarnisctl({"watch", "--for", "1", "--json", "--machine", PutMachine({0})});
+        RunTarnisctl({"watch", "--for", "1", "--json", "--machine", PutNumbers({0})});
     EXPECT_EQ(timed.exitCode, 0);
     EXPECT_EQ(timed.out, "");
 }
