@@ -60,9 +60,9 @@ pid_t StartTarnisctl(const Arguments& arguments, const Environment& environment,
     std::vector<std::string> variables;
     for (const auto& [name, value] : environment)
         variables.push_back(name + "=" + value); // before the others, so that they hold
-    variables.insert(variables.end(),
-                     {"PATH=/usr/bin:/bin", "TERM=xterm", "TARNIS_CONFIG_DIR=" + testFolder.Path(),
-                      "TARNIS_DATABASE=" + testFolder.File("rows.db")});
+    variables.insert(variables.end(), {"PATH=/usr/bin:/bin", "TERM=xterm", "LC_ALL=C.UTF-8",
+                                       "TARNIS_CONFIG_DIR=" + testFolder.Path(),
+                                       "TARNIS_DATABASE=" + testFolder.File("rows.db")});
     const std::vector<char*> argv = Pointers(words);
     const std::vector<char*> envp = Pointers(variables);
     const pid_t child = ::fork();
