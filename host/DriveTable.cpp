@@ -1,4 +1,6 @@
+#include "host/Calendar.h"
 #include "host/Failure.h"
+#include "host/Lists.h"
 #include "host/Names.h"
 #include "host/PropertyText.h"
 #include "host/ShowText.h"
@@ -49,15 +51,9 @@ std::string LastsUntilCell(const Drive& drive)
     int year = 0;
     if (std::sscanf(drive.lastsUntil.c_str(), "%4d-", &year) != 1)
         return drive.lastsUntil;
-    const std::time_t now = std::time(nullptr);
-    std::tm today{};
-#ifdef _WIN32
-    gmtime_s(&today, &now);
-#else
-    gmtime_r(&now, &today);
-#endif
+    const int thisYear = Host::UniversalDate(std::time(nullptr)).tm_year + 1900;
     constexpr int many = 10;
-    return year - (today.tm_year + 1900) > many ? "over 10 years" : drive.lastsUntil;
+    return year - thisYear > many ? "over 10 years" : drive.lastsUntil;
 }
 
 std::string SizeCell(const std::optional<std::uint64_t>& bytes)
@@ -115,14 +111,10 @@ const Column& FindColumn(const std::vector<Column>& columns, const std::string& 
         if (key == column.key)
             return column;
     std::vector<std::string> keys;
-    std::string list;
     for (const Column& column : columns)
-    {
         keys.emplace_back(column.key);
-        list += (list.empty() ? "" : ", ") + keys.back();
-    }
-    throw Host::UsageFailure("'" + key + "' is no column (columns: " + list + ")" +
-                             Host::DidYouMean(Host::SimilarNames(key, keys)));
+    throw Host::UsageFailure("'" + key + "' is no column (columns: " + Host::Joined(keys, ", ") +
+                             ")" + Host::DidYouMean(Host::SimilarNames(key, keys)));
 }
 
 std::vector<Column> ChosenColumns(const std::vector<std::string>& keys)

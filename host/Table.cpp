@@ -1,5 +1,6 @@
 #include "host/Table.h"
 
+#include "host/Lists.h"
 #include "host/Text.h"
 
 #include <algorithm>
@@ -106,12 +107,10 @@ std::vector<std::string> Table::LinesOf(std::size_t row) const
 
 std::string GoneText(const Table& table, std::size_t columns, const std::string& indent)
 {
-    std::string titles;
-    for (const std::string& title : table.Gone())
-        titles += (titles.empty() ? "" : ", ") + title;
-    if (titles.empty())
+    if (table.Gone().empty())
         return {};
-    const std::string text = indent + "(no room for " + titles + "; --wide shows all)";
+    const std::string text =
+        indent + "(no room for " + Joined(table.Gone(), ", ") + "; --wide shows all)";
     return Wrapped(text, columns, indent + "  ") + "\n";
 }
 
