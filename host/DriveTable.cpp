@@ -66,7 +66,7 @@ std::vector<Column> AllColumns()
     using Layout = Host::TableColumn;
     constexpr int atLast = Layout::afterBreaking;
     return {
-        {"disk", Layout{"DISK", false, 14, 8, 0}, [](const Drive& d) { return d.label; },
+        {"disk", Layout{"DISK", false, 0, 14, 0}, [](const Drive& d) { return d.label; },
          [](const Drive& d) { return ToDouble(d.number); }},
         {"name", Layout{"NAME", false, 0, 8, 6}, [](const Drive& d) { return d.systemName; }},
         {"status", Layout{"STATUS", false, 0, 8, 0}, Host::StateWords},
