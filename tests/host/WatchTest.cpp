@@ -35,11 +35,11 @@ std::string PutMachine(const std::vector<std::uint32_t>& numbers)
 class Running
 {
   public:
-    explicit Running(const Arguments& arguments)
+    explicit Running(const Arguments& arguments, const Environment& environment = {})
     {
         int ends[2];
         EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-        m_Child = StartTarnisctl(arguments, {}, ends[1], ends[1]);
+        m_Child = StartTarnisctl(arguments, environment, ends[1], ends[1]);
         ::close(ends[1]);
         m_Output = ::fdopen(ends[0], "r");
     }
@@ -145,7 +145,7 @@ TEST(WatchVerb, TellsWhatBecomesOfADrive)
     json silent = well;
     silent["faults"] = {"identify"};
     json other = well;
-    other["identify"] = Support::Identity("INTEL SSDSC2BB240G7", "OTHER");
+    other["identify"] = Support::Identity("INTEL SSDSC2BB240G7", "OTHÉR");
     json moved = Support::Disk(5);
     moved["identify"] = other["identify"];
     json worn = Support::Disk(6);
@@ -153,13 +153,13 @@ TEST(WatchVerb, TellsWhatBecomesOfADrive)
     const std::tuple<std::vector<json>, std::vector<std::string>> steps[] = {
         {{silent}, {"!! ", "drive in trouble: disk0 ", "serial SERIAL0", "I/O error"}},
         {{well}, {"drive well again: disk0 ", "was no answer"}},
-        {{other}, {"drive replaced: disk0 ", "serial OTHER", "serial SERIAL0"}},
+        {{other}, {"drive replaced: disk0 ", "serial OTH\\u00c9R", "serial SERIAL0"}},
         {{moved}, {"drive has another number: disk5 ", "was disk0, is disk5"}},
         {{moved, worn}, {"drive came: disk6 ", "serial SERIAL6"}},
         {{moved, worn}, {"!! ", "drive in trouble: disk6 ", "endurance used 99 % (attribute 233)"}},
         {{worn}, {"!! ", "drive gone: disk5 "}},
     };
-    Running watch({"watch", "--ignore", "NONE", "--machine", put({well})});
+    Running watch({"watch", "--ignore", "NONE", "--machine", put({well})}, {{"LC_ALL", "C"}});
     watch.LineWith("No drive can be judged");
     for (const auto& [disks, pieces] : steps)
     {
