@@ -52,6 +52,63 @@ std::size_t FittingBytes(std::string_view printable, std::size_t columns)
     return end;
 }
 
+/// Fills lines with words.
+class LineFiller
+{
+  public:
+    LineFiller(std::size_t columns, std::string_view indent)
+        : m_Columns(std::max(columns, indent.size() + leastRoom)), m_Indent(indent)
+    {
+    }
+
+    void Append(std::string_view piece)
+    {
+        m_Text += piece;
+        m_Used += Host::DisplayWidth(piece);
+    }
+
+    /// @param word  with the blanks in front of it, which are left out where it begins a line
+    void AddWord(std::string_view word)
+    {
+        const std::size_t blanks = LeadingBlanks(word);
+        if (blanks != 0 && !HasRoomFor(word))
+        {
+            BeginLine();
+            word.remove_prefix(blanks);
+        }
+        while (!HasRoomFor(word))
+        {
+            const std::size_t bytes = FittingBytes(word, m_Columns - std::min(m_Columns, m_Used));
+            Append(word.substr(0, bytes));
+            word.remove_prefix(bytes);
+            BeginLine();
+        }
+        Append(word);
+    }
+
+    const std::string& Text() const { return m_Text; }
+
+  private:
+    static constexpr std::size_t leastRoom = 8; // of a text that is indented beyond the line
+
+    bool HasRoomFor(std::string_view piece) const
+    {
+        return m_Used + Host::DisplayWidth(piece) <= m_Columns;
+    }
+
+    void BeginLine()
+    {
+        m_Text += '\n';
+        m_Text += m_Indent;
+        m_Used = m_Indent.size();
+    }
+
+    std::size_t m_Columns;
+    std::string_view m_Indent;
+    std::string m_Text;
+    std::size_t m_Used = 0; // columns of the line under way
+};
+
 } // namespace
 
 namespace Host
@@ -95,40 +152,18 @@ std::vector<std::string> Broken(const std::string& printable, std::size_t column
 
 std::string Wrapped(std::string_view printable, std::size_t columns, std::string_view indent)
 {
-    constexpr std::size_t least = 8; // for a text that is indented beyond the line
-    columns = std::max(columns, indent.size() + least);
-    std::size_t used = LeadingBlanks(printable); // columns of the line under way
-    std::string text(used, ' ');
-    printable.remove_prefix(used);
-    const auto isTooLong = [&](std::string_view piece)
-    { return used + DisplayWidth(piece) > columns; };
-    const auto beginLine = [&]
-    {
-        text += '\n';
-        text += indent;
-        used = indent.size();
-    };
+    LineFiller lines(columns, indent);
+    const std::size_t margin = LeadingBlanks(printable);
+    lines.Append(printable.substr(0, margin));
+    printable.remove_prefix(margin);
     while (!printable.empty())
     {
-        const std::size_t blanks = LeadingBlanks(printable);
-        std::string_view word = printable.substr(0, printable.find(' ', blanks));
+        const std::size_t end = printable.find(' ', LeadingBlanks(printable));
+        const std::string_view word = printable.substr(0, end);
+        lines.AddWord(word);
         printable.remove_prefix(word.size());
-        if (blanks != 0 && isTooLong(word))
-        {
-            beginLine();
-            word.remove_prefix(blanks);
-        }
-        while (isTooLong(word))
-        {
-            const std::size_t bytes = FittingBytes(word, columns - std::min(columns, used));
-            text += word.substr(0, bytes);
-            word.remove_prefix(bytes);
-            beginLine();
-        }
-        text += word;
-        used += DisplayWidth(word);
     }
-    return text;
+    return lines.Text();
 }
 
 std::string WithoutLeadingBlanks(const std::string& text)
