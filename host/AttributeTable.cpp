@@ -1,9 +1,10 @@
 #include "host/AttributeTable.h"
 
 #include "host/SmartNames.h"
-#include "host/Text.h"
+#include "host/Table.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <vector>
 
 namespace Host
 {
@@ -13,14 +14,17 @@ namespace
 
 constexpr std::uint32_t noMargin = 0xFFFFFFFF;
 
-std::string Line(const std::string& id, const std::string& name, const std::string& value,
-                 const std::string& worst, const std::string& threshold, const std::string& margin,
-                 const std::string& raw, const std::string& decides)
+std::vector<TableColumn> Columns()
 {
-    constexpr std::size_t nameColumns = 30;
-    return PadLeft(id, 3) + "  " + PadRight(name, nameColumns) + PadLeft(value, 6) +
-           PadLeft(worst, 6) + PadLeft(threshold, 10) + PadLeft(margin, 7) + PadLeft(raw, 16) +
-           (decides.empty() ? "" : "  " + decides);
+    constexpr int atLast = TableColumn::afterBreaking;
+    return {{"ID", true, 0, 0, 0},
+            {"ATTRIBUTE", false, 20, 12, 0},
+            {"VALUE", true, 0, 0, atLast + 1},
+            {"WORST", true, 0, 0, 1},
+            {"THRESHOLD", true, 0, 0, atLast},
+            {"MARGIN", true, 0, 0, 2},
+            {"RAW", true, 0, 8, 0},
+            {"READING", false, 11, 9, atLast + 2}};
 }
 
 /// Which readings come from the attribute.
@@ -39,27 +43,43 @@ std::string Decides(const PI::CSmartExplanation& smart, std::uint8_t id)
     return text;
 }
 
+Table::Cells CellsOf(const PI::CSmartAttribute& attribute, const PI::CSmartExplanation& smart)
+{
+    const std::string name = SmartName(attribute.m_ID);
+    return {
+        std::to_string(attribute.m_ID),
+        name.empty() ? "-" : name,
+        std::to_string(attribute.m_Value),
+        std::to_string(attribute.m_Worst),
+        attribute.m_Threshold == 0 ? "-" : std::to_string(attribute.m_Threshold),
+        attribute.m_Margin == noMargin ? "-" : std::to_string(attribute.m_Margin) + " %",
+        std::to_string(attribute.m_Raw),
+        Decides(smart, attribute.m_ID),
+    };
+}
+
 } // namespace
 
-std::string AttributeTable(const Drive& drive, const std::string& indent)
+std::string AttributeTable(const Drive& drive, const std::string& indent, const Style& style)
 {
-    if (drive.smart.m_Attributes.empty())
-        return {};
-    std::string text =
-        indent + Line("ID", "ATTRIBUTE", "VALUE", "WORST", "THRESHOLD", "MARGIN", "RAW", "") + "\n";
+    std::vector<Table::Cells> rows;
     for (const PI::CSmartAttribute& attribute : drive.smart.m_Attributes)
+        rows.push_back(CellsOf(attribute, drive.smart));
+    if (rows.empty())
+        return {};
+    Table table(Columns(), rows);
+    if (!style.table.isWide)
+        table.FitInto(style.columns - std::min(style.columns, indent.size()), true);
+    std::string text;
+    const auto add = [&](const std::vector<std::string>& lines)
     {
-        const std::string name = SmartName(attribute.m_ID);
-        text +=
-            indent +
-            Line(std::to_string(attribute.m_ID), name.empty() ? "-" : name,
-                 std::to_string(attribute.m_Value), std::to_string(attribute.m_Worst),
-                 attribute.m_Threshold == 0 ? "-" : std::to_string(attribute.m_Threshold),
-                 attribute.m_Margin == noMargin ? "-" : std::to_string(attribute.m_Margin) + " %",
-                 std::to_string(attribute.m_Raw), Decides(drive.smart, attribute.m_ID)) +
-            "\n";
-    }
-    return text;
+        for (const std::string& line : lines)
+            text += indent + line + "\n";
+    };
+    add(table.TitleLines());
+    for (std::size_t row = 0; row < rows.size(); ++row)
+        add(table.RowLines(row));
+    return text + GoneText(table, style.columns, indent);
 }
 
 } // namespace Host

@@ -1,7 +1,10 @@
+#include "host/Calendar.h"
 #include "host/Failure.h"
+#include "host/Lists.h"
 #include "host/Names.h"
 #include "host/PropertyText.h"
 #include "host/ShowText.h"
+#include "host/Table.h"
 #include "host/Text.h"
 
 #include <algorithm>
@@ -18,15 +21,10 @@ using Host::Drive;
 struct Column
 {
     const char* key; ///< as a person asks for it
-    const char* title;
-    std::string (*cell)(const Drive& drive);             ///< empty: there is no value
-    std::optional<double> (*number)(const Drive& drive); ///< to sort by; null: by its text
-    bool alignRight;
-    bool isUsual;             // shown without being asked for
-    std::size_t leastColumns; // that its lines may be broken to; 0: they are not broken
-    int goesAt;               // order in which columns go on a narrow terminal; 0: it stays
-    std::size_t natural = 0;  // columns of the widest cell
-    std::size_t width = 0;    // that it gets
+    Host::TableColumn layout;
+    std::string (*cell)(const Drive& drive);                       ///< empty: there is no value
+    std::optional<double> (*number)(const Drive& drive) = nullptr; ///< to sort by; null: its text
+    bool isUsual = true;                                           // shown without being asked for
 };
 
 template <class Number> std::optional<double> ToDouble(const std::optional<Number>& number)
@@ -53,58 +51,53 @@ std::string LastsUntilCell(const Drive& drive)
     int year = 0;
     if (std::sscanf(drive.lastsUntil.c_str(), "%4d-", &year) != 1)
         return drive.lastsUntil;
-    const std::time_t now = std::time(nullptr);
-    std::tm today{};
-#ifdef _WIN32
-    gmtime_s(&today, &now);
-#else
-    gmtime_r(&now, &today);
-#endif
+    const int thisYear = Host::UniversalDate(std::time(nullptr)).tm_year + 1900;
     constexpr int many = 10;
-    return year - (today.tm_year + 1900) > many ? "over 10 years" : drive.lastsUntil;
+    return year - thisYear > many ? "over 10 years" : drive.lastsUntil;
 }
 
-std::optional<double> DiskNumber(const Drive& drive)
+std::string SizeCell(const std::optional<std::uint64_t>& bytes)
 {
-    return ToDouble(drive.number);
+    return bytes ? Host::DecimalSize(*bytes) : std::string();
 }
 
 std::vector<Column> AllColumns()
 {
+    using Layout = Host::TableColumn;
+    constexpr int atLast = Layout::afterBreaking;
     return {
-        {"disk", "DISK", [](const Drive& d) { return d.label; }, DiskNumber, false, true, 0, 0},
-        {"name", "NAME", [](const Drive& d) { return d.systemName; }, nullptr, false, true, 0, 6},
-        {"status", "STATUS", Host::StateWords, nullptr, false, true, 0, 0},
-        {"model", "MODEL", [](const Drive& d) { return d.model; }, nullptr, false, true, 16, 0},
-        {"serial", "SERIAL", [](const Drive& d) { return d.serial; }, nullptr, false, true, 0, 2},
-        {"firmware", "FIRMWARE", [](const Drive& d) { return d.firmware; }, nullptr, false, false,
-         0, 0},
-        {"size", "SIZE",
-         [](const Drive& d) { return d.bytes ? Host::DecimalSize(*d.bytes) : std::string(); },
-         [](const Drive& d) { return ToDouble(d.bytes); }, true, true, 0, 0},
-        {"media", "MEDIA",
+        {"disk", Layout{"DISK", false, 0, 14, 0}, [](const Drive& d) { return d.label; },
+         [](const Drive& d) { return ToDouble(d.number); }},
+        {"name", Layout{"NAME", false, 0, 8, 6}, [](const Drive& d) { return d.systemName; }},
+        {"status", Layout{"STATUS", false, 0, 8, 0}, Host::StateWords},
+        {"model", Layout{"MODEL", false, 20, 8, 0}, [](const Drive& d) { return d.model; }},
+        {"serial", Layout{"SERIAL", false, 0, 8, 2}, [](const Drive& d) { return d.serial; }},
+        {"firmware", Layout{"FIRMWARE", false, 0, 8, 0}, [](const Drive& d) { return d.firmware; },
+         nullptr, false},
+        {"size", Layout{"SIZE", true, 0, 0, atLast + 3},
+         [](const Drive& d) { return SizeCell(d.bytes); },
+         [](const Drive& d) { return ToDouble(d.bytes); }},
+        {"media", Layout{"MEDIA", false, 0, 0, 3},
          [](const Drive& d) {
              return std::string(!d.IsAnswering() ? "" : d.isSsd ? "SSD" : "HDD");
-         },
-         nullptr, false, true, 0, 3},
-        {"temp", "TEMP", TemperatureCell, [](const Drive& d) { return ToDouble(d.temperature); },
-         true, true, 0, 0},
-        {"hours", "HOURS",
+         }},
+        {"temp", Layout{"TEMP", true, 0, 0, atLast + 2}, TemperatureCell,
+         [](const Drive& d) { return ToDouble(d.temperature); }},
+        {"hours", Layout{"HOURS", true, 0, 0, 4},
          [](const Drive& d) { return d.hours ? std::to_string(*d.hours) + " h" : std::string(); },
-         [](const Drive& d) { return ToDouble(d.hours); }, true, true, 0, 4},
-        {"written", "WRITTEN",
-         [](const Drive& d)
-         { return d.bytesWritten ? Host::DecimalSize(*d.bytesWritten) : std::string(); },
-         [](const Drive& d) { return ToDouble(d.bytesWritten); }, true, true, 0, 1},
-        {"used", "USED", [](const Drive& d) { return Percent(d.used); },
-         [](const Drive& d) { return ToDouble(d.used); }, true, true, 0, 0},
-        {"reserve", "RESERVE", [](const Drive& d) { return Percent(d.reserve); },
-         [](const Drive& d) { return ToDouble(d.reserve); }, true, true, 0, 0},
-        {"lasts", "LASTS UNTIL", LastsUntilCell, nullptr, true, true, 0, 5},
+         [](const Drive& d) { return ToDouble(d.hours); }},
+        {"written", Layout{"WRITTEN", true, 0, 0, 1},
+         [](const Drive& d) { return SizeCell(d.bytesWritten); },
+         [](const Drive& d) { return ToDouble(d.bytesWritten); }},
+        {"used", Layout{"USED", true, 0, 0, atLast + 1},
+         [](const Drive& d) { return Percent(d.used); },
+         [](const Drive& d) { return ToDouble(d.used); }},
+        {"reserve", Layout{"RESERVE", true, 0, 0, atLast},
+         [](const Drive& d) { return Percent(d.reserve); },
+         [](const Drive& d) { return ToDouble(d.reserve); }},
+        {"lasts", Layout{"LASTS UNTIL", true, 0, 10, 5}, LastsUntilCell},
     };
 }
-
-constexpr const char* gap = "  ";
 
 std::string CellText(const Column& column, const Drive& drive)
 {
@@ -118,14 +111,10 @@ const Column& FindColumn(const std::vector<Column>& columns, const std::string& 
         if (key == column.key)
             return column;
     std::vector<std::string> keys;
-    std::string list;
     for (const Column& column : columns)
-    {
         keys.emplace_back(column.key);
-        list += (list.empty() ? "" : ", ") + keys.back();
-    }
-    throw Host::UsageFailure("'" + key + "' is no column (columns: " + list + ")" +
-                             Host::DidYouMean(Host::SimilarNames(key, keys)));
+    throw Host::UsageFailure("'" + key + "' is no column (columns: " + Host::Joined(keys, ", ") +
+                             ")" + Host::DidYouMean(Host::SimilarNames(key, keys)));
 }
 
 std::vector<Column> ChosenColumns(const std::vector<std::string>& keys)
@@ -158,84 +147,43 @@ void Sort(std::vector<const Drive*>& drives, const std::string& key)
                              });
 }
 
-std::size_t LineWidth(const std::vector<Column>& columns)
+/// The table of these drives, without the columns in which none of them has a value.
+/// @param keepsEmpty  they stay all the same
+Host::Table TableOf(const std::vector<Column>& columns, const std::vector<const Drive*>& drives,
+                    bool keepsEmpty)
 {
-    std::size_t width = Host::DisplayWidth(Host::noMark);
+    std::vector<Host::TableColumn> layouts;
+    std::vector<Host::Table::Cells> rows(drives.size());
     for (const Column& column : columns)
-        width += column.width + Host::DisplayWidth(gap);
-    return width - Host::DisplayWidth(gap);
-}
-
-/// @param keepsEmpty  whether columns stay in which no drive has a value
-void Measure(std::vector<Column>& columns, const std::vector<const Drive*>& drives, bool keepsEmpty)
-{
-    for (Column& column : columns)
     {
-        bool isFilled = keepsEmpty;
-        column.natural = Host::DisplayWidth(column.title);
+        Host::Table::Cells cells;
         for (const Drive* drive : drives)
-        {
-            const std::string cell = CellText(column, *drive);
-            isFilled = isFilled || cell != "-";
-            column.natural = std::max(column.natural, Host::DisplayWidth(cell));
-        }
-        column.width = isFilled ? column.natural : 0;
+            cells.push_back(CellText(column, *drive));
+        if (!keepsEmpty && std::ranges::count(cells, "-") == std::ssize(cells))
+            continue;
+        layouts.push_back(column.layout);
+        for (std::size_t row = 0; row < rows.size(); ++row)
+            rows[row].push_back(cells[row]);
     }
-    std::erase_if(columns, [](const Column& column) { return column.width == 0; });
+    return {layouts, rows};
 }
 
-/// Lets columns go until the line fits, then breaks what may be broken.
-/// @return the titles of the columns that had to go
-std::vector<std::string> FitInto(std::vector<Column>& columns, std::size_t available)
+/// A row's lines with its mark.
+std::string RowText(const std::vector<std::string>& lines, const Drive& drive,
+                    const Host::Limits& limits, const Host::Style& style)
 {
-    std::vector<std::string> gone;
-    while (LineWidth(columns) > available)
+    const bool isInTrouble = Host::JudgementOf(drive, limits).standing == Host::Standing::Trouble;
+    const char* mark = isInTrouble ? Host::troubleMark : Host::noMark;
+    std::string text;
+    for (const std::string& line : lines)
     {
-        const auto rank = [](const Column& column)
-        { return column.goesAt == 0 ? std::numeric_limits<int>::max() : column.goesAt; };
-        const auto next = std::ranges::min_element(columns, {}, rank);
-        if (next->goesAt == 0)
-            break;
-        gone.emplace_back(next->title);
-        columns.erase(next);
+        const std::string marked = mark + line;
+        text +=
+            (drive.object == nullptr ? marked : Host::Emphasised(marked, *drive.object, style)) +
+            "\n";
+        mark = Host::noMark;
     }
-    for (Column& column : columns)
-        if (const std::size_t line = LineWidth(columns);
-            line > available && column.leastColumns != 0)
-        {
-            const std::size_t wanted = line - available;
-            const std::size_t least = std::min(column.leastColumns, column.width);
-            column.width = column.width > least + wanted ? column.width - wanted : least;
-        }
-    return gone;
-}
-
-/// The lines of a row of cells: as many as its most broken cell has.
-std::vector<std::string> Lines(const std::vector<Column>& columns,
-                               const std::vector<std::string>& cells)
-{
-    std::vector<std::vector<std::string>> pieces;
-    std::size_t count = 1;
-    for (std::size_t i = 0; i < columns.size(); ++i)
-    {
-        pieces.push_back(Host::Broken(cells[i], columns[i].width));
-        count = std::max(count, pieces.back().size());
-    }
-    std::vector<std::string> lines;
-    for (std::size_t at = 0; at < count; ++at)
-    {
-        std::string line;
-        for (std::size_t i = 0; i < columns.size(); ++i)
-        {
-            const std::string piece = at < pieces[i].size() ? pieces[i][at] : "";
-            line += i == 0 ? "" : gap;
-            line += columns[i].alignRight ? Host::PadLeft(piece, columns[i].width)
-                                          : Host::PadRight(piece, columns[i].width);
-        }
-        line.erase(line.find_last_not_of(' ') + 1);
-        lines.push_back(line);
-    }
-    return lines;
+    return text;
 }
 
 } // namespace
@@ -245,48 +193,25 @@ namespace Host
 
 std::string DriveTable(const std::vector<Drive>& drives, const Limits& limits, const Style& style)
 {
-    std::vector<Column> columns = ChosenColumns(style.table.columns);
+    const std::vector<Column> columns = ChosenColumns(style.table.columns);
+    const bool isChosen = !style.table.columns.empty();
     std::vector<const Drive*> rows;
     for (const Drive& drive : drives)
         rows.push_back(&drive);
     Sort(rows, style.table.sort);
     if (rows.empty())
         return {};
-    Measure(columns, rows, !style.table.columns.empty());
-    std::vector<std::string> gone;
+    Table table = TableOf(columns, rows, isChosen);
     if (!style.table.isWide)
-        gone = FitInto(columns, style.columns);
+        table.FitInto(style.columns - DisplayWidth(noMark), !isChosen);
 
     std::string text;
-    std::vector<std::string> cells;
-    for (const Column& column : columns)
-        cells.emplace_back(column.title);
     if (style.table.hasHeader)
-        text += noMark + Lines(columns, cells).front() + "\n";
-    for (const Drive* drive : rows)
-    {
-        cells.clear();
-        for (const Column& column : columns)
-            cells.push_back(CellText(column, *drive));
-        const bool isInTrouble = JudgementOf(*drive, limits).standing == Standing::Trouble;
-        const char* mark = isInTrouble ? troubleMark : noMark;
-        for (const std::string& line : Lines(columns, cells))
-        {
-            const std::string marked = mark + line;
-            text +=
-                (drive->object == nullptr ? marked : Emphasised(marked, *drive->object, style)) +
-                "\n";
-            mark = noMark;
-        }
-    }
-    if (!gone.empty())
-    {
-        std::string titles;
-        for (const std::string& title : gone)
-            titles += (titles.empty() ? "" : ", ") + title;
-        text += noMark + ("(no room for " + titles + "; --wide shows all)\n");
-    }
-    return text;
+        for (const std::string& line : table.TitleLines())
+            text += noMark + line + "\n";
+    for (std::size_t row = 0; row < rows.size(); ++row)
+        text += RowText(table.RowLines(row), *rows[row], limits, style);
+    return text + GoneText(table, style.columns, noMark);
 }
 
 } // namespace Host

@@ -114,9 +114,10 @@ std::string Lines(const std::vector<Row>& rows, std::size_t columns)
     std::string text;
     for (const Row& row : rows)
     {
-        text += Host::PadRight(row.table->name, tableColumns) +
-                Host::PadRight(row.NumberText(), numberColumns) +
-                (row.name.empty() ? "-" : row.name) + "\n";
+        const std::string line = Host::PadRight(row.table->name, tableColumns) +
+                                 Host::PadRight(row.NumberText(), numberColumns) +
+                                 (row.name.empty() ? "-" : row.name);
+        text += (columns == 0 ? line : Host::Wrapped(line, columns, indent)) + "\n";
         if (const std::string_view meaning = row.Meaning(); columns != 0 && !meaning.empty())
             text += Host::Wrapped(indent + std::string(meaning), columns, indent) + "\n";
     }

@@ -35,7 +35,8 @@ ExitCode Get(const Options& options, Output& output)
             continue;
         }
         values.push_back(PropertyJson(property));
-        lines += (isOne ? "" : name + ": ") + Printable(ValueText(property)) + "\n";
+        const std::string line = (isOne ? "" : name + ": ") + Printable(ValueText(property));
+        lines += (output.IsTerminal() ? Wrapped(line, output.Columns(), "  ") : line) + "\n";
     }
     if (isOne && !failures.empty())
         throw Failure(EXIT_PLUGIN, failures.front());

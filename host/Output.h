@@ -18,6 +18,9 @@ enum class ColourMode
     Never,
 };
 
+/// A narrower terminal is written to as if it had these.
+constexpr std::size_t leastColumns = 40;
+
 class Output
 {
   public:
@@ -44,6 +47,7 @@ class Output
     /// Until this is called, nothing is coloured.
     void SetColour(ColourMode mode);
     bool IsColoured() const { return m_Coloured; }
+    bool IsTerminal() const { return m_IsTerminal; }
     /// Columns of the terminal; 120 when it is none.
     std::size_t Columns() const { return m_Columns; }
 

@@ -95,18 +95,36 @@ class Report
     std::string WriteSilentDrive(const Drive& drive)
     {
         m_Text += "\n";
-        Line(Coloured(Host::Printable(NameOf(drive)) + "  does not answer", bold, m_Style));
-        Line("  " + Host::PadRight("Reason", labelColumns) + Host::Printable(drive.silence));
+        Prose(Host::noMark +
+              Coloured(Host::Printable(NameOf(drive)) + "  does not answer", bold, m_Style));
+        Labelled("  ", "Reason", Host::Printable(drive.silence));
         return m_Text;
     }
 
   private:
-    void Line(const std::string& text) { m_Text += Host::noMark + text + "\n"; }
-
     // A sentence with its mark, over as many lines as it takes.
     void Prose(const std::string& text)
     {
         m_Text += Host::Wrapped(text, m_Style.columns, "       ") + "\n";
+    }
+
+    // A value behind its label. What does not fit goes on below the value, on a narrow terminal
+    // below the label.
+    void Labelled(const std::string& indent, const std::string& label, const std::string& value)
+    {
+        m_Text += LabelledText(Host::noMark + indent, label, value) + "\n";
+    }
+
+    std::string LabelledText(const std::string& indent, const std::string& label,
+                             const std::string& value) const
+    {
+        constexpr std::size_t leastRoom = 20;
+        const std::size_t start = indent.size() + labelColumns;
+        const std::string line = indent + Host::PadRight(label, labelColumns) + value;
+        if (m_Style.columns >= start + leastRoom || Host::DisplayWidth(line) <= m_Style.columns)
+            return Host::Wrapped(line, m_Style.columns, std::string(start, ' '));
+        const std::string below = indent + "    ";
+        return indent + label + "\n" + Host::Wrapped(below + value, m_Style.columns, below);
     }
 
     void WriteVerdict()
@@ -124,9 +142,9 @@ class Report
         else if (verdict.other != nullptr)
             Prose(Coloured(Host::troubleMark + words, boldYellow, m_Style));
         else if (verdict.count == verdict.notJudged.size())
-            Line(words);
+            Prose(Host::noMark + words);
         else
-            Line(Coloured(words, boldGreen, m_Style));
+            Prose(Host::noMark + Coloured(words, boldGreen, m_Style));
         for (const Host::JudgedDrive& judged : verdict.troubled)
             Trouble(judged);
         for (const Host::JudgedDrive& judged : verdict.warned)
@@ -199,9 +217,14 @@ class Report
     void Details(const PI::CObject& object, const std::string& indent)
     {
         m_Text += "\n";
-        Line(indent + Coloured(Host::WordOf(object) + "  " + ShownName(object), bold, m_Style));
-        Line(indent + "  " + Host::PadRight("Object id", labelColumns) + Host::IdText(object.m_ID) +
-             ", change count " + std::to_string(object.m_ChangeCount));
+        m_Text += Host::Wrapped(
+                      Host::noMark + indent +
+                          Coloured(Host::WordOf(object) + "  " + ShownName(object), bold, m_Style),
+                      m_Style.columns, Host::noMark + indent + "    ") +
+                  "\n";
+        Labelled(indent + "  ", "Object id",
+                 Host::IdText(object.m_ID) + ", change count " +
+                     std::to_string(object.m_ChangeCount));
         for (const PI::CProperty& property : object.m_Properties)
             Property(object, property, indent + "  ");
         std::string operations;
@@ -209,7 +232,7 @@ class Report
             operations += (operations.empty() ? "" : ", ") +
                           Host::NameOrNumber(Vocabulary::operationNames(), operation.m_ID);
         if (!operations.empty())
-            Line(indent + "  " + Host::PadRight("Operations", labelColumns) + operations);
+            Labelled(indent + "  ", "Operations", operations);
         for (const Drive& drive : m_Drives)
             if (drive.object == &object)
                 Besides(drive, indent + "  ");
@@ -219,7 +242,7 @@ class Report
     void Besides(const Drive& drive, const std::string& indent)
     {
         const auto line = [&](const char* label, const std::string& value)
-        { Line(indent + Host::PadRight(label, labelColumns) + value); };
+        { Labelled(indent, label, value); };
         const Host::Judgement judgement = Host::JudgementOf(drive, m_Limits);
         if (!drive.systemName.empty())
             line("System name", Host::Printable(drive.systemName));
@@ -237,7 +260,7 @@ class Report
             return;
         line("Drive family", drive.smart.m_Family);
         line("SMART page", "read " + std::to_string(drive.pageAge / 1000) + " s ago");
-        m_Text += Host::AttributeTable(drive, Host::noMark + indent);
+        m_Text += Host::AttributeTable(drive, Host::noMark + indent, m_Style);
     }
 
     void Property(const PI::CObject& object, const PI::CProperty& property,
@@ -260,12 +283,9 @@ class Report
                     value += "  (" + words + ')';
         const bool trouble =
             property.m_ID == PI::PROP_STATUS && Host::HealthOf(object) != Health::Good;
-        const std::string line =
-            indent + Host::PadRight(Host::PropertyWords(property.m_ID), labelColumns) + value;
-        if (trouble)
-            m_Text += Host::Emphasised(Host::troubleMark + line, object, m_Style) + "\n";
-        else
-            Line(line);
+        const std::string text = LabelledText((trouble ? Host::troubleMark : Host::noMark) + indent,
+                                              Host::PropertyWords(property.m_ID), value);
+        m_Text += (trouble ? Host::Emphasised(text, object, m_Style) : text) + "\n";
     }
 
     // Sizes are decimal here, as on labels and data sheets.

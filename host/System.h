@@ -11,6 +11,10 @@ namespace Host
 /// The arguments of main, in UTF-8 whatever the system calls them by.
 std::vector<std::string> Arguments(int argc, char** argv);
 
+/// Whether texts for people may be UTF-8, by the locale that the environment names. The program's
+/// own locale stays as it is, since numbers and times of files must not follow it.
+bool TakesUtf8();
+
 /// What the plug-in's file is called, and what stands between folders in the names of files.
 extern const char* const pluginFileName;
 extern const char* const folderSeparators;

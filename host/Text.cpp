@@ -1,95 +1,149 @@
 #include "host/Text.h"
 
+#include <boost/algorithm/string/replace.hpp>
+#include <utf8proc.h>
+
 #include <algorithm>
-#include <iterator>
 
 namespace
 {
 
-using ZKT::Misc::CCharacter;
-using ZKT::Misc::DecodeUtf8;
-
-struct Span
+/// What stands at a position: a character, or a sequence that colours.
+struct Item
 {
-    char32_t first;
-    char32_t last;
+    char32_t code;
+    std::size_t bytes;
+    std::size_t columns;
 };
 
-// Sorted. They take no column of their own.
-constexpr Span combining[] = {
-    {0x0300, 0x036F},   {0x0483, 0x0489}, {0x0591, 0x05BD}, {0x0610, 0x061A}, {0x064B, 0x065F},
-    {0x06D6, 0x06DC},   {0x0900, 0x0902}, {0x093C, 0x093C}, {0x0941, 0x0948}, {0x0E31, 0x0E31},
-    {0x0E34, 0x0E3A},   {0x0E47, 0x0E4E}, {0x1AB0, 0x1AFF}, {0x1DC0, 0x1DFF}, {0x20D0, 0x20FF},
-    {0x302A, 0x302D},   {0x3099, 0x309A}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}, {0x1F3FB, 0x1F3FF},
-    {0xE0100, 0xE01EF},
-};
-
-// Sorted. They take two columns.
-constexpr Span wide[] = {
-    {0x1100, 0x115F},   {0x231A, 0x231B},   {0x2329, 0x232A},   {0x2E80, 0x303E},
-    {0x3041, 0xA4CF},   {0xA960, 0xA97F},   {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},
-    {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},   {0xFFE0, 0xFFE6},   {0x1F300, 0x1F64F},
-    {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD},
-};
-
-template <std::size_t N> bool Contains(const Span (&spans)[N], char32_t code)
+Item ItemAt(std::string_view text, std::size_t position)
 {
-    const Span* after = std::upper_bound(std::begin(spans), std::end(spans), code,
-                                         [](char32_t c, const Span& s) { return c < s.first; });
-    return after != std::begin(spans) && code <= std::prev(after)->last;
+    const ZKT::Misc::CCharacter c = ZKT::Misc::DecodeUtf8(text, position);
+    if (c.code == '\x1b')
+        return {c.code, std::min(text.find('m', position), text.size() - 1) + 1 - position, 0};
+    const int columns = utf8proc_charwidth(static_cast<utf8proc_int32_t>(c.code));
+    return {c.code, std::max<std::size_t>(c.length, 1),
+            static_cast<std::size_t>(std::max(columns, 0))};
 }
 
-std::size_t Columns(char32_t code)
+std::size_t LeadingBlanks(std::string_view text)
 {
-    if (Contains(combining, code))
-        return 0;
-    return Contains(wide, code) ? 2 : 1;
+    return std::min(text.find_first_not_of(' '), text.size());
 }
+
+/// Bytes of the longest beginning of that width that looks well; at least one character.
+std::size_t FittingBytes(std::string_view printable, std::size_t columns)
+{
+    const std::size_t blanks = LeadingBlanks(printable);
+    std::size_t used = 0;
+    std::size_t end = 0;
+    std::size_t seam = 0; // behind the last character after which a break looks well
+    while (end < printable.size())
+    {
+        const Item item = ItemAt(printable, end);
+        used += item.columns;
+        if (used > columns && end != 0)
+            return seam == 0 || item.code == ' ' ? end : seam;
+        end += item.bytes;
+        const bool isJoint = (item.code == '-' || item.code == '_') && used * 2 > columns;
+        if (end > blanks && (item.code == ' ' || isJoint))
+            seam = end;
+    }
+    return end;
+}
+
+/// Fills lines with words.
+class LineFiller
+{
+  public:
+    LineFiller(std::size_t columns, std::string_view indent)
+        : m_Columns(std::max(columns, indent.size() + leastRoom)), m_Indent(indent)
+    {
+    }
+
+    void Append(std::string_view piece)
+    {
+        m_Text += piece;
+        m_Used += Host::DisplayWidth(piece);
+    }
+
+    /// @param word  with the blanks in front of it, which are left out where it begins a line
+    void AddWord(std::string_view word)
+    {
+        const std::size_t blanks = LeadingBlanks(word);
+        if (blanks != 0 && !HasRoomFor(word))
+        {
+            BeginLine();
+            word.remove_prefix(blanks);
+        }
+        while (!HasRoomFor(word))
+        {
+            const std::size_t bytes = FittingBytes(word, m_Columns - std::min(m_Columns, m_Used));
+            Append(word.substr(0, bytes));
+            word.remove_prefix(bytes);
+            BeginLine();
+        }
+        Append(word);
+    }
+
+    const std::string& Text() const { return m_Text; }
+
+  private:
+    static constexpr std::size_t leastRoom = 8; // of a text that is indented beyond the line
+
+    bool HasRoomFor(std::string_view piece) const
+    {
+        return m_Used + Host::DisplayWidth(piece) <= m_Columns;
+    }
+
+    void BeginLine()
+    {
+        m_Text += '\n';
+        m_Text += m_Indent;
+        m_Used = m_Indent.size();
+    }
+
+    std::size_t m_Columns;
+    std::string_view m_Indent;
+    std::string m_Text;
+    std::size_t m_Used = 0; // columns of the line under way
+};
 
 } // namespace
 
 namespace Host
 {
 
+std::string Printable(std::string_view bytes)
+{
+    std::string text(bytes);
+    if (ZKT::Misc::IsKeptToAscii())
+        boost::replace_all(text, " °C", " C");
+    return ZKT::Misc::Printable(text);
+}
+
 std::size_t DisplayWidth(std::string_view printable)
 {
     std::size_t columns = 0;
     for (std::size_t i = 0; i < printable.size();)
     {
-        const CCharacter c = DecodeUtf8(printable, i);
-        if (c.code == '\x1b')
-        {
-            i = std::min(printable.find('m', i), printable.size() - 1) + 1;
-            continue;
-        }
-        columns += Columns(c.code);
-        i += std::max<std::size_t>(c.length, 1);
+        const Item item = ItemAt(printable, i);
+        columns += item.columns;
+        i += item.bytes;
     }
     return columns;
 }
 
-std::vector<std::string> Broken(const std::string& printable, std::size_t columns)
+std::vector<std::string> Broken(const std::string& printable, std::size_t columns, std::size_t hang)
 {
     std::vector<std::string> pieces;
     std::string_view rest = printable;
-    while (DisplayWidth(rest) > columns)
+    for (std::size_t room = columns; DisplayWidth(rest) > room; room = columns - hang)
     {
-        std::size_t used = 0;
-        std::size_t end = 0;
-        std::size_t seam = 0; // behind the last character after which a break looks well
-        while (end < rest.size())
-        {
-            const CCharacter c = DecodeUtf8(rest, end);
-            used += Columns(c.code);
-            if (used > columns && end != 0)
-                break;
-            end += std::max<std::size_t>(c.length, 1);
-            if (c.code == ' ' || c.code == '-' || c.code == '_')
-                seam = end;
-        }
-        end = seam != 0 ? seam : end;
-        pieces.emplace_back(rest.substr(0, end));
-        rest.remove_prefix(end);
+        const std::size_t bytes = FittingBytes(rest, room);
+        pieces.emplace_back(rest.substr(0, bytes));
+        rest.remove_prefix(bytes);
+        rest.remove_prefix(LeadingBlanks(rest));
     }
     if (!rest.empty() || pieces.empty())
         pieces.emplace_back(rest);
@@ -98,33 +152,23 @@ std::vector<std::string> Broken(const std::string& printable, std::size_t column
 
 std::string Wrapped(std::string_view printable, std::size_t columns, std::string_view indent)
 {
-    std::string text;
-    std::size_t used = 0; // columns of the line under way
+    LineFiller lines(columns, indent);
+    const std::size_t margin = LeadingBlanks(printable);
+    lines.Append(printable.substr(0, margin));
+    printable.remove_prefix(margin);
     while (!printable.empty())
     {
-        const std::size_t word = std::min(printable.find_first_not_of(' '), printable.size());
-        const std::size_t end = std::min(printable.find(' ', word), printable.size());
-        const std::size_t width = DisplayWidth(printable.substr(0, end));
-        if (used == 0 || used + width <= columns)
-        {
-            text += printable.substr(0, end);
-            used += width;
-        }
-        else
-        {
-            text += '\n';
-            text += indent;
-            text += printable.substr(word, end - word);
-            used = indent.size() + width - word;
-        }
-        printable.remove_prefix(end);
+        const std::size_t end = printable.find(' ', LeadingBlanks(printable));
+        const std::string_view word = printable.substr(0, end);
+        lines.AddWord(word);
+        printable.remove_prefix(word.size());
     }
-    return text;
+    return lines.Text();
 }
 
 std::string WithoutLeadingBlanks(const std::string& text)
 {
-    return text.substr(std::min(text.find_first_not_of(' '), text.size()));
+    return text.substr(LeadingBlanks(text));
 }
 
 std::string PadRight(const std::string& printable, std::size_t columns)

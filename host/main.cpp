@@ -1,3 +1,4 @@
+#include "contracts/zelKit/Text.h"
 #include "host/Failure.h"
 #include "host/MemoryReserve.h"
 #include "host/Options.h"
@@ -33,6 +34,8 @@ int main(int argc, char** argv)
     try
     {
         Host::FillMemoryReserve();
+        if (!Host::TakesUtf8())
+            ZKT::Misc::KeepToAscii();
         Host::Output output;
         const std::vector<std::string> arguments = Host::Arguments(argc, argv);
         if (Host::IsCheckAsked(arguments))

@@ -31,7 +31,7 @@ std::size_t TerminalColumns(int descriptor)
 {
     winsize size{};
     if (::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
-        return std::max<std::size_t>(size.ws_col, 60);
+        return std::max<std::size_t>(size.ws_col, Host::leastColumns);
     return 80;
 }
 

@@ -3,9 +3,12 @@
 #include "host/Failure.h"
 
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #include <dlfcn.h>
+#include <langinfo.h>
+#include <locale.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -35,6 +38,16 @@ that sleeps is not woken.
 std::vector<std::string> Arguments(int argc, char** argv)
 {
     return {argv, argv + argc};
+}
+
+bool TakesUtf8()
+{
+    const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr) // it is not installed
+        return false;
+    const bool isUtf8 = ::nl_langinfo_l(CODESET, locale) == std::string_view("UTF-8");
+    ::freelocale(locale);
+    return isUtf8;
 }
 
 std::string PluginBesideProgram()

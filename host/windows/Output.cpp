@@ -113,7 +113,8 @@ std::size_t ConsoleColumns(HANDLE console)
     CONSOLE_SCREEN_BUFFER_INFO facts = {};
     if (GetConsoleScreenBufferInfo(console, &facts) == 0)
         return 80;
-    return static_cast<std::size_t>(std::max(facts.srWindow.Right - facts.srWindow.Left + 1, 60));
+    return std::max<std::size_t>(facts.srWindow.Right - facts.srWindow.Left + 1,
+                                 Host::leastColumns);
 }
 
 } // namespace

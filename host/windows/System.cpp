@@ -64,6 +64,11 @@ std::vector<std::string> Arguments(int argc, char** argv)
     return arguments;
 }
 
+bool TakesUtf8()
+{
+    return true;
+}
+
 std::string PluginBesideProgram()
 {
     const std::wstring program =

@@ -1,6 +1,7 @@
 #include "contracts/zelKit/Text.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
@@ -23,11 +24,21 @@ constexpr Span unprintable[] = {
     {0xF0000, 0x10FFFF},
 };
 
+std::atomic<bool> isKeptToAscii = false;
+
 bool IsUnprintable(char32_t code)
 {
     const Span* after = std::upper_bound(std::begin(unprintable), std::end(unprintable), code,
                                          [](char32_t c, const Span& s) { return c < s.first; });
     return after != std::begin(unprintable) && code <= std::prev(after)->last;
+}
+
+std::string Escape(const ZKT::Misc::CCharacter& c)
+{
+    const char* format = c.length <= 1 ? "\\x%02x" : c.code <= 0xFFFF ? "\\u%04x" : "\\U%08x";
+    char escape[16];
+    std::snprintf(escape, sizeof escape, format, static_cast<unsigned>(c.code));
+    return escape;
 }
 
 } // namespace
@@ -64,18 +75,24 @@ std::string Misc::Printable(std::string_view bytes)
     for (std::size_t i = 0; i < bytes.size();)
     {
         const CCharacter c = DecodeUtf8(bytes, i);
-        if (c.length != 0 && !IsUnprintable(c.code))
+        const bool isWritten = c.length == 1 || (c.length > 1 && !isKeptToAscii);
+        if (isWritten && !IsUnprintable(c.code))
             result.append(bytes, i, c.length);
         else
-        {
-            char escape[16];
-            std::snprintf(escape, sizeof escape, c.length > 1 ? "\\u%04x" : "\\x%02x",
-                          static_cast<unsigned>(c.code));
-            result += escape;
-        }
+            result += Escape(c);
         i += std::max<std::size_t>(c.length, 1);
     }
     return result;
+}
+
+void Misc::KeepToAscii()
+{
+    isKeptToAscii = true;
+}
+
+bool Misc::IsKeptToAscii()
+{
+    return isKeptToAscii;
 }
 
 } // namespace ZKT

@@ -1,5 +1,7 @@
 #include "platform/simulated/JsonText.h"
 
+#include "contracts/zelKit/Text.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <utility>
@@ -185,33 +187,15 @@ std::string Complaint::Line() const
 
 std::string Printable(std::string_view text, std::size_t limit)
 {
-    static constexpr char Digits[] = "0123456789abcdef";
     std::string shown;
-    const auto escape = [&shown](unsigned char byte)
+    while (!text.empty())
     {
-        shown += "\\x";
-        shown += Digits[byte >> 4];
-        shown += Digits[byte & 0xF];
-    };
-    for (std::size_t position = 0; position < text.size(); ++position)
-    {
-        const auto byte = static_cast<unsigned char>(text[position]);
-        const bool startsCharacter = (byte & 0xC0) != 0x80;
-        if (startsCharacter && shown.size() >= limit)
+        if (shown.size() >= limit)
             return shown + "...";
-        const auto next =
-            static_cast<unsigned char>(position + 1 < text.size() ? text[position + 1] : '\0');
-        if (byte < 0x20 || byte == 0x7F)
-            escape(byte);
-        else if (byte == 0xC2 && next >= 0x80 && next < 0xA0)
-        {
-            // The control characters from U+0080 on steer a terminal as well.
-            escape(byte);
-            escape(next);
-            ++position;
-        }
-        else
-            shown += text[position];
+        const std::size_t length = ZKT::Misc::DecodeUtf8(text, 0).length;
+        const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
+        shown += ZKT::Misc::Printable(character);
+        text.remove_prefix(character.size());
     }
     return shown;
 }

@@ -23,7 +23,7 @@ class Complaint : public std::runtime_error
     std::string m_Place;
 };
 
-/// A text fit for one line of a message: control bytes escaped, cut to a length.
+/// A text fit for one line of a message: made safe for a terminal, cut to a length.
 std::string Printable(std::string_view text, std::size_t limit);
 
 /// Whether a member is for people only: its name is "comment" or begins with "_".

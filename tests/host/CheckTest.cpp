@@ -122,9 +122,10 @@ TEST(ShowVerb, ASilentDriveIsTroubleAndADriveIsShownInFull)
           "   Note, disk257: judged by the SMART page of disk1 or its own"})
         EXPECT_TRUE(Holds(text, line)) << line << text;
     const std::string full = RunTarnisctl({"show", "HDD0", "disk2", "--machine", machine}).out;
-    for (const char* line : {"Exact size                240057409536 bytes\n", "<- reserve left\n",
-                             "  5  Reallocated sectors               40    40        36    6 %",
-                             "disk2  does not answer\n"})
+    for (const char* line :
+         {"Exact size                240057409536 bytes\n", "<- reserve left\n",
+          "  5  Reallocated sectors     40     40         36     6 %     9  <- reserve left",
+          "disk2  does not answer\n"})
         EXPECT_TRUE(Holds(full, line)) << line << full;
     const std::string table = RunTarnisctl({"show", "-o", "disk,model", "--sort", "model",
                                             "--no-header", "--machine", machine})

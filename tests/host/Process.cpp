@@ -14,30 +14,37 @@ namespace
 {
 
 /// @param reader  receives the end to read from, if there is one
-int OpenStdout(Stdout kind, int& reader)
+int OpenStdout(Stdout kind, int& reader, unsigned short columns = 80)
 {
     if (kind == Stdout::Full)
         return ::open("/dev/full", O_WRONLY | O_CLOEXEC);
     if (kind == Stdout::Limited)
         return ::open(testFolder.Write("limited", "").c_str(), O_WRONLY | O_CLOEXEC);
     int ends[2];
-    const winsize size{25, 80, 0, 0};
+    const winsize size{25, columns, 0, 0};
     if (kind == Stdout::Terminal)
         EXPECT_EQ(::openpty(&ends[0], &ends[1], nullptr, nullptr, &size), 0);
     else
         EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
     if (kind == Stdout::Closed)
         ::close(std::exchange(ends[0], -1));
+    if (kind == Stdout::Leaving)
+        ::fcntl(ends[1], F_SETPIPE_SZ, 4096);
     reader = ends[0];
     return ends[1];
 }
 
-std::string ReadAll(int source)
+std::string Read(int source, Stdout kind)
 {
     std::string text;
     char buffer[4096];
-    for (ssize_t got = 0; (got = ::read(source, buffer, sizeof buffer)) > 0;)
+    const std::size_t size = kind == Stdout::Leaving ? 8 : sizeof buffer;
+    for (ssize_t got = 0; (got = ::read(source, buffer, size)) > 0;)
+    {
         text.append(buffer, static_cast<std::size_t>(got));
+        if (kind == Stdout::Leaving)
+            break;
+    }
     ::close(source);
     return text;
 }
@@ -60,9 +67,9 @@ pid_t StartTarnisctl(const Arguments& arguments, const Environment& environment,
     std::vector<std::string> variables;
     for (const auto& [name, value] : environment)
         variables.push_back(name + "=" + value); // before the others, so that they hold
-    variables.insert(variables.end(),
-                     {"PATH=/usr/bin:/bin", "TERM=xterm", "TARNIS_CONFIG_DIR=" + testFolder.Path(),
-                      "TARNIS_DATABASE=" + testFolder.File("rows.db")});
+    variables.insert(variables.end(), {"PATH=/usr/bin:/bin", "TERM=xterm", "LC_ALL=C.UTF-8",
+                                       "TARNIS_CONFIG_DIR=" + testFolder.Path(),
+                                       "TARNIS_DATABASE=" + testFolder.File("rows.db")});
     const std::vector<char*> argv = Pointers(words);
     const std::vector<char*> envp = Pointers(variables);
     const pid_t child = ::fork();
@@ -86,19 +93,19 @@ int WaitFor(pid_t process)
 }
 
 Outcome RunTarnisctl(const Arguments& arguments, const Environment& environment, Stdout kind,
-                     rlim_t memory)
+                     rlim_t memory, unsigned short columns)
 {
     int reader = -1;
     int errorReader = -1;
-    const int out = OpenStdout(kind, reader);
+    const int out = OpenStdout(kind, reader, columns);
     const int err = OpenStdout(Stdout::Pipe, errorReader);
     const pid_t child = StartTarnisctl(arguments, environment, out, err,
                                        kind == Stdout::Limited ? 0 : RLIM_INFINITY, memory);
     ::close(out);
     ::close(err);
     // Both are read as they come, so that neither can fill up and stop the process.
-    auto errors = std::async(std::launch::async, ReadAll, errorReader);
-    const std::string text = ReadAll(reader);
+    auto errors = std::async(std::launch::async, Read, errorReader, Stdout::Pipe);
+    const std::string text = Read(reader, kind);
     return {WaitFor(child), text, errors.get()};
 }
 

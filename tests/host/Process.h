@@ -20,10 +20,11 @@ struct Outcome
 enum class Stdout
 {
     Pipe,
-    Terminal, ///< of 80 columns
-    Full,     ///< /dev/full
-    Closed,   ///< a pipe whose reader has gone
-    Limited,  ///< a file that may not grow
+    Terminal,
+    Full,    ///< /dev/full
+    Closed,  ///< a pipe whose reader has gone
+    Leaving, ///< a pipe that takes a page, and whose reader goes after its first bytes
+    Limited, ///< a file that may not grow
 };
 
 using Arguments = std::vector<std::string>;
@@ -32,8 +33,11 @@ using Environment = std::vector<std::pair<std::string, std::string>>;
 /// The folder in which each tarnisctl runs.
 inline const TestFolder testFolder;
 
+/// Runs it in a locale of UTF-8, if the environment names no other.
+/// @param columns  of a terminal
 Outcome RunTarnisctl(const Arguments& arguments, const Environment& environment = {},
-                     Stdout kind = Stdout::Pipe, rlim_t memory = RLIM_INFINITY);
+                     Stdout kind = Stdout::Pipe, rlim_t memory = RLIM_INFINITY,
+                     unsigned short columns = 80);
 
 /// Starts it with these files as its outputs. @return its process
 pid_t StartTarnisctl(const Arguments& arguments, const Environment& environment, int out, int err,

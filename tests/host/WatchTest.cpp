@@ -91,7 +91,7 @@ TEST(WatchVerb, TellsWhatBecomesOfADrive)
     json silent = well;
     silent["faults"] = {"identify"};
     json other = well;
-    other["identify"] = Support::Identity("INTEL SSDSC2BB240G7", "OTHER");
+    other["identify"] = Support::Identity("INTEL SSDSC2BB240G7", "OTHÉR");
     json moved = Support::Disk(5);
     moved["identify"] = other["identify"];
     json worn = Support::Disk(6);
@@ -99,13 +99,14 @@ TEST(WatchVerb, TellsWhatBecomesOfADrive)
     const std::tuple<std::vector<json>, std::vector<std::string>> steps[] = {
         {{silent}, {"!! ", "drive in trouble: disk0 ", "serial SERIAL0", "I/O error"}},
         {{well}, {"drive well again: disk0 ", "was no answer"}},
-        {{other}, {"drive replaced: disk0 ", "serial OTHER", "serial SERIAL0"}},
+        {{other}, {"drive replaced: disk0 ", "serial OTH\\u00c9R", "serial SERIAL0"}},
         {{moved}, {"drive has another number: disk5 ", "was disk0, is disk5"}},
         {{moved, worn}, {"drive came: disk6 ", "serial SERIAL6"}},
         {{moved, worn}, {"!! ", "drive in trouble: disk6 ", "endurance used 99 % (attribute 233)"}},
         {{worn}, {"!! ", "drive gone: disk5 "}},
     };
-    Running watch({"watch", "--ignore", "NONE", "--machine", PutMachine({well})});
+    Running watch({"watch", "--ignore", "NONE", "--machine", PutMachine({well})},
+                  {{"LC_ALL", "C"}});
     watch.LineWith("No drive can be judged");
     for (const auto& [disks, pieces] : steps)
     {

@@ -106,7 +106,7 @@ def check_files(folder):
 
 def run(command):
     done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, timeout=120,
-                          env={**os.environ, "TZ": "UTC"})
+                          env={**os.environ, "TZ": "UTC", "LC_ALL": "C.UTF-8"})
     told = [line for line in done.stderr.decode().splitlines() if line.startswith("tarnis")]
     # Events carry the moment at which they came.
     return done.returncode, re.sub(rb'"time":\d+', b"", done.stdout), told
