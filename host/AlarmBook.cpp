@@ -189,35 +189,39 @@ std::uint64_t AlarmBook::AgeOf(const Record& record, std::uint64_t now) const
     return now - newest;
 }
 
-std::optional<Alarm> AlarmBook::DueOf(Records::value_type& entry, std::uint64_t now) const
+std::optional<AlarmKind> AlarmBook::DueOf(const Record& record, std::uint64_t now) const
 {
-    auto& [number, record] = entry;
-    const auto alarm = [&](AlarmKind kind, const char* state)
-    {
-        record.isUnderWay = true;
-        return Alarm{kind, state, record.drive, record.from, now, number};
-    };
     if (!record.isTroubled)
-        return record.isTold ? std::optional(alarm(AlarmKind::Ended,
-                                                   record.isReplaced ? "replaced" : "recovered"))
-                             : std::nullopt;
-    const char* state = record.isGone ? goneCause : "trouble";
+        return record.isTold ? std::optional(AlarmKind::Ended) : std::nullopt;
     const std::uint64_t age = AgeOf(record, now);
     if (age == never || (!record.isTold && age >= m_Quiet))
-        return alarm(AlarmKind::Started, state);
+        return AlarmKind::Started;
     // One that was gone before this run began is not waited for any more.
     const bool isReminder = record.isTold && m_Remind != 0 && age >= m_Remind && !record.isEarlier;
-    return isReminder ? std::optional(alarm(AlarmKind::Reminder, state)) : std::nullopt;
+    return isReminder ? std::optional(AlarmKind::Reminder) : std::nullopt;
+}
+
+const char* AlarmBook::StateOf(const Record& record)
+{
+    if (record.isTroubled)
+        return record.isGone ? goneCause : "trouble";
+    return record.isReplaced ? "replaced" : "recovered";
 }
 
 std::vector<Alarm> AlarmBook::TakeDue(std::uint64_t now)
 {
     Forget(now);
     std::vector<Alarm> due;
-    for (auto& entry : m_Records)
-        if (!entry.second.isUnderWay && m_IsChosen(entry.second.drive))
-            if (auto alarm = DueOf(entry, now))
-                due.push_back(std::move(*alarm));
+    for (auto& [number, record] : m_Records)
+    {
+        if (record.isUnderWay || !m_IsChosen(record.drive))
+            continue;
+        if (const auto kind = DueOf(record, now))
+        {
+            record.isUnderWay = true;
+            due.push_back({*kind, StateOf(record), record.drive, record.from, now, number});
+        }
+    }
     return due;
 }
 

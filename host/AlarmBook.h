@@ -84,7 +84,8 @@ class AlarmBook
     static Record RecordOf(const nlohmann::json& entry);
     void Meet(Record& record, const KnownDrive& drive);
     void Miss(Record& record, const std::vector<KnownDrive>& present);
-    std::optional<Alarm> DueOf(Records::value_type& entry, std::uint64_t now) const;
+    std::optional<AlarmKind> DueOf(const Record& record, std::uint64_t now) const;
+    static const char* StateOf(const Record& record);
     void Forget(std::uint64_t now);
     std::uint64_t AgeOf(const Record& record, std::uint64_t now) const;
 
