@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 namespace Host
@@ -20,6 +21,23 @@ std::string Formatted(std::uint64_t milliseconds, bool isUtc, const char* format
     const std::tm date = isUtc ? UniversalDate(seconds) : LocalDate(seconds);
     char text[64];
     return {text, std::strftime(text, sizeof text, format, &date)};
+}
+
+/// How far local time is ahead of universal time: " +0100".
+std::string OffsetText(std::uint64_t milliseconds)
+{
+    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
+    const std::tm local = LocalDate(seconds);
+    const std::tm universal = UniversalDate(seconds);
+    int days = local.tm_yday - universal.tm_yday;
+    if (days > 1 || days < -1) // a year begins between the two
+        days = days > 0 ? -1 : 1;
+    const int minutes =
+        days * 24 * 60 + (local.tm_hour - universal.tm_hour) * 60 + local.tm_min - universal.tm_min;
+    char text[32];
+    std::snprintf(text, sizeof text, " %c%02d%02d", minutes < 0 ? '-' : '+', std::abs(minutes) / 60,
+                  std::abs(minutes) % 60);
+    return text;
 }
 
 struct KindRow
@@ -64,7 +82,7 @@ std::string IsoTime(std::uint64_t milliseconds)
 
 std::string LocalTime(std::uint64_t milliseconds)
 {
-    return Formatted(milliseconds, false, "%Y-%m-%d %H:%M:%S %z");
+    return Formatted(milliseconds, false, "%Y-%m-%d %H:%M:%S") + OffsetText(milliseconds);
 }
 
 std::string ChangeLine(const Change& change)
