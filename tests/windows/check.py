@@ -140,6 +140,15 @@ def check_program(program, linux, sample, folder):
     code, out, told = run(program + ["--plugin", plugin])
     expect("no hardware", (code, out, len(told)), (2, b"", 1))
     expect("its name", "NO_SUPPORTED_HARDWARE (20001)" in "".join(told), True)
+    # A command of the user's, and one that takes too long with what it starts.
+    command = "cmd /c if %TARNIS_ALARM_DISK%==disk7 (exit 3) else ping -n 60 127.0.0.1"
+    _, _, told = run(program + ["--machine", sample, "--config-dir", folder, "--database",
+                                f"{folder}/alarms.db", "watch", "--for", "1", "--exec-timeout",
+                                "3", "--exec", command])
+    expect("commands of alarms", sorted(line for line in told if "--exec" in line),
+           ["tarnisctl: --exec for disk13 (started): the command was killed after 3 s "
+            "(--exec-timeout)",
+            "tarnisctl: --exec for disk7 (started): the command ended with exit code 3"])
     local = glob.glob(f"{os.environ['WINEPREFIX']}/drive_c/users/*/AppData/Local")[0] + "/tarnis"
     shutil.rmtree(local, ignore_errors=True)
     run(program + ["--machine", sample, "set", "plugin", "POLL_INTERVAL", "50"])
