@@ -1,7 +1,5 @@
 #include "host/JsonWriter.h"
 
-#include "host/MemoryReserve.h"
-
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -74,7 +72,6 @@ void JsonWriter::Finish()
 
 void JsonWriter::Begin(char bracket)
 {
-    CheckMemoryReserve();
     Scalar({&bracket, 1});
     ++m_Depth;
     m_IsEmpty = true;
