@@ -27,15 +27,16 @@ std::string MachineFile()
     return testFolder.Write("machine.json", machine.dump());
 }
 
-/// A machine of solid-state drives that give a temperature and no more; a small file, so that
-/// memory runs out behind the reading of it.
-std::string ManyDrives(int count)
+/// A machine of solid-state drives whose pages have one attribute; a small file, so that memory
+/// runs out behind the reading of it.
+std::string ManyDrives(int count, const char* attribute)
 {
     json machine = Support::MachineWith({});
     json& node = machine["devices"][0]["children"][0] = Support::DiskNode(0);
     json drive = json::parse(R"({"bytes": 960197124096,
         "identify": {"model": "SAMSUNG MZ7LH960HAJR-00005", "serial": "S45NNA0M803162ABCDEF",
-                     "rotation": 1}, "smart": {"attributes": [{"id": 194, "raw": 23}]}})");
+                     "rotation": 1}})");
+    drive["smart"]["attributes"] = {json::parse(attribute)};
     for (int number = 0; number < count; ++number)
     {
         node["disks"][static_cast<std::size_t>(number)] = drive["number"] = number;
@@ -214,20 +215,26 @@ TEST(Machine, OptionsReachThePlugin)
 
 TEST(Machine, ANarrowTerminalShowsNamesWholeAndListsCut)
 {
-    const std::string text =
-        RunTarnisctl({"--machine", ManyDrives(9)}, {{"NO_COLOR", "1"}}, Stdout::Terminal).out;
+    const std::string text = RunTarnisctl({"--machine", ManyDrives(9, R"({"id": 194, "raw": 23})")},
+                                          {{"NO_COLOR", "1"}}, Stdout::Terminal)
+                                 .out;
     // A column that goes makes room for the names; a list goes on in the next line.
     EXPECT_TRUE(Holds(text, "  SAMSUNG MZ7LH960HAJR-00005  960 GB")) << text;
     EXPECT_TRUE(Holds(text, "(no room for SERIAL; --wide shows all)")) << text;
     EXPECT_TRUE(Holds(text, "disk7 and 1 more (nothing")) << text;
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+constexpr bool isMemoryLimitable = true;
+#else
+constexpr bool isMemoryLimitable = false; // a sanitizer needs more than there would be
+#endif
+
 TEST(Machine, MemoryThatRunsOutIsOneLine)
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "skipped: a sanitizer needs more memory than there would be";
-#endif
-    const std::string file = ManyDrives(1500);
+    if (!isMemoryLimitable)
+        GTEST_SKIP() << "skipped: a sanitizer needs more memory than there would be";
+    const std::string file = ManyDrives(1500, R"({"id": 194, "raw": 23})");
     bool failed = false;
     bool done = false;
     for (rlim_t memory = 13 << 20; !done; memory += 1 << 18)
@@ -241,6 +248,28 @@ TEST(Machine, MemoryThatRunsOutIsOneLine)
         EXPECT_EQ(done, json::accept(outcome.out));
         const bool isLoaded = outcome.exitCode != 127; // by the system's loader
         EXPECT_EQ(Holds(outcome.err, "tarnisctl: "), isLoaded && !done);
+    }
+    EXPECT_TRUE(failed);
+}
+
+TEST(Machine, AWatchWithoutMemoryEndsInOneLine)
+{
+    if (!isMemoryLimitable)
+        GTEST_SKIP() << "skipped: a sanitizer needs more memory than there would be";
+    // Worn drives, of which the first pass tells.
+    const std::string file = ManyDrives(1500, R"({"id": 177, "value": 1, "worst": 1, "raw": 23})");
+    bool failed = false;
+    for (rlim_t memory = 24 << 20; memory <= 72 << 20; memory += 4 << 20)
+    {
+        const Outcome outcome = RunTarnisctl({"watch", "--json", "--for", "1", "--machine", file},
+                                             {}, Stdout::Pipe, memory);
+        SCOPED_TRACE(memory);
+        ASSERT_TRUE(outcome.exitCode == 0 || outcome.exitCode == 3) << outcome.err;
+        EXPECT_EQ(Holds(outcome.err, "tarnisctl: "), outcome.exitCode == 3) << outcome.err;
+        failed = failed || outcome.exitCode == 3;
+        std::istringstream lines(outcome.out);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_TRUE(json::accept(line)) << line;
     }
     EXPECT_TRUE(failed);
 }
