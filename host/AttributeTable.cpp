@@ -12,8 +12,6 @@ namespace Host
 namespace
 {
 
-constexpr std::uint32_t noMargin = 0xFFFFFFFF;
-
 std::vector<TableColumn> Columns()
 {
     constexpr int atLast = TableColumn::afterBreaking;
@@ -46,13 +44,14 @@ std::string Decides(const PI::CSmartExplanation& smart, std::uint8_t id)
 Table::Cells CellsOf(const PI::CSmartAttribute& attribute, const PI::CSmartExplanation& smart)
 {
     const std::string name = SmartName(attribute.m_ID);
+    const std::optional<std::uint32_t> margin = MarginOf(attribute);
     return {
         std::to_string(attribute.m_ID),
         name.empty() ? "-" : name,
         std::to_string(attribute.m_Value),
         std::to_string(attribute.m_Worst),
         attribute.m_Threshold == 0 ? "-" : std::to_string(attribute.m_Threshold),
-        attribute.m_Margin == noMargin ? "-" : std::to_string(attribute.m_Margin) + " %",
+        margin ? std::to_string(*margin) + " %" : "-",
         std::to_string(attribute.m_Raw),
         Decides(smart, attribute.m_ID),
     };

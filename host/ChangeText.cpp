@@ -108,15 +108,19 @@ std::string ChangeLine(const Change& change)
     return line;
 }
 
-Json ChangeJson(const Change& change)
+void WriteChangeMembers(JsonWriter& json, const Change& change)
 {
     const KnownDrive& drive = change.drive;
-    return {
-        {"kind", KindName(change.kind)}, {"trouble", change.IsTrouble()}, {"disk", drive.label},
-        {"device", drive.systemName},    {"serial", drive.serial},        {"model", drive.model},
-        {"firmware", drive.firmware},    {"from", change.from},           {"to", change.to},
-        {"readings", change.readings},   {"time", IsoTime(change.time)},  {"timeMs", change.time},
-    };
+    json.Member("kind", KindName(change.kind));
+    json.Member("trouble", change.IsTrouble());
+    json.Member("disk", drive.label);
+    json.Member("device", TextOrNull(drive.systemName));
+    json.Member("serial", TextOrNull(drive.serial));
+    json.Member("model", TextOrNull(drive.model));
+    json.Member("firmware", TextOrNull(drive.firmware));
+    json.Member("from", TextOrNull(change.from));
+    json.Member("to", TextOrNull(change.to));
+    json.Member("readings", TextOrNull(change.readings));
 }
 
 } // namespace Host

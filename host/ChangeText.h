@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/Changes.h"
-#include "host/Json.h"
+#include "host/JsonWriter.h"
 
 #include <cstdint>
 #include <string>
@@ -13,8 +13,8 @@ namespace Host
 /// One line without its end: when, how bad, which drive, what it was and what it is, and why.
 std::string ChangeLine(const Change& change);
 
-/// Named fields: kind, disk, device, serial, model, firmware, from, to, readings, time, timeMs.
-Json ChangeJson(const Change& change);
+/// Its members but for the time, without the object around them.
+void WriteChangeMembers(JsonWriter& json, const Change& change);
 
 /// "gone", "readingsLost": the kind as programs read it.
 std::string KindName(ChangeKind kind);

@@ -1,10 +1,10 @@
 // One line and an exit code for cron and monitoring systems, as the guidelines for monitoring
 // plug-ins have them.
+#include "host/FindingsJson.h"
 #include "host/Lists.h"
 #include "host/ObjectQuery.h"
 #include "host/SeenDrives.h"
 #include "host/Snapshot.h"
-#include "host/Text.h"
 #include "host/Verbs.h"
 #include "host/Verdict.h"
 
@@ -14,88 +14,11 @@
 namespace
 {
 
+using Host::CheckStatus;
 using Host::Drive;
+using Host::Findings;
 using Host::JudgedDrive;
 using Host::Options;
-
-/// Ordered by the precedence of the guidelines' readers: the worse, the higher.
-enum class Result
-{
-    Ok,
-    Warning,
-    Unknown,
-    Critical,
-};
-
-Host::ExitCode ExitCodeOf(Result result)
-{
-    switch (result)
-    {
-    case Result::Ok:
-        return Host::CHECK_OK;
-    case Result::Warning:
-        return Host::CHECK_WARNING;
-    case Result::Critical:
-        return Host::CHECK_CRITICAL;
-    default:
-        return Host::CHECK_UNKNOWN;
-    }
-}
-
-const char* WordOf(Result result)
-{
-    switch (result)
-    {
-    case Result::Ok:
-        return "OK";
-    case Result::Warning:
-        return "WARNING";
-    case Result::Critical:
-        return "CRITICAL";
-    default:
-        return "UNKNOWN";
-    }
-}
-
-/// What was found, sentence by sentence, and how bad it is.
-class Findings
-{
-  public:
-    void Add(Result result, const std::string& text)
-    {
-        m_Result = std::max(m_Result, result);
-        m_Texts.push_back({result, text});
-    }
-
-    /// What is to be done about the worst of them.
-    void Advise(Result result, const std::string& text)
-    {
-        if (result == m_Result && m_Advice.empty())
-            m_Advice = text;
-    }
-
-    Result Worst() const { return m_Result; }
-
-    /// The worst first.
-    std::string Text()
-    {
-        std::ranges::stable_sort(m_Texts, std::ranges::greater(), &Finding::result);
-        std::string text;
-        for (const Finding& finding : m_Texts)
-            text += (text.empty() ? "" : "; ") + finding.text;
-        return text + (m_Advice.empty() ? "" : "; " + m_Advice);
-    }
-
-  private:
-    struct Finding
-    {
-        Result result;
-        std::string text;
-    };
-    std::vector<Finding> m_Texts;
-    Result m_Result = Result::Ok;
-    std::string m_Advice;
-};
 
 std::string ListOf(const std::vector<JudgedDrive>& drives)
 {
@@ -122,7 +45,7 @@ std::vector<Drive> Chosen(const Options& options, const std::vector<Drive>& driv
         if (const Drive* drive = Host::FindDrive(Host::ParseObject(name), drives))
             chosen.push_back(*drive);
         else
-            found.Add(Result::Critical, name + " is not there");
+            found.Add(CheckStatus::Critical, name + " is not there");
     return chosen;
 }
 
@@ -135,14 +58,14 @@ void CompareWithBefore(const Options& options, const std::vector<Drive>& drives,
         seen = Host::ReadSeenDrives();
     const Host::SeenChanges changes = Host::CompareWithSeen(drives, seen);
     for (const std::string& risen : changes.risen)
-        found.Add(Result::Warning, risen + ", risen since an earlier check");
+        found.Add(CheckStatus::Warning, risen + ", risen since an earlier check");
     // What is not among the named drives is no business of this check.
     if (options.objects.empty())
         for (const auto& [identity, errors] : changes.gone)
             if (!options.IsIgnored(identity.serial))
-                found.Add(Result::Critical, identity.label + " (" + identity.model + ", serial " +
-                                                identity.serial +
-                                                ") is gone since an earlier check");
+                found.Add(CheckStatus::Critical, identity.label + " (" + identity.model +
+                                                     ", serial " + identity.serial +
+                                                     ") is gone since an earlier check");
     Host::WriteSeenDrives(changes.known);
 }
 
@@ -156,16 +79,8 @@ void TryToCompareWithBefore(const Options& options, const std::vector<Drive>& dr
     }
     catch (const Host::Failure& failure)
     {
-        found.Add(Result::Unknown, failure.what());
+        found.Add(CheckStatus::Unknown, failure.what());
     }
-}
-
-/// A bar would begin the performance data.
-std::string StatusLine(Result result, const std::string& text)
-{
-    std::string safe = Host::Printable(text);
-    std::ranges::replace(safe, '|', '/');
-    return std::string("TARNIS ") + WordOf(result) + " - " + safe;
 }
 
 std::string Label(const std::string& text)
@@ -196,6 +111,22 @@ std::string PerformanceData(const std::vector<Drive>& drives, const Host::Verdic
     return text;
 }
 
+/// @param verdict  null when the drives could not be looked at
+/// @param performance  follows the line
+void Print(const Options& options, const Findings& found, const Host::Verdict* verdict,
+           const std::string& performance, Host::Output& output)
+{
+    if (options.isQuiet)
+        return;
+    if (options.json)
+    {
+        Host::JsonWriter json(output);
+        Host::WriteFindings(json, found, verdict);
+    }
+    else
+        output.Write(found.Line() + performance + "\n");
+}
+
 } // namespace
 
 namespace Host
@@ -214,38 +145,37 @@ ExitCode CheckDrives(const Options& options, Output& output)
     const Verdict verdict = VerdictOf(snapshot.objects, drives, limits);
 
     if (!verdict.troubled.empty())
-        found.Add(Result::Critical, Count(verdict.troubled.size(), "drive") +
-                                        " in trouble: " + ListOf(verdict.troubled));
+        found.Add(CheckStatus::Critical, Count(verdict.troubled.size(), "drive") +
+                                             " in trouble: " + ListOf(verdict.troubled));
     TryToCompareWithBefore(options, drives, found);
     if (options.expected && drives.size() != *options.expected)
-        found.Add(drives.size() < *options.expected ? Result::Critical : Result::Warning,
+        found.Add(drives.size() < *options.expected ? CheckStatus::Critical : CheckStatus::Warning,
                   std::to_string(drives.size()) + " of " + std::to_string(*options.expected) +
                       " expected drives are there");
     session.Result();
     for (const Trouble& trouble : session.CurrentTroubles())
         if (trouble.kind == TroubleKind::Right)
-            found.Add(Result::Unknown, trouble.line);
+            found.Add(CheckStatus::Unknown, trouble.line);
         else if (trouble.kind == TroubleKind::Database)
-            found.Add(Result::Warning, trouble.line);
+            found.Add(CheckStatus::Warning, trouble.line);
     if (!verdict.warned.empty())
-        found.Add(Result::Warning,
+        found.Add(CheckStatus::Warning,
                   Count(verdict.warned.size(), "warning") + ": " + ListOf(verdict.warned));
     if (!verdict.notJudged.empty())
-        found.Add(options.isStrict ? Result::Unknown : Result::Ok,
+        found.Add(options.isStrict ? CheckStatus::Unknown : CheckStatus::Ok,
                   Count(verdict.notJudged.size(), "drive") +
                       " not judged: " + ListOf(verdict.notJudged));
     if (drives.empty() && !options.expected)
-        found.Add(Result::Unknown, "no drive answers");
-    if (found.Worst() == Result::Ok)
-        found.Add(Result::Ok, Count(verdict.count - verdict.notJudged.size(), "drive") + " well");
-    found.Advise(Result::Critical,
+        found.Add(CheckStatus::Unknown, "no drive answers");
+    if (found.Worst() == CheckStatus::Ok)
+        found.Add(CheckStatus::Ok,
+                  Count(verdict.count - verdict.notJudged.size(), "drive") + " well");
+    found.Advise(CheckStatus::Critical,
                  "back up and replace what fails, put back what is gone or accept "
                  "it with check --forget; tarnisctl show has more");
-    found.Advise(Result::Unknown, "tarnisctl show has more");
-    found.Advise(Result::Warning, "plan a replacement; tarnisctl show has more");
-    if (!options.isQuiet)
-        output.Write(StatusLine(found.Worst(), found.Text()) + " | " +
-                     PerformanceData(drives, verdict, limits) + "\n");
+    found.Advise(CheckStatus::Unknown, "tarnisctl show has more");
+    found.Advise(CheckStatus::Warning, "plan a replacement; tarnisctl show has more");
+    Print(options, found, &verdict, " | " + PerformanceData(drives, verdict, limits), output);
     return ExitCodeOf(found.Worst());
 }
 
@@ -260,8 +190,9 @@ ExitCode Check(const Options& options, Output& output)
     catch (const Failure& failure)
     {
         // Monitoring systems read standard output.
-        if (!options.isQuiet)
-            output.Write(StatusLine(Result::Unknown, failure.what()) + "\n");
+        Findings found;
+        found.Add(CheckStatus::Unknown, failure.what());
+        Print(options, found, nullptr, "", output);
         return CHECK_UNKNOWN;
     }
 }

@@ -121,6 +121,11 @@ void MarkSharedPages(std::vector<Drive>& drives)
 
 } // namespace
 
+std::optional<std::uint64_t> Drive::ExactBytesWritten() const
+{
+    return bytesWritten == std::numeric_limits<std::uint64_t>::max() ? std::nullopt : bytesWritten;
+}
+
 std::vector<Drive> DrivesOf(const Objects& objects, const std::vector<CSystemDisk>& disks)
 {
     std::map<std::uint32_t, const CSystemDisk*> diskOf;
@@ -172,6 +177,12 @@ const PI::CSmartAttribute* FindAttribute(const Drive& drive, std::uint8_t id)
         std::find_if(attributes.begin(), attributes.end(),
                      [id](const PI::CSmartAttribute& attribute) { return attribute.m_ID == id; });
     return found == attributes.end() ? nullptr : &*found;
+}
+
+std::optional<std::uint32_t> MarginOf(const PI::CSmartAttribute& attribute)
+{
+    constexpr std::uint32_t none = 0xFFFFFFFF;
+    return attribute.m_Margin == none ? std::nullopt : std::optional(attribute.m_Margin);
 }
 
 std::string NameOf(const Drive& drive)

@@ -51,6 +51,8 @@ struct Drive
     std::string sharesPageWith;
 
     bool IsAnswering() const { return silence.empty(); }
+    /// Nothing where more was written than a number holds.
+    std::optional<std::uint64_t> ExactBytesWritten() const;
 };
 
 /// The drives by number, those without one first.
@@ -60,6 +62,9 @@ std::vector<Drive> DrivesOf(const Objects& objects, const std::vector<ZKTX::CSys
 
 /// The attribute of that id in the drive's page, or null.
 const PI::CSmartAttribute* FindAttribute(const Drive& drive, std::uint8_t id);
+
+/// Percent of the reserve that the attribute leaves; nothing when it is no part of it.
+std::optional<std::uint32_t> MarginOf(const PI::CSmartAttribute& attribute);
 
 /// "disk7 (sda)", "disk7"
 std::string NameOf(const Drive& drive);

@@ -48,23 +48,19 @@ std::string EventLine(const PI::CEvent& event, bool present, bool isReminder)
     return line;
 }
 
-Json EventJson(const PI::CEvent& event, bool present, bool isReminder)
+void WriteEventMembers(JsonWriter& json, const PI::CEvent& event, bool present, bool isReminder)
 {
-    Json json = {
-        {"event", static_cast<int>(event.m_EventID)},
-        {"name", NameOrNumber(Vocabulary::eventNames(), event.m_EventID)},
-        {"severity", event.m_Severity},
-        {"time", event.m_Time},
-        {"object", IdText(event.m_ObjectID)},
-        {"source", event.GetSource()},
-        {"placeHolders",
-         {event.GetPlaceHolder1(), event.GetPlaceHolder2(), event.GetPlaceHolder3(),
-          event.GetPlaceHolder4()}},
-        {"present", present},
-    };
+    json.Member("event", static_cast<int>(event.m_EventID));
+    json.Member("name", NameOrNumber(Vocabulary::eventNames(), event.m_EventID));
+    json.Member("severity", event.m_Severity);
+    json.Member("time", event.m_Time);
+    json.Member("object", IdText(event.m_ObjectID));
+    json.Member("source", event.GetSource());
+    json.Member("placeHolders", std::vector{event.GetPlaceHolder1(), event.GetPlaceHolder2(),
+                                            event.GetPlaceHolder3(), event.GetPlaceHolder4()});
+    json.Member("present", present);
     if (isReminder)
-        json["reminder"] = true;
-    return json;
+        json.Member("reminder", true);
 }
 
 } // namespace Host

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "contracts/zelPlug.h"
-#include "host/Json.h"
+#include "host/JsonWriter.h"
 
 #include <string>
 
@@ -15,7 +15,7 @@ namespace Host
 /// @param isReminder  whether it repeats what stood before
 std::string EventLine(const PI::CEvent& event, bool present, bool isReminder);
 
-/// Its members. "reminder" is there when it is true.
-Json EventJson(const PI::CEvent& event, bool present, bool isReminder);
+/// Its members, without the object around them. "reminder" is there when it is true.
+void WriteEventMembers(JsonWriter& json, const PI::CEvent& event, bool present, bool isReminder);
 
 } // namespace Host

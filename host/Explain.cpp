@@ -1,5 +1,5 @@
 #include "host/Failure.h"
-#include "host/Json.h"
+#include "host/JsonWriter.h"
 #include "host/Meanings.h"
 #include "host/Names.h"
 #include "host/Text.h"
@@ -15,7 +15,7 @@
 namespace
 {
 
-using Host::Json;
+using Host::JsonWriter;
 using Host::NameTable;
 
 struct Row
@@ -85,22 +85,43 @@ std::vector<Row> Select(const Query& query)
                                               Host::DidYouMean(Host::SimilarNames(query, names)));
 }
 
-/// Numbers and their names by table, and what they mean in the same form.
-Json RowsJson(const std::vector<Row>& rows)
+/// The rows of each table as a member of its own.
+/// @param text  that stands at a number; one that is empty is left out
+/// @param keepsEmpty  whether a table without rows stays
+void WriteTables(JsonWriter& json, const std::vector<Row>& rows, bool keepsEmpty,
+                 std::string_view (*text)(const Row&))
 {
-    Json json;
     for (const NameTable& table : Host::NameTables())
-        json[table.name] = Json::object();
-    Json meanings;
-    for (const Row& row : rows)
     {
-        json[row.table->name][row.NumberText()] = row.name;
-        if (const std::string_view meaning = row.Meaning(); !meaning.empty())
-            meanings[row.table->name][row.NumberText()] = meaning;
+        const auto isTold = [&](const Row& row)
+        { return row.table == &table && (keepsEmpty || !text(row).empty()); };
+        if (!keepsEmpty && std::ranges::none_of(rows, isTold))
+            continue;
+        json.Key(table.name);
+        json.BeginObject();
+        for (const Row& row : rows)
+            if (isTold(row))
+                json.Member(row.NumberText(), text(row));
+        json.EndObject();
     }
-    if (!meanings.empty())
-        json["meaning"] = meanings;
-    return json;
+}
+
+/// Numbers and their names by table, and what they mean in the same form.
+void WriteJson(const std::vector<Row>& rows, Host::Output& output)
+{
+    JsonWriter json(output);
+    json.BeginDocument();
+    WriteTables(json, rows, true, [](const Row& row) { return std::string_view(row.name); });
+    const auto meaning = [](const Row& row) { return row.Meaning(); };
+    if (std::ranges::any_of(rows, [&](const Row& row) { return !meaning(row).empty(); }))
+    {
+        json.Key("meaning");
+        json.BeginObject();
+        WriteTables(json, rows, false, meaning);
+        json.EndObject();
+    }
+    json.EndObject();
+    json.Finish();
 }
 
 /// @param columns  where the lines of a meaning are broken; 0 leaves the meanings out
@@ -134,8 +155,10 @@ ExitCode Explain(const Options& options, Output& output)
     const std::vector<Row> found = Select(Query(options.query));
     if (found.empty())
         FailUnknown(options.query);
-    output.Write(options.json ? JsonText(RowsJson(found))
-                              : Lines(found, options.all ? 0 : output.Columns()));
+    if (options.json)
+        WriteJson(found, output);
+    else
+        output.Write(Lines(found, options.all ? 0 : output.Columns()));
     return EXIT_DONE;
 }
 

@@ -1,7 +1,7 @@
 #include "host/Failure.h"
-#include "host/Json.h"
 #include "host/Names.h"
 #include "host/ObjectQuery.h"
+#include "host/PropertyJson.h"
 #include "host/PropertyText.h"
 #include "host/Text.h"
 #include "host/Verbs.h"
@@ -10,6 +10,36 @@
 
 namespace Host
 {
+
+namespace
+{
+
+std::string TextOf(const std::vector<PI::CProperty>& values, bool isOne, const Output& output)
+{
+    std::string lines;
+    for (const PI::CProperty& property : values)
+    {
+        const std::string name = NameOrNumber(Vocabulary::propertyNames(), property.m_ID);
+        const std::string line = (isOne ? "" : name + ": ") + Printable(ValueText(property));
+        lines += (output.IsTerminal() ? Wrapped(line, output.Columns(), "  ") : line) + "\n";
+    }
+    return lines;
+}
+
+void WriteJson(const std::vector<PI::CProperty>& values, bool isOne, const Drive* drive,
+               Output& output)
+{
+    JsonWriter json(output);
+    if (!isOne)
+        json.BeginArray();
+    for (const PI::CProperty& property : values)
+        WriteProperty(json, property, drive);
+    if (!isOne)
+        json.EndArray();
+    json.Finish();
+}
+
+} // namespace
 
 ExitCode Get(const Options& options, Output& output)
 {
@@ -20,27 +50,28 @@ ExitCode Get(const Options& options, Output& output)
     const bool isOne = ids.size() == 1;
 
     PluginSession session(options.plugin);
-    const std::uint64_t objectId = ResolveObject(object, session);
-    Json values = Json::array();
-    std::string lines;
+    // An id is enough where nothing but the property is to be told.
+    const Snapshot snapshot = object.id && !options.json ? Snapshot() : TakeSnapshot(session);
+    const std::uint64_t objectId = ResolveObject(object, snapshot, session);
+    std::vector<PI::CProperty> values;
     std::vector<std::string> failures;
     for (const PI::_PROPERTY_ID id : ids)
     {
-        const std::string name = NameOrNumber(Vocabulary::propertyNames(), id);
         PI::CProperty property(id, false);
-        if (const std::int32_t code = session.GetProperty(objectId, property);
-            code != PI::ERR_SUCCESS)
-        {
-            failures.push_back(object.word + " gives no " + name + ": " + CodeText(code));
-            continue;
-        }
-        values.push_back(PropertyJson(property));
-        const std::string line = (isOne ? "" : name + ": ") + Printable(ValueText(property));
-        lines += (output.IsTerminal() ? Wrapped(line, output.Columns(), "  ") : line) + "\n";
+        const std::int32_t code = session.GetProperty(objectId, property);
+        if (code == PI::ERR_SUCCESS)
+            values.push_back(property);
+        else
+            failures.push_back(object.word + " gives no " +
+                               NameOrNumber(Vocabulary::propertyNames(), id) + ": " +
+                               CodeText(code));
     }
     if (isOne && !failures.empty())
         throw Failure(EXIT_PLUGIN, failures.front());
-    output.Write(options.json ? JsonText(isOne ? values.front() : values) : lines);
+    if (options.json)
+        WriteJson(values, isOne, FindDrive({objectId, object.word}, snapshot.drives), output);
+    else
+        output.Write(TextOf(values, isOne, output));
     for (const std::string& failure : failures)
         Complain(failure);
     return failures.empty() ? EXIT_DONE : EXIT_PLUGIN;

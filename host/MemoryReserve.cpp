@@ -38,10 +38,4 @@ void FillMemoryReserve()
         });
 }
 
-void CheckMemoryReserve()
-{
-    if (memoryReserve.front() == nullptr)
-        throw std::bad_alloc();
-}
-
 } // namespace Host

@@ -10,8 +10,4 @@ namespace Host
 /// gone on. @throws std::bad_alloc
 void FillMemoryReserve();
 
-/// To be called between steps that need less than half a megabyte.
-/// @throws std::bad_alloc when the first part is gone
-void CheckMemoryReserve();
-
 } // namespace Host

@@ -122,6 +122,19 @@ std::string TimeText(std::uint64_t hours)
     return std::to_string(days) + (days == 1 ? " day" : " days");
 }
 
+bool IsUnknownSize(const PI::CProperty& property, std::uint64_t number)
+{
+    return property.m_Unit == PI::UNIT_MEGABYTES &&
+           number == std::numeric_limits<std::uint64_t>::max();
+}
+
+// A view mask of 0 hides a value that was not read. The key of an object is hidden from tables of
+// values, but it is there.
+bool IsHidden(const PI::CProperty& property)
+{
+    return property.m_ViewMask == 0 && property.m_ID != PI::PROP_UNIQUE_ID;
+}
+
 struct Texts
 {
     std::string plain;
@@ -137,7 +150,7 @@ struct ToTexts
     Texts operator()(std::uint64_t number) const
     {
         const PI::_UNITS unit = property.m_Unit;
-        if (unit == PI::UNIT_MEGABYTES && number == std::numeric_limits<std::uint64_t>::max())
+        if (IsUnknownSize(property, number))
             return {"unknown", ""};
         const std::string plain = std::to_string(number) + UnitText(unit);
         if (unit == PI::UNIT_MEGABYTES && number >= 1024)
@@ -160,11 +173,9 @@ struct ToTexts
     }
 };
 
-// A view mask of 0 hides a value that was not read. The key of an object is hidden from tables of
-// values, but it is there.
 Texts TextsOf(const PI::CProperty& property)
 {
-    if (property.m_ViewMask == 0 && property.m_ID != PI::PROP_UNIQUE_ID)
+    if (IsHidden(property))
         return {"-", ""};
     return std::visit(ToTexts{property}, Host::ValueOf(property));
 }
@@ -193,6 +204,13 @@ PropertyValue ValueOf(const PI::CProperty& property)
     if (property.GetValue(range.value, range.minimum, range.maximum, range.step) == PI::ERR_SUCCESS)
         return range;
     return std::monostate();
+}
+
+bool IsUnknown(const PI::CProperty& property)
+{
+    std::uint64_t number = 0;
+    return IsHidden(property) ||
+           (property.GetValue(number) == PI::ERR_SUCCESS && IsUnknownSize(property, number));
 }
 
 std::string PropertyWords(PI::_PROPERTY_ID id)

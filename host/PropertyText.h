@@ -30,6 +30,10 @@ using PropertyValue =
 
 PropertyValue ValueOf(const PI::CProperty& property);
 
+/// Whether the value was not read, whatever stands in its place: the plug-in hides it, or tells a
+/// size of all ones.
+bool IsUnknown(const PI::CProperty& property);
+
 /// "Physical size" for PHYSICAL_SIZE, "PCI bus" for PCI_BUS.
 std::string PropertyWords(PI::_PROPERTY_ID id);
 

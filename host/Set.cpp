@@ -1,7 +1,7 @@
 #include "host/Failure.h"
-#include "host/Json.h"
 #include "host/Names.h"
 #include "host/ObjectQuery.h"
+#include "host/PropertyJson.h"
 #include "host/PropertyText.h"
 #include "host/Text.h"
 #include "host/Topology.h"
@@ -101,8 +101,14 @@ ExitCode Set(const Options& options, Output& output)
 
     PI::CProperty inForce(id, true);
     session.GetProperty(objectId, inForce);
-    output.Write(options.json ? JsonText(PropertyJson(inForce))
-                              : Printable(ValueText(inForce)) + "\n");
+    if (options.json)
+    {
+        JsonWriter json(output);
+        WriteProperty(json, inForce, nullptr);
+        json.Finish();
+    }
+    else
+        output.Write(Printable(ValueText(inForce)) + "\n");
     return EXIT_DONE;
 }
 

@@ -1,18 +1,38 @@
-#include "host/Json.h"
 #include "host/ObjectQuery.h"
 #include "host/PluginSession.h"
 #include "host/ShowText.h"
+#include "host/SnapshotJson.h"
 #include "host/Verbs.h"
 
 #include <algorithm>
 #include <string>
-#include <string_view>
+#include <vector>
 
 namespace Host
 {
 
 namespace
 {
+
+/// Of what is named, one of the two.
+struct Named
+{
+    const PI::CObject* object;
+    const Drive* silent;
+};
+
+Named Find(const std::string& name, const Snapshot& snapshot, PluginSession& session)
+{
+    const ObjectQuery query = ParseObject(name);
+    const Drive* drive = FindDrive(query, snapshot.drives);
+    if (drive != nullptr && drive->object == nullptr)
+        return {nullptr, drive};
+    const std::uint64_t id = ResolveObject(query, snapshot, session);
+    const auto object = std::ranges::find(snapshot.objects, id, &PI::CObject::m_ID);
+    if (object == snapshot.objects.end())
+        throw Failure(EXIT_USAGE, "there is no object with the id " + name);
+    return {&*object, nullptr};
+}
 
 /// The objects that are named, in full.
 std::string NamedText(const Options& options, const Snapshot& snapshot, PluginSession& session,
@@ -22,20 +42,26 @@ std::string NamedText(const Options& options, const Snapshot& snapshot, PluginSe
     std::string text;
     for (const std::string& name : options.objects)
     {
-        const ObjectQuery query = ParseObject(name);
-        const Drive* drive = FindDrive(query, snapshot.drives);
-        if (drive != nullptr && drive->object == nullptr)
-        {
-            text += SilentDriveText(*drive, snapshot, limits, style);
-            continue;
-        }
-        const std::uint64_t id = ResolveObject(query, snapshot, session);
-        const auto object = std::ranges::find(snapshot.objects, id, &PI::CObject::m_ID);
-        if (object == snapshot.objects.end())
-            throw Failure(EXIT_USAGE, "there is no object with the id " + name);
-        text += ObjectText(*object, snapshot, limits, style);
+        const Named named = Find(name, snapshot, session);
+        text += named.silent != nullptr ? SilentDriveText(*named.silent, snapshot, limits, style)
+                                        : ObjectText(*named.object, snapshot, limits, style);
     }
     return text.empty() ? text : text.substr(1); // the first line is blank
+}
+
+void WriteJson(const Options& options, const Snapshot& snapshot, PluginSession& session,
+               Output& output)
+{
+    std::vector<const PI::CObject*> objects;
+    for (const std::string& name : options.objects)
+        if (const Named named = Find(name, snapshot, session); named.object != nullptr)
+            objects.push_back(named.object);
+    const bool isNamed = !options.objects.empty();
+    if (!isNamed)
+        for (const PI::CObject& object : snapshot.objects)
+            objects.push_back(&object);
+    JsonWriter json(output);
+    WriteSnapshot(json, snapshot, objects, isNamed || options.all, LimitsInEffect());
 }
 
 } // namespace
@@ -43,16 +69,12 @@ std::string NamedText(const Options& options, const Snapshot& snapshot, PluginSe
 ExitCode Show(const Options& options, Output& output)
 {
     PluginSession session(options.plugin);
-    // Written before the session ends: stopping a plug-in takes its time.
-    if (options.json)
-    {
-        WriteTopologyJson(session.Topology(),
-                          [&output](std::string_view text) { output.Write(text); });
-        return session.Result();
-    }
     const Snapshot snapshot = TakeSnapshot(session);
     const Style style{output.IsColoured(), output.Columns(), options.table};
-    if (!options.objects.empty())
+    // Written before the session ends: stopping a plug-in takes its time.
+    if (options.json)
+        WriteJson(options, snapshot, session, output);
+    else if (!options.objects.empty())
         output.Write(NamedText(options, snapshot, session, style));
     else if (options.all)
         output.Write(FullText(snapshot, LimitsInEffect(), style));

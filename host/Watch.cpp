@@ -59,20 +59,24 @@ std::string LineOf(const Host::Happening& happening)
     return Host::EventLine(*happening.event, happening.present, happening.isReminder) + '\n';
 }
 
-/// The plug-in's events keep their members; those of a change stand behind them.
+/// One line for programs. The plug-in's events keep their members; those of a change stand behind
+/// them.
 std::string JsonLineOf(const Host::Happening& happening)
 {
-    Host::Json json = Host::Json::object();
+    using Host::JsonWriter;
+    std::string line;
+    JsonWriter json([&line](std::string_view text) { line += text; }, JsonWriter::Layout::OneLine);
+    json.BeginDocument();
     if (happening.event)
-        json = Host::EventJson(*happening.event, happening.present, happening.isReminder);
+        Host::WriteEventMembers(json, *happening.event, happening.present, happening.isReminder);
     if (happening.change)
-    {
-        const Host::Json change = Host::ChangeJson(*happening.change);
-        for (const auto& [name, value] : change.items())
-            if (!json.contains(name))
-                json[name] = value;
-    }
-    return Host::JsonLine(json) + '\n';
+        Host::WriteChangeMembers(json, *happening.change);
+    if (!happening.event)
+        json.Member("time", Host::IsoTime(happening.change->time));
+    json.Member("timeMs", happening.change ? happening.change->time : happening.event->m_Time);
+    json.EndObject();
+    json.Finish();
+    return line;
 }
 
 /// @return false when the watch is to end

@@ -1,0 +1,68 @@
+#include "host/Findings.h"
+
+#include "host/Text.h"
+
+#include <algorithm>
+
+namespace Host
+{
+
+ExitCode ExitCodeOf(CheckStatus status)
+{
+    switch (status)
+    {
+    case CheckStatus::Ok:
+        return CHECK_OK;
+    case CheckStatus::Warning:
+        return CHECK_WARNING;
+    case CheckStatus::Critical:
+        return CHECK_CRITICAL;
+    default:
+        return CHECK_UNKNOWN;
+    }
+}
+
+const char* NameOf(CheckStatus status)
+{
+    switch (status)
+    {
+    case CheckStatus::Ok:
+        return "OK";
+    case CheckStatus::Warning:
+        return "WARNING";
+    case CheckStatus::Critical:
+        return "CRITICAL";
+    default:
+        return "UNKNOWN";
+    }
+}
+
+void Findings::Add(CheckStatus status, const std::string& text)
+{
+    const auto place = std::ranges::find_if(m_All, [status](const Finding& finding)
+                                            { return finding.status < status; });
+    m_All.insert(place, {status, text});
+}
+
+void Findings::Advise(CheckStatus status, const std::string& text)
+{
+    if (status == Worst() && m_Advice.empty())
+        m_Advice = text;
+}
+
+CheckStatus Findings::Worst() const
+{
+    return m_All.empty() ? CheckStatus::Ok : m_All.front().status;
+}
+
+std::string Findings::Line() const
+{
+    std::string text;
+    for (const Finding& finding : m_All)
+        text += (text.empty() ? "" : "; ") + finding.text;
+    text = Printable(text + (m_Advice.empty() ? "" : "; " + m_Advice));
+    std::ranges::replace(text, '|', '/'); // a bar would begin the performance data
+    return std::string("TARNIS ") + NameOf(Worst()) + " - " + text;
+}
+
+} // namespace Host
