@@ -251,8 +251,11 @@ TEST(Output, TheLocaleSaysWhetherItIsAscii)
             RunTarnisctl({"get", "disk1", "TEMPERATURE", "--machine", machine}, environment);
         EXPECT_EQ(outcome.out, isAscii ? "23 C\n" : "23 °C\n") << environment[0].second;
     }
-    const auto jsonIn = [&](const char* locale) {
-        return RunTarnisctl({"--json", "--machine", machine}, {{"LC_ALL", locale}}).out;
+    const auto jsonIn = [&](const char* locale)
+    {
+        const Arguments arguments{"get",    "disk1",     "NAME", "TEMPERATURE",
+                                  "--json", "--machine", machine};
+        return RunTarnisctl(arguments, {{"LC_ALL", locale}}).out;
     };
     EXPECT_EQ(jsonIn("C"), jsonIn("C.UTF-8"));
 }

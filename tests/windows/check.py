@@ -108,8 +108,9 @@ def run(command):
     done = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, timeout=120,
                           env={**os.environ, "TZ": "UTC", "LC_ALL": "C.UTF-8"})
     told = [line for line in done.stderr.decode().splitlines() if line.startswith("tarnis")]
-    # Events carry the moment at which they came.
-    return done.returncode, re.sub(rb'"time":\d+', b"", done.stdout), told
+    # Moments and ages differ from run to run.
+    moments = rb'"(time|timeMs|readingsAgeMs)": ?("[^"]*"|\d+)'
+    return done.returncode, re.sub(moments, b"", done.stdout), told
 
 
 def session(program, sample, folder):
