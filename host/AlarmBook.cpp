@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
 #include <utility>
 
 namespace Host
@@ -19,11 +20,6 @@ using nlohmann::json;
 constexpr const char* goneCause = "gone";
 constexpr std::uint64_t aDay = 24 * 3600 * 1000;
 constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max();
-
-Identity IdentityOf(const KnownDrive& drive)
-{
-    return {drive.label, drive.model, drive.serial};
-}
 
 } // namespace
 
@@ -41,7 +37,7 @@ AlarmBook::Record AlarmBook::RecordOf(const json& entry)
     record.drive.serial = entry.at("serial");
     record.drive.firmware = entry.at("firmware");
     record.drive.state = entry.at("state");
-    record.drive.causes = entry.at("causes").get<std::vector<std::string>>();
+    record.drive.unended = entry.at("unended").get<std::vector<std::string>>();
     record.isGone = entry.at("gone");
     record.isTold = entry.at("told");
     record.isTroubled = record.isTold;
@@ -76,15 +72,13 @@ json AlarmBook::Save() const
         for (const auto& [cause, telling] : record.tellings)
             if (telling.isTold)
                 times[cause] = telling.time;
-        if (times.empty())
-            continue;
         const KnownDrive& drive = record.drive;
         drives.push_back({{"label", drive.label},
                           {"model", drive.model},
                           {"serial", drive.serial},
                           {"firmware", drive.firmware},
                           {"state", drive.state},
-                          {"causes", drive.causes},
+                          {"unended", drive.unended},
                           {"gone", record.isGone},
                           {"told", record.isTold},
                           {"times", times}});
@@ -94,71 +88,51 @@ json AlarmBook::Save() const
 
 void AlarmBook::Look(const std::vector<KnownDrive>& present)
 {
-    std::vector<const KnownDrive*> drives;
     std::vector<Identity> seen;
     for (const KnownDrive& drive : present)
-        if (m_IsChosen(drive))
-        {
-            drives.push_back(&drive);
-            seen.push_back(IdentityOf(drive));
-        }
+        seen.push_back(IdentityOf(drive));
     std::vector<Record*> records;
     std::vector<Identity> remembered;
-    for (auto& [number, record] : m_Records)
-    {
-        records.push_back(&record);
-        remembered.push_back(IdentityOf(record.drive));
-    }
+    for (auto& entry : m_Records)
+        records.push_back(&entry.second);
+    // Of several that look the same, those that are there are found before those that are gone.
+    std::ranges::stable_partition(records, [](const Record* record) { return !record->isGone; });
+    for (const Record* record : records)
+        remembered.push_back(IdentityOf(record->drive));
     const auto found = FindAgain(seen, remembered);
-    for (std::size_t i = 0; i < drives.size(); ++i)
+    std::set<std::string> labelsOfNew;
+    for (std::size_t i = 0; i < present.size(); ++i)
         if (found[i])
-            Meet(*std::exchange(records[*found[i]], nullptr), *drives[i]);
+            Meet(*std::exchange(records[*found[i]], nullptr), present[i]);
         else
         {
-            Record fresh;
-            fresh.drive.label = drives[i]->label;
-            Meet(m_Records.emplace(++m_LastNumber, fresh).first->second, *drives[i]);
+            labelsOfNew.insert(present[i].label);
+            Meet(m_Records[++m_LastNumber], present[i]);
         }
     for (Record* record : records)
-        if (record != nullptr && m_IsChosen(record->drive))
-            Miss(*record, present);
+        if (record != nullptr)
+            Miss(*record, labelsOfNew.contains(record->drive.label));
 }
 
 void AlarmBook::Meet(Record& record, const KnownDrive& drive)
 {
     KnownDrive known = drive;
-    if (known.serial.empty()) // it is silent since the start
-    {
-        known.model = record.drive.model;
-        known.serial = record.drive.serial;
-        known.firmware = record.drive.firmware;
-    }
-    const bool isTroubled = known.standing == Standing::Trouble;
-    const bool isUnclear = known.standing == Standing::NotJudged && record.isTroubled &&
-                           !record.isGone && !HasSpokenAgain(record.drive, known);
-    if (isUnclear)
-    {
-        // Without readings nobody can tell that it is well.
-        known.causes = record.drive.causes;
-        known.state = record.drive.state;
-        known.reasons = record.drive.reasons;
-    }
-    else
-    {
-        if (known.causes != record.drive.causes)
-            record.from = record.drive.state;
-        record.isTroubled = isTroubled;
-    }
+    CarryOn(record.drive, known);
+    record.isTroubled = known.standing == Standing::Trouble || !known.unended.empty();
+    if (known.standing != Standing::Trouble)
+        known.causes = known.unended; // without readings nobody can tell that it is well
+    if (known.causes != record.drive.causes)
+        record.from = record.drive.state;
     record.drive = std::move(known);
     record.isGone = record.isReplaced = record.isEarlier = false;
 }
 
-void AlarmBook::Miss(Record& record, const std::vector<KnownDrive>& present)
+void AlarmBook::Miss(Record& record, bool hasSuccessor)
 {
-    // Nobody waits for a drive that was well when an earlier run saw it last.
-    if (record.isEarlier && !record.isTroubled)
+    if (record.isReplaced)
         return;
-    if (std::ranges::find(present, record.drive.label, &KnownDrive::label) != present.end())
+    const bool isAwaited = record.isTroubled || !record.isEarlier;
+    if (hasSuccessor || !isAwaited)
     {
         record.isReplaced = true;
         record.isTroubled = false;

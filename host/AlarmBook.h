@@ -83,7 +83,8 @@ class AlarmBook
 
     static Record RecordOf(const nlohmann::json& entry);
     void Meet(Record& record, const KnownDrive& drive);
-    void Miss(Record& record, const std::vector<KnownDrive>& present);
+    /// @param hasSuccessor  whether a drive that was not known has its number
+    void Miss(Record& record, bool hasSuccessor);
     std::optional<AlarmKind> DueOf(const Record& record, std::uint64_t now) const;
     static const char* StateOf(const Record& record);
     void Forget(std::uint64_t now);

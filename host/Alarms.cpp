@@ -3,11 +3,16 @@
 #include "contracts/zelKit/Time.h"
 #include "host/AlarmText.h"
 #include "host/Failure.h"
+#include "host/Lists.h"
 #include "host/Output.h"
+#include "host/System.h"
 
+#include <boost/crc.hpp>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdio>
 #include <iterator>
 #include <new>
 #include <system_error>
@@ -22,10 +27,24 @@ namespace
 /// Commands that run at once; the others wait.
 constexpr std::size_t mostRuns = 16;
 
+/// Two watches with different commands do not know what the other has told.
+std::string FileName(const std::string& command, const std::vector<std::string>& scope)
+{
+    const std::string text = command + '\n' + Joined(scope, "\n");
+    boost::crc_32_type sum;
+    sum.process_bytes(text.data(), text.size());
+    char name[48];
+    std::snprintf(name, sizeof name, "tarnisctl-watch-%08x.json",
+                  static_cast<unsigned>(sum.checksum()));
+    return name;
+}
+
 } // namespace
 
-Alarms::Alarms(const AlarmOptions& options, AlarmBook::Filter isChosen)
-    : m_Options(options), m_File("tarnisctl-watch.json", "what was told before is told once more"),
+Alarms::Alarms(const AlarmOptions& options, const std::vector<std::string>& scope,
+               AlarmBook::Filter isChosen)
+    : m_Options(options), m_File(FileName(options.command, scope), "what was told before is told "
+                                                                   "once more"),
       m_Book(options.remindSeconds, std::move(isChosen))
 {
     if (!options.command.empty())
@@ -89,15 +108,13 @@ std::optional<std::vector<KnownDrive>> Alarms::Wait()
 
 void Alarms::Work()
 {
-    Load();
+    bool hasLoaded = false;
     for (bool ends = false; !ends || !m_Runs.empty();)
         try
         {
-            if (const auto drives = Wait())
-                m_Book.Look(*drives);
-            EndRuns();
-            if (!ends)
-                StartDue();
+            if (!std::exchange(hasLoaded, true))
+                Load();
+            Step(!ends);
             const std::lock_guard guard(m_Lock);
             ends = m_Ends;
         }
@@ -105,6 +122,17 @@ void Alarms::Work()
         {
             PrintError("tarnisctl: --exec: memory ran out");
         }
+}
+
+void Alarms::Step(bool canStart)
+{
+    if (const auto drives = Wait())
+        m_Book.Look(*drives);
+    EndRuns();
+    if (canStart)
+        StartDue();
+    Save();
+    PrintMessages();
 }
 
 void Alarms::Load()
@@ -116,23 +144,29 @@ void Alarms::Load()
     }
     catch (const Failure& failure)
     {
-        Complain(std::string("--exec: ") + failure.what());
+        m_Messages.push_back(std::string("--exec: ") + failure.what());
     }
 }
 
 void Alarms::Save()
 {
+    nlohmann::json content = m_Book.Save();
+    content["command"] = m_Options.command;
+    std::string text = JsonText(content);
+    if (text == m_Saved)
+        return;
     std::string trouble;
     try
     {
-        m_File.Write(m_Book.Save());
+        m_File.Write(std::move(content));
+        m_Saved = std::move(text);
     }
     catch (const Failure& failure)
     {
         trouble = failure.what();
     }
     if (!trouble.empty() && trouble != m_FileTrouble)
-        Complain("--exec: " + trouble);
+        m_Messages.push_back("--exec: " + trouble);
     m_FileTrouble = trouble;
 }
 
@@ -181,14 +215,21 @@ void Alarms::EndRuns()
             Report(run.alarm, "ended with " + end.words);
         m_Book.Finish(run.alarm, !run.isKilled && end.isSuccess, ZKT::Misc::now());
     }
-    if (!ended.empty())
-        Save();
 }
 
-void Alarms::Report(const Alarm& alarm, const std::string& failure) const
+void Alarms::Report(const Alarm& alarm, const std::string& failure)
 {
-    Complain("--exec for " + alarm.drive.label + " (" + KindName(alarm.kind) + "): the command " +
-             failure);
+    m_Messages.push_back("--exec for " + alarm.drive.label + " (" + KindName(alarm.kind) +
+                         "): the command " + failure);
+}
+
+void Alarms::PrintMessages()
+{
+    for (; !m_Messages.empty() && HasRoomForError(); m_Messages.pop_front())
+        Complain(m_Messages.front());
+    constexpr std::size_t most = 1000; // nobody reads them
+    if (m_Messages.size() > most)
+        m_Messages.erase(m_Messages.begin(), m_Messages.end() - static_cast<std::ptrdiff_t>(most));
 }
 
 } // namespace Host

@@ -21,12 +21,15 @@ namespace Host
 {
 
 /// Works on a thread of its own, so that no command, and no slow disk, ever holds up who calls.
-/// What was told is kept in tarnisctl-watch.json. Failures of the command are told on standard
-/// error.
+/// What was told is kept in tarnisctl-watch-....json. Failures of the command are told on standard
+/// error, as far as somebody reads it.
 class Alarms
 {
   public:
-    Alarms(const AlarmOptions& options, AlarmBook::Filter isChosen);
+    /// @param scope  what the user has chosen the drives by. What was told is kept for each command
+    ///               and scope of its own.
+    Alarms(const AlarmOptions& options, const std::vector<std::string>& scope,
+           AlarmBook::Filter isChosen);
 
     /// Starts no further command, and waits for those that run.
     ~Alarms();
@@ -48,6 +51,7 @@ class Alarms
     };
 
     void Work();
+    void Step(bool canStart);
     /// Sleeps until there is something to do. @return what Look brought, if anything
     std::optional<std::vector<KnownDrive>> Wait();
     void Load();
@@ -55,7 +59,8 @@ class Alarms
     void StartDue();
     void Start(const Alarm& alarm);
     void EndRuns();
-    void Report(const Alarm& alarm, const std::string& failure) const;
+    void Report(const Alarm& alarm, const std::string& failure);
+    void PrintMessages();
     void Wake();
 
     const AlarmOptions m_Options;
@@ -72,6 +77,8 @@ class Alarms
     std::deque<Alarm> m_Waiting;
     std::vector<Run> m_Runs;
     std::string m_FileTrouble; ///< that was told last
+    std::string m_Saved;       ///< what the file holds
+    std::deque<std::string> m_Messages;
 
     std::thread m_Thread;
 };

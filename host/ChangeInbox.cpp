@@ -20,7 +20,7 @@ std::vector<ChangeKind> KindsOf(const PI::CEvent& event, bool present)
     switch (event.m_EventID)
     {
     case PI::EVENT_PNPADD_EX:
-        return present ? std::vector{Added, Replaced, Moved, Recovered, ReadingsBack}
+        return present ? std::vector{Added, Replaced, Moved, Recovered, ReadingsBack, Trouble}
                        : std::vector{Gone, Trouble, ReadingsLost};
     case PI::EVENT_SMART_ERROR:
         return {Trouble};

@@ -3,7 +3,8 @@
 #include "host/Lists.h"
 
 #include <algorithm>
-#include <tuple>
+#include <map>
+#include <optional>
 #include <utility>
 
 namespace Host
@@ -11,18 +12,6 @@ namespace Host
 
 namespace
 {
-
-/// Whether it has been silent ever since it was looked at.
-bool IsNameless(const KnownDrive& drive)
-{
-    return drive.serial.empty() && drive.model.empty();
-}
-
-bool IsSameDrive(const KnownDrive& one, const KnownDrive& other)
-{
-    return std::tie(one.serial, one.model, one.firmware) ==
-           std::tie(other.serial, other.model, other.firmware);
-}
 
 /// "failing", "in use, warning"
 std::string StateOf(const KnownDrive& drive)
@@ -45,22 +34,38 @@ bool HasNewCause(const KnownDrive& before, const KnownDrive& now)
         { return std::ranges::find(before.causes, cause) == before.causes.end(); });
 }
 
-std::optional<ChangeKind> KindOf(const KnownDrive& old, const KnownDrive& drive)
+std::optional<ChangeKind> KindOf(const KnownDrive& before, const KnownDrive& now)
 {
-    const Standing before = old.standing;
-    const Standing now = drive.standing;
-    const bool isBad = now == Standing::Trouble || now == Standing::Warning;
-    if (before == now && !(isBad && HasNewCause(old, drive)))
-        return std::nullopt;
-    if (now == Standing::Trouble)
-        return ChangeKind::Trouble;
-    if (now == Standing::NotJudged && !HasSpokenAgain(old, drive))
-        return ChangeKind::ReadingsLost;
-    if (before == Standing::Trouble)
-        return ChangeKind::Recovered;
-    if (before == Standing::NotJudged && now == Standing::Good)
-        return ChangeKind::ReadingsBack;
-    return now == Standing::Warning ? ChangeKind::Warning : ChangeKind::WarningEnded;
+    const bool isNew = before.standing != now.standing;
+    const bool wasTroubled = before.standing == Standing::Trouble || !before.unended.empty();
+    switch (now.standing)
+    {
+    case Standing::Trouble:
+        return isNew || HasNewCause(before, now) ? std::optional(ChangeKind::Trouble)
+                                                 : std::nullopt;
+    case Standing::NotJudged:
+        if (!isNew)
+            return std::nullopt;
+        return wasTroubled && now.unended.empty() ? ChangeKind::Recovered
+                                                  : ChangeKind::ReadingsLost;
+    case Standing::Warning:
+        if (wasTroubled)
+            return ChangeKind::Recovered;
+        return isNew || HasNewCause(before, now) ? std::optional(ChangeKind::Warning)
+                                                 : std::nullopt;
+    default:
+        if (wasTroubled)
+            return ChangeKind::Recovered;
+        if (!isNew)
+            return std::nullopt;
+        return before.standing == Standing::NotJudged ? ChangeKind::ReadingsBack
+                                                      : ChangeKind::WarningEnded;
+    }
+}
+
+std::string FullName(const KnownDrive& drive)
+{
+    return drive.model + ", serial " + drive.serial + ", firmware " + drive.firmware;
 }
 
 /// Collects the changes of one look.
@@ -69,15 +74,26 @@ class Comparison
   public:
     explicit Comparison(std::uint64_t time) : m_Time(time) {}
 
-    void Add(ChangeKind kind, const KnownDrive& drive, std::string from, std::string to,
-             std::string readings)
+    void AddGone(const KnownDrive& drive)
     {
-        m_Changes.push_back(
-            {kind, drive, std::move(from), std::move(to), std::move(readings), m_Time});
+        Add(ChangeKind::Gone, drive, StateOf(drive), "gone", "");
+    }
+
+    /// @param replaced  the drive that had its number and is not there any more, or null
+    void AddNew(const KnownDrive& drive, const KnownDrive* replaced)
+    {
+        Add(replaced != nullptr ? ChangeKind::Replaced : ChangeKind::Added, drive,
+            replaced != nullptr ? FullName(*replaced) : "", StateOf(drive), drive.reasons);
+        if (drive.standing == Standing::Trouble)
+            Add(ChangeKind::Trouble, drive, "", StateOf(drive), drive.reasons);
     }
 
     void CompareSame(const KnownDrive& before, const KnownDrive& now)
     {
+        if (before.label != now.label)
+            Add(ChangeKind::Moved, now, before.label, now.label, "");
+        if (!before.firmware.empty() && before.firmware != now.firmware)
+            Add(ChangeKind::Replaced, now, FullName(before), StateOf(now), now.reasons);
         if (const auto kind = KindOf(before, now))
             Add(*kind, now, StateOf(before), StateOf(now), now.reasons);
         if (const auto risen = RisenErrors(before.errors, now.errors); !risen.empty())
@@ -87,92 +103,102 @@ class Comparison
     std::vector<Change> Take() { return std::move(m_Changes); }
 
   private:
+    void Add(ChangeKind kind, const KnownDrive& drive, std::string from, std::string to,
+             std::string readings)
+    {
+        m_Changes.push_back(
+            {kind, drive, std::move(from), std::move(to), std::move(readings), m_Time});
+    }
+
     std::uint64_t m_Time;
     std::vector<Change> m_Changes;
 };
 
+std::vector<Identity> IdentitiesOf(const std::vector<KnownDrive>& drives)
+{
+    std::vector<Identity> identities;
+    for (const KnownDrive& drive : drives)
+        identities.push_back(IdentityOf(drive));
+    return identities;
+}
+
+/// @param found  for each drive that is there now, its position among those of the last look
+std::vector<Change> Compare(const std::vector<KnownDrive>& before,
+                            const std::vector<KnownDrive>& now,
+                            const std::vector<std::optional<std::size_t>>& found,
+                            std::uint64_t time)
+{
+    std::map<std::string, const KnownDrive*> missing; // by label
+    for (const KnownDrive& drive : before)
+        missing.emplace(drive.label, &drive);
+    for (const auto& position : found)
+        if (position)
+            missing.erase(before[*position].label);
+    std::vector<const KnownDrive*> replaced(now.size(), nullptr);
+    for (std::size_t i = 0; i < now.size(); ++i)
+        if (const auto old = missing.find(now[i].label); !found[i] && old != missing.end())
+        {
+            replaced[i] = old->second;
+            missing.erase(old);
+        }
+    Comparison comparison(time);
+    for (const auto& entry : missing)
+        comparison.AddGone(*entry.second);
+    for (std::size_t i = 0; i < now.size(); ++i)
+        if (found[i])
+            comparison.CompareSame(before[*found[i]], now[i]);
+        else
+            comparison.AddNew(now[i], replaced[i]);
+    return comparison.Take();
+}
+
 } // namespace
 
-bool HasSpokenAgain(const KnownDrive& before, const KnownDrive& now)
+Identity IdentityOf(const KnownDrive& drive)
 {
-    return before.causes == std::vector<std::string>{Cause::silence} && now.causes != before.causes;
+    return KeptIdentity(drive.label, drive.model, drive.serial);
+}
+
+void CarryOn(const KnownDrive& before, KnownDrive& now)
+{
+    if (IdentityOf(now).IsNameless())
+    {
+        now.model = before.model;
+        now.serial = before.serial;
+        now.firmware = before.firmware;
+    }
+    now.errors.FillFrom(before.errors);
+    const bool isSilent = now.causes == std::vector<std::string>{Cause::silence};
+    if (isSilent || now.standing == Standing::NotJudged)
+        now.unended = before.unended;
 }
 
 KnownDrive Remembered(const Drive& drive, const Limits& limits)
 {
     const Judgement judgement = JudgementOf(drive, limits);
-    return {drive.label,      drive.systemName,   drive.model,       drive.serial,
-            drive.firmware,   judgement.standing, StateWords(drive), Joined(judgement.reasons),
-            judgement.causes, drive.errors};
-}
-
-std::vector<KnownDrive> ChangeFinder::Known() const
-{
-    std::vector<KnownDrive> drives;
-    for (const auto& entry : m_Known)
-        drives.push_back(entry.second);
-    return drives;
+    KnownDrive known{drive.label,       drive.systemName,
+                     drive.model,       drive.serial,
+                     drive.firmware,    judgement.standing,
+                     StateWords(drive), Joined(judgement.reasons),
+                     judgement.causes,  {},
+                     drive.errors};
+    if (judgement.standing == Standing::Trouble && drive.IsAnswering())
+        known.unended = judgement.causes;
+    return known;
 }
 
 std::vector<Change> ChangeFinder::Look(const std::vector<Drive>& drives, std::uint64_t time)
 {
-    std::map<std::string, KnownDrive> now;
+    std::vector<KnownDrive> now;
     for (const Drive& drive : drives)
-    {
-        KnownDrive known = Remembered(drive, m_Limits);
-        // A drive that does not answer is the one that had the number.
-        if (const auto before = m_Known.find(drive.label);
-            !drive.IsAnswering() && before != m_Known.end())
-        {
-            known.model = before->second.model;
-            known.serial = before->second.serial;
-            known.firmware = before->second.firmware;
-        }
-        // Counts that are not told this time are compared with the next ones.
-        if (const auto before = m_Known.find(drive.label);
-            before != m_Known.end() && IsSameDrive(before->second, known))
-            known.errors.FillFrom(before->second.errors);
-        now.emplace(drive.label, std::move(known));
-    }
-    const std::map<std::string, KnownDrive> before = std::exchange(m_Known, now);
-    if (!std::exchange(m_HasLooked, true))
-        return {};
-
-    const auto findIn = [](const std::map<std::string, KnownDrive>& among, const KnownDrive& drive)
-    {
-        const auto found = std::ranges::find_if(
-            among, [&](const auto& entry)
-            { return !drive.serial.empty() && IsSameDrive(entry.second, drive); });
-        return found == among.end() ? nullptr : &found->second;
-    };
-    Comparison comparison(time);
-    for (const auto& [label, drive] : before)
-        if (!now.contains(label) && findIn(now, drive) == nullptr)
-            comparison.Add(ChangeKind::Gone, drive, StateOf(drive), "gone", "");
-    for (const auto& [label, drive] : now)
-    {
-        const auto old = before.find(label);
-        if (old != before.end() && (IsSameDrive(old->second, drive) || IsNameless(old->second)))
-            comparison.CompareSame(old->second, drive);
-        else if (const KnownDrive* elsewhere = findIn(before, drive);
-                 elsewhere != nullptr && !now.contains(elsewhere->label))
-        {
-            comparison.Add(ChangeKind::Moved, drive, elsewhere->label, label, "");
-            comparison.CompareSame(*elsewhere, drive);
-        }
-        else
-        {
-            const bool isNew = old == before.end();
-            comparison.Add(isNew ? ChangeKind::Added : ChangeKind::Replaced, drive,
-                           isNew ? ""
-                                 : old->second.model + ", serial " + old->second.serial +
-                                       ", firmware " + old->second.firmware,
-                           StateOf(drive), drive.reasons);
-            if (drive.standing == Standing::Trouble)
-                comparison.Add(ChangeKind::Trouble, drive, "", StateOf(drive), drive.reasons);
-        }
-    }
-    return comparison.Take();
+        now.push_back(Remembered(drive, m_Limits));
+    const auto found = FindAgain(IdentitiesOf(now), IdentitiesOf(m_Known));
+    for (std::size_t i = 0; i < now.size(); ++i)
+        if (found[i])
+            CarryOn(m_Known[*found[i]], now[i]);
+    const std::vector<KnownDrive> before = std::exchange(m_Known, now);
+    return std::exchange(m_HasLooked, true) ? Compare(before, now, found, time)
+                                            : std::vector<Change>();
 }
 
 } // namespace Host

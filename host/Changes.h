@@ -2,9 +2,9 @@
 #pragma once
 
 #include "host/Health.h"
+#include "host/Identity.h"
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -23,8 +23,16 @@ struct KnownDrive
     std::string state;               ///< in plain words
     std::string reasons;             ///< of its standing
     std::vector<std::string> causes; ///< of these
+    /// Causes of trouble that came from readings, and that no later reading has ended.
+    std::vector<std::string> unended;
     ErrorCounts errors;
 };
+
+Identity IdentityOf(const KnownDrive& drive);
+
+/// Adds to what is seen of a drive what an earlier look at it told and this one does not: the name
+/// of one that is silent, counts, and trouble that may stand while there are no readings.
+void CarryOn(const KnownDrive& before, KnownDrive& now);
 
 enum class ChangeKind
 {
@@ -54,9 +62,6 @@ struct Change
     bool IsTrouble() const { return kind == ChangeKind::Trouble || kind == ChangeKind::Gone; }
 };
 
-/// Whether all that was wrong with the drive was its silence, and that is over.
-bool HasSpokenAgain(const KnownDrive& before, const KnownDrive& now);
-
 KnownDrive Remembered(const Drive& drive, const Limits& limits);
 
 /// Looks at the drives again and again. For one thread at a time.
@@ -65,16 +70,17 @@ class ChangeFinder
   public:
     explicit ChangeFinder(const Limits& limits) : m_Limits(limits) {}
 
-    /// @return what is different since the last call, by disk number; nothing at the first
+    /// @return what is different since the last call: drives that are gone, then the others by
+    ///         disk number; nothing at the first
     std::vector<Change> Look(const std::vector<Drive>& drives, std::uint64_t time);
 
-    /// The drives of the last look. One that is silent is the one that had its number.
-    std::vector<KnownDrive> Known() const;
+    /// The drives of the last look.
+    const std::vector<KnownDrive>& Known() const { return m_Known; }
 
   private:
     const Limits m_Limits;
     bool m_HasLooked = false;
-    std::map<std::string, KnownDrive> m_Known; ///< by label
+    std::vector<KnownDrive> m_Known;
 };
 
 } // namespace Host

@@ -10,6 +10,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -34,48 +39,66 @@ std::string Count(std::size_t number, const char* what)
     return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
 }
 
-/// The drives that are asked for: the named ones, or all; without the ignored ones.
+/// The drives that are asked for, each once: the named ones, or all; without the ignored ones.
 std::vector<Drive> Chosen(const Options& options, const std::vector<Drive>& drives, Findings& found)
 {
-    std::vector<Drive> chosen;
-    if (options.objects.empty())
-        std::ranges::copy_if(drives, std::back_inserter(chosen),
-                             [&](const Drive& drive) { return !options.IsIgnored(drive.serial); });
+    std::set<const Drive*> named;
     for (const std::string& name : options.objects)
         if (const Drive* drive = Host::FindDrive(Host::ParseObject(name), drives))
-            chosen.push_back(*drive);
+            named.insert(drive);
         else
             found.Add(CheckStatus::Critical, name + " is not there");
+    std::vector<Drive> chosen;
+    for (const Drive& drive : drives)
+        if (options.objects.empty() ? !options.IsIgnored(drive.serial) : named.contains(&drive))
+            chosen.push_back(drive);
     return chosen;
+}
+
+std::string NameOf(const Host::Identity& drive)
+{
+    return drive.IsNameless() ? drive.label
+                              : drive.label + " (" + drive.model + ", serial " + drive.serial + ')';
+}
+
+using Seen = std::optional<std::vector<Host::SeenDrive>>;
+
+/// What an earlier check saw. A file that cannot be read is one finding among the others, and is
+/// left as it is: then there is nothing.
+Seen SeenBefore(const Options& options, Findings& found)
+{
+    try
+    {
+        return options.forget ? std::vector<Host::SeenDrive>() : Host::ReadSeenDrives();
+    }
+    catch (const Host::Failure& failure)
+    {
+        found.Add(CheckStatus::Unknown, failure.what());
+        return std::nullopt;
+    }
 }
 
 /// Compares with what an earlier check saw, and remembers what is seen now. A drive that is gone
 /// stays known until it is forgotten.
-void CompareWithBefore(const Options& options, const std::vector<Drive>& drives, Findings& found)
+void CompareWithBefore(const Options& options, const std::vector<Drive>& drives,
+                       const std::vector<Host::SeenDrive>& seen, Findings& found)
 {
-    std::vector<Host::SeenDrive> seen;
-    if (!options.forget)
-        seen = Host::ReadSeenDrives();
     const Host::SeenChanges changes = Host::CompareWithSeen(drives, seen);
-    for (const std::string& risen : changes.risen)
-        found.Add(CheckStatus::Warning, risen + ", risen since an earlier check");
+    if (!changes.risen.empty())
+        found.Add(CheckStatus::Warning,
+                  Host::Shortened(changes.risen) + ", risen since an earlier check");
+    std::vector<std::string> gone;
+    for (const auto& [identity, errors] : changes.gone)
+        if (!options.IsIgnored(identity.serial))
+            gone.push_back(NameOf(identity));
     // What is not among the named drives is no business of this check.
-    if (options.objects.empty())
-        for (const auto& [identity, errors] : changes.gone)
-            if (!options.IsIgnored(identity.serial))
-                found.Add(CheckStatus::Critical, identity.label + " (" + identity.model +
-                                                     ", serial " + identity.serial +
-                                                     ") is gone since an earlier check");
-    Host::WriteSeenDrives(changes.known);
-}
-
-/// The same. What goes wrong with it is one finding among the others.
-void TryToCompareWithBefore(const Options& options, const std::vector<Drive>& drives,
-                            Findings& found)
-{
+    if (!gone.empty() && options.objects.empty())
+        found.Add(CheckStatus::Critical, Host::Shortened(gone) +
+                                             (gone.size() == 1 ? " is" : " are") +
+                                             " gone since an earlier check");
     try
     {
-        CompareWithBefore(options, drives, found);
+        Host::WriteSeenDrives(changes.known);
     }
     catch (const Host::Failure& failure)
     {
@@ -135,29 +158,11 @@ namespace Host
 namespace
 {
 
-ExitCode CheckDrives(const Options& options, Output& output)
+void AddVerdict(const Options& options, const Verdict& verdict, Findings& found)
 {
-    PluginSession session(options.plugin);
-    const Snapshot snapshot = TakeSnapshot(session);
-    const Limits limits = LimitsInEffect();
-    Findings found;
-    const std::vector<Drive> drives = Chosen(options, snapshot.drives, found);
-    const Verdict verdict = VerdictOf(snapshot.objects, drives, limits);
-
     if (!verdict.troubled.empty())
         found.Add(CheckStatus::Critical, Count(verdict.troubled.size(), "drive") +
                                              " in trouble: " + ListOf(verdict.troubled));
-    TryToCompareWithBefore(options, drives, found);
-    if (options.expected && drives.size() != *options.expected)
-        found.Add(drives.size() < *options.expected ? CheckStatus::Critical : CheckStatus::Warning,
-                  std::to_string(drives.size()) + " of " + std::to_string(*options.expected) +
-                      " expected drives are there");
-    session.Result();
-    for (const Trouble& trouble : session.CurrentTroubles())
-        if (trouble.kind == TroubleKind::Right)
-            found.Add(CheckStatus::Unknown, trouble.line);
-        else if (trouble.kind == TroubleKind::Database)
-            found.Add(CheckStatus::Warning, trouble.line);
     if (!verdict.warned.empty())
         found.Add(CheckStatus::Warning,
                   Count(verdict.warned.size(), "warning") + ": " + ListOf(verdict.warned));
@@ -165,16 +170,58 @@ ExitCode CheckDrives(const Options& options, Output& output)
         found.Add(options.isStrict ? CheckStatus::Unknown : CheckStatus::Ok,
                   Count(verdict.notJudged.size(), "drive") +
                       " not judged: " + ListOf(verdict.notJudged));
-    if (drives.empty() && !options.expected)
+}
+
+void AddNumber(const Options& options, std::size_t drives, Findings& found)
+{
+    if (options.expected && drives != *options.expected)
+        found.Add(drives < *options.expected ? CheckStatus::Critical : CheckStatus::Warning,
+                  std::to_string(drives) + " of " + std::to_string(*options.expected) +
+                      " expected drives are there");
+    if (drives == 0 && !options.expected)
         found.Add(CheckStatus::Unknown, "no drive answers");
-    if (found.Worst() == CheckStatus::Ok)
-        found.Add(CheckStatus::Ok,
-                  Count(verdict.count - verdict.notJudged.size(), "drive") + " well");
+}
+
+/// What goes wrong around the plug-in.
+void AddTroubles(PluginSession& session, Findings& found)
+{
+    session.Result();
+    for (const Trouble& trouble : session.CurrentTroubles())
+        if (trouble.kind == TroubleKind::Right)
+            found.Add(CheckStatus::Unknown, trouble.line);
+        else if (trouble.kind == TroubleKind::Database)
+            found.Add(CheckStatus::Warning, trouble.line);
+}
+
+void AddAdvice(Findings& found)
+{
     found.Advise(CheckStatus::Critical,
                  "back up and replace what fails, put back what is gone or accept "
                  "it with check --forget; tarnisctl show has more");
     found.Advise(CheckStatus::Unknown, "tarnisctl show has more");
     found.Advise(CheckStatus::Warning, "plan a replacement; tarnisctl show has more");
+}
+
+ExitCode CheckDrives(const Options& options, Output& output)
+{
+    PluginSession session(options.plugin);
+    const Snapshot snapshot = TakeSnapshot(session);
+    const Limits limits = LimitsInEffect();
+    Findings found;
+    const Seen seen = SeenBefore(options, found);
+    std::vector<Drive> all = snapshot.drives;
+    NameSilentDrives(all, seen.value_or(std::vector<SeenDrive>()));
+    const std::vector<Drive> drives = Chosen(options, all, found);
+    const Verdict verdict = VerdictOf(snapshot.objects, drives, limits);
+    AddVerdict(options, verdict, found);
+    if (seen)
+        CompareWithBefore(options, drives, *seen, found);
+    AddNumber(options, drives.size(), found);
+    AddTroubles(session, found);
+    if (found.Worst() == CheckStatus::Ok)
+        found.Add(CheckStatus::Ok,
+                  Count(verdict.count - verdict.notJudged.size(), "drive") + " well");
+    AddAdvice(found);
     Print(options, found, &verdict, " | " + PerformanceData(drives, verdict, limits), output);
     return ExitCodeOf(found.Worst());
 }

@@ -1,18 +1,46 @@
 #include "host/DriveChoice.h"
 
+#include "host/Failure.h"
 #include "host/ObjectQuery.h"
+#include "host/SeenDrives.h"
 
 namespace Host
 {
 
-void DriveChoice::Resolve(const std::vector<Drive>& drives)
+namespace
 {
+
+/// Those that an earlier check saw, if it can be told.
+std::vector<SeenDrive> SeenBefore()
+{
+    try
+    {
+        return ReadSeenDrives();
+    }
+    catch (const Failure&)
+    {
+        return {};
+    }
+}
+
+} // namespace
+
+void DriveChoice::Resolve(std::vector<Drive> drives)
+{
+    NameSilentDrives(drives, SeenBefore());
     for (const std::string& name : m_Options.only)
     {
         const ObjectQuery query = ParseObject(name);
         const Drive* drive = FindDrive(query, drives);
-        // A disk that is not there yet may come.
-        m_Only.insert(drive != nullptr ? drive->label : query.word);
+        if (drive == nullptr || drive->serial.empty() || drive->label == query.word)
+            m_Labels.insert(drive != nullptr ? drive->label : query.word);
+        else
+        {
+            m_Serials.insert(drive->serial);
+            m_LabelsOfSerials.insert(drive->label);
+        }
+        if (drive == nullptr) // it may come
+            m_Serials.insert(query.word);
     }
     for (const Drive& drive : drives)
         if (m_Options.IsIgnored(drive.serial))
@@ -21,9 +49,10 @@ void DriveChoice::Resolve(const std::vector<Drive>& drives)
 
 bool DriveChoice::Has(const std::string& label, const std::string& serial) const
 {
-    // Some events, and drives that are silent, tell no serial number.
-    const bool isIgnored = serial.empty() ? m_Ignored.contains(label) : m_Options.IsIgnored(serial);
-    return !isIgnored && (m_Only.empty() || m_Only.contains(label));
+    if (serial.empty() ? m_Ignored.contains(label) : m_Options.IsIgnored(serial))
+        return false;
+    return m_Options.only.empty() || m_Labels.contains(label) ||
+           (serial.empty() ? m_LabelsOfSerials.contains(label) : m_Serials.contains(serial));
 }
 
 bool DriveChoice::Has(const Happening& happening) const

@@ -12,6 +12,8 @@
 namespace Host
 {
 
+/// A drive that is named by its number is whatever has that number. One that is named otherwise is
+/// followed wherever it goes.
 class DriveChoice
 {
   public:
@@ -19,7 +21,7 @@ class DriveChoice
     explicit DriveChoice(const Options& options) : m_Options(options) {}
 
     /// Looks up the names that the user gave. To be called before the others.
-    void Resolve(const std::vector<Drive>& drives);
+    void Resolve(std::vector<Drive> drives);
 
     bool Has(const Drive& drive) const { return Has(drive.label, drive.serial); }
     bool Has(const KnownDrive& drive) const { return Has(drive.label, drive.serial); }
@@ -29,8 +31,11 @@ class DriveChoice
     bool Has(const std::string& label, const std::string& serial) const;
 
     const Options& m_Options;
-    std::set<std::string> m_Only;    ///< labels; empty: all
-    std::set<std::string> m_Ignored; ///< labels of those that are ignored by serial number
+    std::set<std::string> m_Labels;  ///< of drives that are named by number
+    std::set<std::string> m_Serials; ///< of the others
+    // At the start, for what tells no serial number: some events, and drives that are silent.
+    std::set<std::string> m_LabelsOfSerials;
+    std::set<std::string> m_Ignored;
 };
 
 } // namespace Host

@@ -30,6 +30,23 @@ std::optional<std::uint64_t> CountOf(const json& count)
     return count.is_null() ? std::nullopt : std::optional(count.get<std::uint64_t>());
 }
 
+Identity IdentityOf(const Drive& drive)
+{
+    return KeptIdentity(drive.label, drive.model, drive.serial);
+}
+
+std::vector<std::optional<std::size_t>> Find(const std::vector<Drive>& drives,
+                                             const std::vector<SeenDrive>& seen)
+{
+    std::vector<Identity> present;
+    for (const Drive& drive : drives)
+        present.push_back(IdentityOf(drive));
+    std::vector<Identity> remembered;
+    for (const SeenDrive& drive : seen)
+        remembered.push_back(drive.identity);
+    return FindAgain(present, remembered);
+}
+
 SeenDrive DriveOf(const json& entry)
 {
     return {{entry.at("label"), entry.at("model"), entry.at("serial")},
@@ -71,19 +88,12 @@ void WriteSeenDrives(const std::vector<SeenDrive>& drives)
 
 SeenChanges CompareWithSeen(const std::vector<Drive>& drives, const std::vector<SeenDrive>& seen)
 {
-    std::vector<Identity> present;
-    for (const Drive& drive : drives)
-        present.push_back({drive.label, drive.model, drive.serial});
-    std::vector<Identity> remembered;
-    for (const SeenDrive& drive : seen)
-        remembered.push_back(drive.identity);
-    const auto found = FindAgain(present, remembered);
-
+    const auto found = Find(drives, seen);
     SeenChanges changes;
     std::vector<bool> isThere(seen.size(), false);
     for (std::size_t i = 0; i < drives.size(); ++i)
     {
-        SeenDrive now{present[i], drives[i].errors};
+        SeenDrive now{IdentityOf(drives[i]), drives[i].errors};
         if (found[i])
         {
             isThere[*found[i]] = true;
@@ -91,12 +101,10 @@ SeenChanges CompareWithSeen(const std::vector<Drive>& drives, const std::vector<
             for (const std::string& risen : RisenErrors(before.errors, now.errors))
                 changes.risen.push_back(NameOf(drives[i]) + ": " + risen);
             now.errors.FillFrom(before.errors);
-            if (now.identity.serial.empty()) // it is silent, and will have its name again
+            if (now.identity.IsNameless()) // it is silent, and will have its name again
                 now.identity = before.identity;
         }
-        // One that never told its name could not be found again.
-        if (!now.identity.serial.empty())
-            changes.known.push_back(now);
+        changes.known.push_back(now);
     }
     for (std::size_t i = 0; i < seen.size(); ++i)
         if (!isThere[i])
@@ -105,6 +113,17 @@ SeenChanges CompareWithSeen(const std::vector<Drive>& drives, const std::vector<
             changes.known.push_back(seen[i]);
         }
     return changes;
+}
+
+void NameSilentDrives(std::vector<Drive>& drives, const std::vector<SeenDrive>& seen)
+{
+    const auto found = Find(drives, seen);
+    for (std::size_t i = 0; i < drives.size(); ++i)
+        if (found[i] && IdentityOf(drives[i]).IsNameless())
+        {
+            drives[i].model = seen[*found[i]].identity.model;
+            drives[i].serial = seen[*found[i]].identity.serial;
+        }
 }
 
 } // namespace Host

@@ -31,4 +31,7 @@ struct SeenChanges
 
 SeenChanges CompareWithSeen(const std::vector<Drive>& drives, const std::vector<SeenDrive>& seen);
 
+/// Gives drives that do not answer the names by which an earlier check saw them.
+void NameSilentDrives(std::vector<Drive>& drives, const std::vector<SeenDrive>& seen);
+
 } // namespace Host

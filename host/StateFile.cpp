@@ -5,9 +5,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <random>
 #include <system_error>
 
 namespace Host
@@ -20,6 +23,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 
 constexpr int version = 1;
+constexpr std::size_t largest = 16 << 20;
 
 [[noreturn]] void FailWriting(const std::string& path, const std::string& reason)
 {
@@ -28,14 +32,41 @@ constexpr int version = 1;
                                    "--database");
 }
 
-// A text of a drive may hold any bytes.
-std::string Text(const json& content)
+/// @return nothing when it cannot be read
+std::optional<std::string> ReadAll(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string text;
+    char buffer[65536];
+    do
+    {
+        file.read(buffer, sizeof buffer);
+        text.append(buffer, static_cast<std::size_t>(file.gcount()));
+    } while (file && text.size() <= largest);
+    return file.eof() || text.size() > largest ? std::optional(text) : std::nullopt;
+}
+
+/// A name that no other program writes to.
+std::string FreshName(const std::string& path)
+{
+    char suffix[16];
+    std::snprintf(suffix, sizeof suffix, ".%08x", std::random_device()());
+    return path + suffix;
+}
+
+} // namespace
+
+std::string JsonText(const json& content)
 {
     constexpr int indent = 2;
     return content.dump(indent, ' ', true, json::error_handler_t::replace) + "\n";
 }
 
-} // namespace
+std::string KeptText(const std::string& text)
+{
+    const bool isPlain = std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
+    return isPlain ? text : json::parse(JsonText(text)).get<std::string>();
+}
 
 StateFile::StateFile(const std::string& name, const std::string& remedy) : m_Remedy("; " + remedy)
 {
@@ -56,11 +87,12 @@ std::optional<json> StateFile::Read() const
         return std::nullopt;
     if (!fs::is_regular_file(m_Path, error))
         throw Failure(EXIT_PLUGIN, m_Path + " is no regular file" + m_Remedy);
-    std::ifstream file(m_Path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (!file)
+    const std::optional<std::string> text = ReadAll(m_Path);
+    if (!text)
         throw Failure(EXIT_PLUGIN, m_Path + " cannot be read" + m_Remedy);
-    json content = json::parse(text, nullptr, false);
+    if (text->size() > largest)
+        FailContent();
+    json content = json::parse(*text, nullptr, false);
     if (!content.is_object() || !content.contains("version"))
         FailContent();
     if (content["version"] != version)
@@ -73,18 +105,24 @@ void StateFile::Write(json content) const
     if (m_Path.empty())
         return;
     content["version"] = version;
-    const std::string fresh = m_Path + ".new";
+    const std::string fresh = FreshName(m_Path);
     {
         std::ofstream file(fresh, std::ios::binary | std::ios::trunc);
-        file << Text(content);
+        file << JsonText(content);
         file.close();
         if (!file)
+        {
+            std::remove(fresh.c_str());
             FailWriting(m_Path, "the file cannot be written");
+        }
     }
     std::error_code error;
     fs::rename(fresh, m_Path, error);
     if (error)
+    {
+        std::remove(fresh.c_str());
         FailWriting(m_Path, error.message());
+    }
 }
 
 } // namespace Host

@@ -9,6 +9,12 @@
 namespace Host
 {
 
+/// The content as the file has it: what is not UTF-8 becomes U+FFFD.
+std::string JsonText(const nlohmann::json& content);
+
+/// A text as it comes back from the file. What is compared with it has to be so, too.
+std::string KeptText(const std::string& text);
+
 class StateFile
 {
   public:

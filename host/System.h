@@ -32,6 +32,9 @@ void* OpenLibrary(const std::string& path, std::string& reason);
 void* FindSymbol(void* library, const char* name, std::string& reason);
 void CloseLibrary(void* library);
 
+/// Whether a line can be printed on standard error without waiting for its reader.
+bool HasRoomForError();
+
 /// A bell that one thread rings and another sleeps by.
 class Doorbell
 {

@@ -111,6 +111,12 @@ void AddCheck(CLI::App& verb, Options& options)
     verb.add_flag("--strict", options.isStrict, "a drive that cannot be judged is unknown");
     verb.add_flag("--forget", options.forget,
                   "takes the drives that are there now for all of them");
+    verb.callback(
+        [&options]
+        {
+            if (options.forget && !options.objects.empty())
+                throw Host::UsageFailure("check --forget takes all drives, not named ones");
+        });
     verb.add_option("--expect", options.expected, "how many drives there should be")
         ->type_name("N");
     AddIgnore(verb, options);

@@ -131,7 +131,8 @@ ExitCode Watch(const Options& options, Output& output)
         FailWithoutReader();
     const Limits limits = LimitsInEffect();
     DriveChoice choice(options);
-    Alarms alarms(options.alarms, [&](const KnownDrive& drive) { return choice.Has(drive); });
+    Alarms alarms(options.alarms, options.only,
+                  [&](const KnownDrive& drive) { return choice.Has(drive); });
     ChangeInbox inbox(limits,
                       [&](std::vector<KnownDrive> drives) { alarms.Look(std::move(drives)); });
     PluginSession session(options.plugin);

@@ -21,7 +21,7 @@ class Splitter
         for (; m_At < m_Command.size(); ++m_At)
             Take(m_Command[m_At]);
         EndWord();
-        if (m_Words.empty())
+        if (m_Words.empty() || m_Words.front().empty())
             Fail("names no program");
         return m_Words;
     }

@@ -8,12 +8,14 @@
 #include <csignal>
 #include <cstring>
 #include <mutex>
+#include <set>
 #include <string_view>
 #include <system_error>
 #include <thread>
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,7 +26,9 @@ using Host::Variables;
 
 bool IsProgram(const std::string& file)
 {
-    return ::access(file.c_str(), X_OK) == 0;
+    struct stat facts = {};
+    return ::stat(file.c_str(), &facts) == 0 && S_ISREG(facts.st_mode) &&
+           ::access(file.c_str(), X_OK) == 0;
 }
 
 /// Whether the system finds it: by its name alone along PATH.
@@ -47,10 +51,18 @@ bool IsFound(const std::string& program)
 std::vector<std::string> Environment(const Variables& variables)
 {
     std::vector<std::string> all;
+    std::set<std::string> names;
     for (const auto& [name, value] : variables)
-        all.push_back(name + '=' + value); // the first of a name holds
+    {
+        names.insert(name);
+        all.push_back(name + '=' + value);
+    }
     for (char** variable = ::environ; *variable != nullptr; ++variable)
-        all.emplace_back(*variable);
+    {
+        const std::string text = *variable;
+        if (!names.contains(text.substr(0, text.find('='))))
+            all.push_back(text);
+    }
     return all;
 }
 
@@ -143,8 +155,10 @@ struct Process::State
     void Kill()
     {
         const std::lock_guard guard(lock);
-        if (!status)
-            ::kill(-process, SIGKILL);
+        if (status)
+            return;
+        ::kill(-process, SIGKILL);
+        ::kill(process, SIGKILL); // it may have left its group
     }
 };
 

@@ -9,6 +9,7 @@
 #include <dlfcn.h>
 #include <langinfo.h>
 #include <locale.h>
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -79,6 +80,12 @@ void* FindSymbol(void* library, const char* name, std::string& reason)
 void CloseLibrary(void* library)
 {
     ::dlclose(library);
+}
+
+bool HasRoomForError()
+{
+    pollfd error{STDERR_FILENO, POLLOUT, 0};
+    return ::poll(&error, 1, 0) > 0;
 }
 
 Doorbell::Doorbell() : m_Waitable(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))

@@ -110,6 +110,11 @@ void CloseLibrary(void* library)
     FreeLibrary(static_cast<HMODULE>(library));
 }
 
+bool HasRoomForError()
+{
+    return true; // Windows does not tell
+}
+
 // Set by hand, so that several rings are answered at once.
 Doorbell::Doorbell()
     : m_Waitable(reinterpret_cast<std::intptr_t>(CreateEventW(nullptr, TRUE, FALSE, nullptr)))

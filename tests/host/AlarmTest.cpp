@@ -8,6 +8,8 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <optional>
 #include <thread>
 
 #include <sys/stat.h>
@@ -62,13 +64,23 @@ std::string CallsOnce(std::size_t count)
     return calls;
 }
 
+/// What was told stands in a file for each command.
+std::optional<std::string> BookFile()
+{
+    for (const auto& entry : std::filesystem::directory_iterator(testFolder.Path()))
+        if (entry.path().filename().string().starts_with("tarnisctl-watch-"))
+            return entry.path().string();
+    return std::nullopt;
+}
+
 /// A fresh book, settings and script.
 class AlarmVerb : public testing::Test
 {
   protected:
     void SetUp() override
     {
-        std::filesystem::remove(testFolder.File("tarnisctl-watch.json"));
+        while (const auto file = BookFile())
+            std::filesystem::remove(*file);
         testFolder.Write("calls", "");
         testFolder.Write("tarnis.ini", "PollInterval=2\n");
         SetClockAhead(0);
@@ -128,6 +140,49 @@ TEST_F(AlarmVerb, IsToldOnceOfTroubleAndOfItsEnd)
     EXPECT_EQ(again.End(SIGTERM), 0);
 }
 
+// Drives that silence, a missing serial number or another number make hard to know again.
+TEST_F(AlarmVerb, KnowsADriveAgain)
+{
+    const auto nameless = [](json disk)
+    {
+        disk["identify"]["serial"] = "";
+        return disk;
+    };
+    const auto twin = [](json disk)
+    {
+        disk["identify"] = Well(1)["identify"];
+        return disk;
+    };
+    json mute = Well(4);
+    mute["faults"] = {"smart_data"};
+    const json start[] = {nameless(Well(0)), Well(1), twin(Well(2)), Silent(3), Failing(4)};
+    PutMachine({start[0], start[1], start[2], start[3], start[4]});
+    Running watch(Watch({"--exec", NotingScript()}), ShiftedClock());
+    EXPECT_TRUE(Holds(CallsOnce(2), "started trouble disk4\n"));
+    const std::pair<std::vector<json>, std::string> steps[] = {
+        {{nameless(Silent(0)), start[1], start[2], start[3], start[4]}, "started trouble disk0\n"},
+        {{start[0], start[1], start[2], start[3], start[4]}, "ended recovered disk0\n"},
+        {{start[0], start[1], start[2], Well(3), start[4]}, "ended recovered disk3\n"},
+        {{start[0], start[2], Well(3), start[4]}, "started gone disk1\n"},
+        // The number that disk0 leaves is taken by a drive that was there.
+        {{twin(Well(0)), Well(3), start[4]}, "started gone disk0\n"},
+        // Trouble that silence covers is not ended by a drive that speaks without readings.
+        {{twin(Well(0)), Well(3), Silent(4)}, "started trouble disk4\n"},
+        {{twin(Well(0)), Well(3), mute, Silent(7)}, "started trouble disk7\n"},
+        {{twin(Well(0)), Well(3), Failing(4, 50), Silent(7)}, "ended recovered disk4\n"},
+    };
+    std::string expected = CallsOnce(2);
+    long ahead = 0;
+    for (const auto& [disks, call] : steps)
+    {
+        PutMachine(disks);
+        SetClockAhead(ahead += 301); // no page is older
+        expected += call;
+        ASSERT_EQ(CallsOnce(CountLines(expected)), expected);
+    }
+    EXPECT_EQ(watch.End(SIGINT), 0);
+}
+
 TEST_F(AlarmVerb, NeverHoldsUpTheWatch)
 {
     // One at a time for a drive, killed after its time with what it started, and reported.
@@ -157,9 +212,10 @@ TEST_F(AlarmVerb, FailuresAreToldAndLeaveTheTroubleUntold)
     }
     EXPECT_EQ(testFolder.Read("calls"), "started trouble disk0\nstarted trouble disk0\n");
     // A file of the state that is no such file is begun anew.
-    testFolder.Write("tarnisctl-watch.json", R"({"version": 1, "drives": [7]})");
+    ASSERT_TRUE(BookFile());
+    std::ofstream(*BookFile()) << R"({"version": 1, "drives": [7]})";
     Running watch(Watch({"--exec", NotingScript()}));
-    EXPECT_TRUE(Holds(watch.LineWith("tarnisctl-watch.json"), "told once more"));
+    EXPECT_TRUE(Holds(watch.LineWith("tarnisctl-watch-"), "told once more"));
     EXPECT_EQ(CountLines(CallsOnce(3)), 3U);
 }
 
@@ -171,7 +227,8 @@ TEST_F(AlarmVerb, ValuesAreSafeForAShell)
     const std::string script =
         Script("print", "for v in MODEL SERIAL LINE TO TIME_MS; do eval echo $v "
                         "\\\"\\$TARNIS_ALARM_$v\\\" >> calls; done\n");
-    Running watch(Watch({"--exec", "sh -c \"" + script + "\""}));
+    // Values of the watch's own environment are no values of the alarm.
+    Running watch(Watch({"--exec", "sh -c \"" + script + "\""}), {{"TARNIS_ALARM_TO", "nowhere"}});
     const std::string calls = CallsOnce(5);
     for (const char* line : {"MODEL INTEL SSDSC2BB_id__(id);________\n", "SERIAL _S____",
                              "TO failing\n", "LINE drive in "})
@@ -185,6 +242,7 @@ TEST_F(AlarmVerb, CommandsThatCannotRunAreRefused)
     const std::pair<Arguments, std::string> cases[] = {
         {{"--exec", ""}, "the command is empty"},
         {{"--exec", "  "}, "names no program"},
+        {{"--exec", "/tmp"}, "there is no program /tmp"},
         {{"--exec", "echo a | cat"}, "needs a shell for |"},
         {{"--exec", "echo $HOME"}, "needs a shell for $"},
         {{"--exec", "sh -c 'x"}, "a quote that is not closed"},

@@ -44,6 +44,20 @@ json Twin(json disk)
     return disk;
 }
 
+/// A disk whose serial number is no text.
+json Nameless(std::uint32_t number)
+{
+    json disk = Ssd(number, 50);
+    std::string page(512, '\0');
+    page.replace(20, 4,
+                 "\xff"
+                 "S  ");
+    const std::string model = "NIET LSSSD2CBB42G0 7";
+    page.replace(54, model.size(), model);
+    disk["identify"] = testFolder.Write("identify.bin", page);
+    return disk;
+}
+
 json Silent(std::uint32_t number)
 {
     json disk = Support::Disk(number);
@@ -80,6 +94,15 @@ TEST(CheckVerb, OneLineAndItsCode)
         // Two drives of one serial number are two.
         {{well, Ssd(1, 50), Twin(Ssd(2, 50))}, {"--forget"}, 0, "3 drives well"},
         {{well, Twin(Ssd(2, 50))}, {}, 2, "disk1 (INTEL SSDSC2BB240G7, serial SERIAL1) is gone"},
+        {{well, Twin(Ssd(2, 50))}, {"disk0", "HDD0"}, 0, "1 drive well"},
+        {{well, Twin(Ssd(2, 50))}, {"--forget"}, 0, "2 drives well"},
+        // One that is silent keeps its name, and one without a serial number is known all the same.
+        {{well, Silent(2)}, {"--ignore", "SERIAL1"}, 0, "1 drive well"},
+        {{well, Silent(2), Nameless(3)}, {"--forget"}, 2, "disk2 (it does not identify"},
+        {{well, Nameless(3)}, {}, 2, "disk2 is gone since an earlier check"},
+        {{well, Nameless(3)}, {"--forget"}, 0, "1 drive not judged: disk3"},
+        {{well, Nameless(3)}, {}, 0, "1 drive not judged: disk3"},
+        {{well}, {}, 2, "disk3 (INTEL SSDSC2BB240G7, serial S\xEF\xBF\xBD) is gone"},
         {{}, {"--forget"}, 3, "no drive answers"},
     };
     for (const auto& [disks, arguments, exitCode, said] : cases)
@@ -103,7 +126,8 @@ TEST(CheckVerb, OneLineAndItsCode)
     for (const Arguments& wrong :
          {Arguments{"check", "--machine", machine}, Arguments{"check", "--machine", "none"},
           Arguments{"--machine", machine, "check", "--bogus"},
-          Arguments{"check", "--expect", "many"}})
+          Arguments{"check", "--expect", "many"},
+          Arguments{"check", "disk0", "--forget", "--machine", machine}})
         EXPECT_EQ(RunTarnisctl(wrong).exitCode, 3);
     std::filesystem::remove(testFolder.File("tarnisctl-check.json"));
 }
