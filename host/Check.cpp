@@ -212,7 +212,10 @@ ExitCode CheckDrives(const Options& options, Output& output)
     std::vector<Drive> all = snapshot.drives;
     NameSilentDrives(all, seen.value_or(std::vector<SeenDrive>()));
     const std::vector<Drive> drives = Chosen(options, all, found);
-    const Verdict verdict = VerdictOf(snapshot.objects, drives, limits);
+    // An adapter warns of its drives, and these may be left out.
+    const bool isWhole = drives.size() == all.size();
+    const Objects none;
+    const Verdict verdict = VerdictOf(isWhole ? snapshot.objects : none, drives, limits);
     AddVerdict(options, verdict, found);
     if (seen)
         CompareWithBefore(options, drives, *seen, found);

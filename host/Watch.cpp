@@ -99,7 +99,10 @@ std::string StartLine(const Host::Snapshot& start, const Host::DriveChoice& choi
     std::vector<Host::Drive> drives;
     std::ranges::copy_if(start.drives, std::back_inserter(drives),
                          [&](const Host::Drive& drive) { return choice.Has(drive); });
-    const Host::Verdict verdict = Host::VerdictOf(start.objects, drives, limits);
+    // An adapter warns of its drives, and these may be left out.
+    const bool isWhole = drives.size() == start.drives.size();
+    const Host::Objects none;
+    const Host::Verdict verdict = Host::VerdictOf(isWhole ? start.objects : none, drives, limits);
     std::string line = verdict.troubled.empty() ? Host::noMark : Host::troubleMark;
     line += Host::LocalTime(ZKT::Misc::now()) + "  " + Host::VerdictWords(verdict);
     std::vector<std::string> reasons;
