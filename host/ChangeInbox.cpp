@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 #include <utility>
 
 namespace Host
@@ -112,6 +113,33 @@ Happening ChangeInbox::HappeningOf(const PI::CEvent& event)
     return happening;
 }
 
+void ChangeInbox::Add(Change change, std::vector<Happening>& happenings)
+{
+    auto same = std::ranges::find_if(happenings, [&](const Happening& candidate)
+                                     { return TellTheSame(candidate, change); });
+    for (Happening& other : happenings)
+        if (IsCoveredBy(other, change))
+            other.coveredBy = change.kind;
+    if (same == happenings.end())
+        same = happenings.insert(happenings.end(), Happening{});
+    same->change = std::move(change);
+    same->isReminder = false;
+}
+
+/// The plug-in repeats by its events that something stands, not what: that is added.
+void ChangeInbox::CompleteReminders(std::vector<Happening>& happenings) const
+{
+    std::set<std::string> told;
+    for (Happening& happening : happenings)
+        if (happening.isReminder)
+        {
+            const std::string label = "disk" + happening.event->GetPlaceHolder2();
+            happening.change = m_Finder.Reminder(label, happening.event->m_Time);
+            if (!told.insert(label).second)
+                happening.coveredBy = ChangeKind::Reminder;
+        }
+}
+
 void ChangeInbox::Receive()
 {
     std::vector<Happening> happenings;
@@ -119,16 +147,8 @@ void ChangeInbox::Receive()
         happenings.push_back(HappeningOf(event));
     const Snapshot snapshot = TakeSnapshot(*m_Session);
     for (Change& change : m_Finder.Look(snapshot.drives, ZKT::Misc::now()))
-    {
-        auto same = std::ranges::find_if(happenings, [&](const Happening& candidate)
-                                         { return TellTheSame(candidate, change); });
-        for (Happening& other : happenings)
-            other.isCovered = other.isCovered || IsCoveredBy(other, change);
-        if (same == happenings.end())
-            same = happenings.insert(happenings.end(), Happening{});
-        same->change = std::move(change);
-        same->isReminder = false;
-    }
+        Add(std::move(change), happenings);
+    CompleteReminders(happenings);
     m_OnLook(m_Finder.Known());
     m_IsFirstPass = false;
     const std::lock_guard guard(m_Lock);

@@ -30,9 +30,10 @@ struct Happening
     bool isReminder = false;
     /// Whether it came with the first pass, whose reminders tell what stood at the start.
     bool isFirstPass = false;
-    std::optional<Change> change;
-    /// Whether another one tells of it, too: the going of a drive that is replaced or has moved.
-    bool isCovered = false;
+    std::optional<Change> change; ///< of a reminder, what stands
+    /// The kind of another one that tells of it, too: of the going of a drive that is replaced or
+    /// has moved, of further reminders of a drive.
+    std::optional<ChangeKind> coveredBy;
 };
 
 /// Answers the doorbell on the worker's own thread, where no pass runs, and rings on. Outlives the
@@ -66,6 +67,8 @@ class ChangeInbox
     static void Answer(void* inbox, IPLUGINAPI* plugin);
     void Receive();
     Happening HappeningOf(const PI::CEvent& event);
+    static void Add(Change change, std::vector<Happening>& happenings);
+    void CompleteReminders(std::vector<Happening>& happenings) const;
 
     Doorbell m_Bell;
     PluginSession* m_Session = nullptr;

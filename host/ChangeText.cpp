@@ -59,6 +59,7 @@ constexpr KindRow kinds[] = {
     {ChangeKind::ReadingsLost, "readingsLost", "readings lost"},
     {ChangeKind::ReadingsBack, "readingsBack", "readings back"},
     {ChangeKind::ErrorsRose, "errorsRose", "errors rose"},
+    {ChangeKind::Reminder, "reminder", "reminder"},
 };
 
 const KindRow& RowOf(ChangeKind kind)
@@ -121,6 +122,14 @@ void WriteChangeMembers(JsonWriter& json, const Change& change)
     json.Member("from", TextOrNull(change.from));
     json.Member("to", TextOrNull(change.to));
     json.Member("readings", TextOrNull(change.readings));
+    if (!change.replaced)
+        return;
+    json.Key("replaced");
+    json.BeginObject();
+    json.Member("serial", TextOrNull(change.replaced->serial));
+    json.Member("model", TextOrNull(change.replaced->model));
+    json.Member("firmware", TextOrNull(change.replaced->firmware));
+    json.EndObject();
 }
 
 } // namespace Host

@@ -84,6 +84,8 @@ class Comparison
     {
         Add(replaced != nullptr ? ChangeKind::Replaced : ChangeKind::Added, drive,
             replaced != nullptr ? FullName(*replaced) : "", StateOf(drive), drive.reasons);
+        if (replaced != nullptr)
+            m_Changes.back().replaced = *replaced;
         if (drive.standing == Standing::Trouble)
             Add(ChangeKind::Trouble, drive, "", StateOf(drive), drive.reasons);
     }
@@ -93,7 +95,10 @@ class Comparison
         if (before.label != now.label)
             Add(ChangeKind::Moved, now, before.label, now.label, "");
         if (!before.firmware.empty() && before.firmware != now.firmware)
+        {
             Add(ChangeKind::Replaced, now, FullName(before), StateOf(now), now.reasons);
+            m_Changes.back().replaced = before;
+        }
         if (const auto kind = KindOf(before, now))
             Add(*kind, now, StateOf(before), StateOf(now), now.reasons);
         if (const auto risen = RisenErrors(before.errors, now.errors); !risen.empty())
@@ -106,8 +111,10 @@ class Comparison
     void Add(ChangeKind kind, const KnownDrive& drive, std::string from, std::string to,
              std::string readings)
     {
+        if (readings.empty())
+            readings = drive.readings;
         m_Changes.push_back(
-            {kind, drive, std::move(from), std::move(to), std::move(readings), m_Time});
+            {kind, drive, std::move(from), std::move(to), std::move(readings), m_Time, {}});
     }
 
     std::uint64_t m_Time;
@@ -176,15 +183,29 @@ void CarryOn(const KnownDrive& before, KnownDrive& now)
 KnownDrive Remembered(const Drive& drive, const Limits& limits)
 {
     const Judgement judgement = JudgementOf(drive, limits);
-    KnownDrive known{drive.label,       drive.systemName,
-                     drive.model,       drive.serial,
-                     drive.firmware,    judgement.standing,
-                     StateWords(drive), Joined(judgement.reasons),
-                     judgement.causes,  {},
+    KnownDrive known{drive.label,
+                     drive.systemName,
+                     drive.model,
+                     drive.serial,
+                     drive.firmware,
+                     judgement.standing,
+                     StateWords(drive),
+                     Joined(judgement.reasons),
+                     Joined(HealthReadings(drive)),
+                     judgement.causes,
+                     {},
                      drive.errors};
     if (judgement.standing == Standing::Trouble && drive.IsAnswering())
         known.unended = judgement.causes;
     return known;
+}
+
+std::optional<Change> ChangeFinder::Reminder(const std::string& label, std::uint64_t time) const
+{
+    const auto drive = std::ranges::find(m_Known, label, &KnownDrive::label);
+    if (drive == m_Known.end())
+        return std::nullopt;
+    return Change{ChangeKind::Reminder, *drive, "", StateOf(*drive), drive->reasons, time, {}};
 }
 
 std::vector<Change> ChangeFinder::Look(const std::vector<Drive>& drives, std::uint64_t time)

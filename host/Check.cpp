@@ -39,6 +39,19 @@ std::string Count(std::size_t number, const char* what)
     return std::to_string(number) + ' ' + what + (number == 1 ? "" : "s");
 }
 
+/// For an object that is none of the drives. @throws UsageFailure for one that is no drive at all
+void FailOrMiss(const std::string& name, const std::vector<Drive>& drives, Findings& found)
+{
+    const std::string word = Host::ParseObject(name).word;
+    if (word == "plugin" || word == "adapter")
+        throw Host::UsageFailure("check looks at drives; " + word + " is none");
+    std::vector<std::string> labels;
+    for (const Drive& drive : drives)
+        labels.push_back(Host::NameOf(drive));
+    found.Add(CheckStatus::Critical, name + " is not there",
+              "there are " + (labels.empty() ? "none" : Host::Shortened(labels)));
+}
+
 /// The drives that are asked for, each once: the named ones, or all; without the ignored ones.
 std::vector<Drive> Chosen(const Options& options, const std::vector<Drive>& drives, Findings& found)
 {
@@ -47,7 +60,7 @@ std::vector<Drive> Chosen(const Options& options, const std::vector<Drive>& driv
         if (const Drive* drive = Host::FindDrive(Host::ParseObject(name), drives))
             named.insert(drive);
         else
-            found.Add(CheckStatus::Critical, name + " is not there");
+            FailOrMiss(name, drives, found);
     std::vector<Drive> chosen;
     for (const Drive& drive : drives)
         if (options.objects.empty() ? !options.IsIgnored(drive.serial) : named.contains(&drive))
@@ -73,7 +86,8 @@ Seen SeenBefore(const Options& options, Findings& found)
     }
     catch (const Host::Failure& failure)
     {
-        found.Add(CheckStatus::Unknown, failure.what());
+        if (!options.expected) // which needs no file
+            found.Add(CheckStatus::Unknown, failure.what());
         return std::nullopt;
     }
 }
@@ -86,23 +100,26 @@ void CompareWithBefore(const Options& options, const std::vector<Drive>& drives,
     const Host::SeenChanges changes = Host::CompareWithSeen(drives, seen);
     if (!changes.risen.empty())
         found.Add(CheckStatus::Warning,
-                  Host::Shortened(changes.risen) + ", risen since an earlier check");
+                  Host::Shortened(changes.risen) + ", risen since an earlier check",
+                  "back up, and watch whether they rise again");
     std::vector<std::string> gone;
     for (const auto& [identity, errors] : changes.gone)
         if (!options.IsIgnored(identity.serial))
             gone.push_back(NameOf(identity));
     // What is not among the named drives is no business of this check.
     if (!gone.empty() && options.objects.empty())
-        found.Add(CheckStatus::Critical, Host::Shortened(gone) +
-                                             (gone.size() == 1 ? " is" : " are") +
-                                             " gone since an earlier check");
+        found.Add(CheckStatus::Critical,
+                  Host::Shortened(gone) + (gone.size() == 1 ? " is" : " are") +
+                      " gone since an earlier check",
+                  "put back what is gone, or accept it with check --forget");
     try
     {
         Host::WriteSeenDrives(changes.known);
     }
     catch (const Host::Failure& failure)
     {
-        found.Add(CheckStatus::Unknown, failure.what());
+        if (!options.expected) // which needs no file
+            found.Add(CheckStatus::Warning, failure.what());
     }
 }
 
@@ -158,18 +175,24 @@ namespace Host
 namespace
 {
 
+constexpr const char* showHasMore = "tarnisctl show has more";
+
 void AddVerdict(const Options& options, const Verdict& verdict, Findings& found)
 {
     if (!verdict.troubled.empty())
-        found.Add(CheckStatus::Critical, Count(verdict.troubled.size(), "drive") +
-                                             " in trouble: " + ListOf(verdict.troubled));
+        found.Add(CheckStatus::Critical,
+                  Count(verdict.troubled.size(), "drive") +
+                      " in trouble: " + ListOf(verdict.troubled),
+                  std::string("back up and replace what fails, ") + showHasMore);
     if (!verdict.warned.empty())
         found.Add(CheckStatus::Warning,
-                  Count(verdict.warned.size(), "warning") + ": " + ListOf(verdict.warned));
+                  Count(verdict.warned.size(), "warning") + ": " + ListOf(verdict.warned),
+                  std::string("plan a replacement, ") + showHasMore);
     if (!verdict.notJudged.empty())
         found.Add(options.isStrict ? CheckStatus::Unknown : CheckStatus::Ok,
                   Count(verdict.notJudged.size(), "drive") +
-                      " not judged: " + ListOf(verdict.notJudged));
+                      " not judged: " + ListOf(verdict.notJudged),
+                  options.isStrict ? showHasMore : "");
 }
 
 void AddNumber(const Options& options, std::size_t drives, Findings& found)
@@ -177,9 +200,11 @@ void AddNumber(const Options& options, std::size_t drives, Findings& found)
     if (options.expected && drives != *options.expected)
         found.Add(drives < *options.expected ? CheckStatus::Critical : CheckStatus::Warning,
                   std::to_string(drives) + " of " + std::to_string(*options.expected) +
-                      " expected drives are there");
-    if (drives == 0 && !options.expected)
-        found.Add(CheckStatus::Unknown, "no drive answers");
+                      " expected drives are there",
+                  drives < *options.expected ? "tarnisctl show lists those that are there"
+                                             : "expect the new ones, too");
+    if (drives == 0 && !options.expected && options.objects.empty())
+        found.Add(CheckStatus::Unknown, "no drive answers", showHasMore);
 }
 
 /// What goes wrong around the plug-in.
@@ -191,15 +216,6 @@ void AddTroubles(PluginSession& session, Findings& found)
             found.Add(CheckStatus::Unknown, trouble.line);
         else if (trouble.kind == TroubleKind::Database)
             found.Add(CheckStatus::Warning, trouble.line);
-}
-
-void AddAdvice(Findings& found)
-{
-    found.Advise(CheckStatus::Critical,
-                 "back up and replace what fails, put back what is gone or accept "
-                 "it with check --forget; tarnisctl show has more");
-    found.Advise(CheckStatus::Unknown, "tarnisctl show has more");
-    found.Advise(CheckStatus::Warning, "plan a replacement; tarnisctl show has more");
 }
 
 ExitCode CheckDrives(const Options& options, Output& output)
@@ -224,7 +240,6 @@ ExitCode CheckDrives(const Options& options, Output& output)
     if (found.Worst() == CheckStatus::Ok)
         found.Add(CheckStatus::Ok,
                   Count(verdict.count - verdict.notJudged.size(), "drive") + " well");
-    AddAdvice(found);
     Print(options, found, &verdict, " | " + PerformanceData(drives, verdict, limits), output);
     return ExitCodeOf(found.Worst());
 }
@@ -239,12 +254,16 @@ ExitCode Check(const Options& options, Output& output)
     }
     catch (const Failure& failure)
     {
-        // Monitoring systems read standard output.
-        Findings found;
-        found.Add(CheckStatus::Unknown, failure.what());
-        Print(options, found, nullptr, "", output);
-        return CHECK_UNKNOWN;
+        return FailCheck(options, failure.what(), output);
     }
+}
+
+ExitCode FailCheck(const Options& options, const std::string& reason, Output& output)
+{
+    Findings found;
+    found.Add(CheckStatus::Unknown, reason);
+    Print(options, found, nullptr, "", output);
+    return CHECK_UNKNOWN;
 }
 
 } // namespace Host

@@ -2,6 +2,7 @@
 
 #include "host/Failure.h"
 #include "host/ObjectQuery.h"
+#include "host/Output.h"
 #include "host/SeenDrives.h"
 
 namespace Host
@@ -39,8 +40,11 @@ void DriveChoice::Resolve(std::vector<Drive> drives)
             m_Serials.insert(drive->serial);
             m_LabelsOfSerials.insert(drive->label);
         }
-        if (drive == nullptr) // it may come
+        if (drive == nullptr)
+        {
             m_Serials.insert(query.word);
+            Complain("watch --only: there is no " + name + " now; it is watched when it comes");
+        }
     }
     for (const Drive& drive : drives)
         if (m_Options.IsIgnored(drive.serial))

@@ -33,11 +33,10 @@ std::string What(const PI::CEvent& event, bool present)
 namespace Host
 {
 
-std::string EventLine(const PI::CEvent& event, bool present, bool isReminder)
+std::string EventLine(const PI::CEvent& event, bool present)
 {
     std::string line = event.m_Severity >= severityTrouble ? troubleMark : noMark;
-    line += LocalTime(event.m_Time) + "  " + (isReminder ? "reminder, " : "") +
-            What(event, present) + ": ";
+    line += LocalTime(event.m_Time) + "  " + What(event, present) + ": ";
     if (!event.GetPlaceHolder2().empty())
         line += "disk" + Printable(event.GetPlaceHolder2()) + "  ";
     line += Printable(WithoutLeadingBlanks(event.GetSource()));

@@ -12,10 +12,10 @@ namespace Host
 /// One line without its end: when, how bad, what, which drive. Texts of a drive are made safe.
 /// @param present  whether the drive was there once the event had happened: what tells one that
 ///                 came from one that went
-/// @param isReminder  whether it repeats what stood before
-std::string EventLine(const PI::CEvent& event, bool present, bool isReminder);
+std::string EventLine(const PI::CEvent& event, bool present);
 
-/// Its members, without the object around them. "reminder" is there when it is true.
+/// Its members, without the object around them.
+/// @param isReminder  whether it repeats what stood before; "reminder" is there when it is true
 void WriteEventMembers(JsonWriter& json, const PI::CEvent& event, bool present, bool isReminder);
 
 } // namespace Host

@@ -1,5 +1,6 @@
 #include "host/Findings.h"
 
+#include "host/Lists.h"
 #include "host/Text.h"
 
 #include <algorithm>
@@ -37,17 +38,21 @@ const char* NameOf(CheckStatus status)
     }
 }
 
-void Findings::Add(CheckStatus status, const std::string& text)
+void Findings::Add(CheckStatus status, const std::string& text, const std::string& advice)
 {
     const auto place = std::ranges::find_if(m_All, [status](const Finding& finding)
                                             { return finding.status < status; });
-    m_All.insert(place, {status, text});
+    m_All.insert(place, {status, text, advice});
 }
 
-void Findings::Advise(CheckStatus status, const std::string& text)
+std::string Findings::Advice() const
 {
-    if (status == Worst() && m_Advice.empty())
-        m_Advice = text;
+    std::vector<std::string> texts;
+    for (const Finding& finding : m_All)
+        if (finding.status == Worst() && !finding.advice.empty() &&
+            std::ranges::find(texts, finding.advice) == texts.end())
+            texts.push_back(finding.advice);
+    return Joined(texts);
 }
 
 CheckStatus Findings::Worst() const
@@ -60,7 +65,8 @@ std::string Findings::Line() const
     std::string text;
     for (const Finding& finding : m_All)
         text += (text.empty() ? "" : "; ") + finding.text;
-    text = Printable(text + (m_Advice.empty() ? "" : "; " + m_Advice));
+    const std::string advice = Advice();
+    text = Printable(text + (advice.empty() ? "" : "; " + advice));
     std::ranges::replace(text, '|', '/'); // a bar would begin the performance data
     return std::string("TARNIS ") + NameOf(Worst()) + " - " + text;
 }

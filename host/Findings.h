@@ -26,28 +26,26 @@ const char* NameOf(CheckStatus status);
 struct Finding
 {
     CheckStatus status;
-    std::string text; ///< a sentence; texts of a drive stand in it as they are
+    std::string text;   ///< a sentence; texts of a drive stand in it as they are
+    std::string advice; ///< what is to be done about it; empty: the sentence says so
 };
 
 class Findings
 {
   public:
-    void Add(CheckStatus status, const std::string& text);
-
-    /// What is to be done, if this is the worst status.
-    void Advise(CheckStatus status, const std::string& text);
+    void Add(CheckStatus status, const std::string& text, const std::string& advice = "");
 
     CheckStatus Worst() const;
     /// The worst first.
     const std::vector<Finding>& All() const { return m_All; }
-    const std::string& Advice() const { return m_Advice; }
+    /// Of the worst ones, each once.
+    std::string Advice() const;
 
     /// "TARNIS OK - 2 drives well": all of it in one safe line, without its end.
     std::string Line() const;
 
   private:
     std::vector<Finding> m_All;
-    std::string m_Advice;
 };
 
 } // namespace Host

@@ -194,6 +194,16 @@ std::string StateWords(const Drive& drive)
     return words.empty() ? NameOrNumber(Vocabulary::valueNames(), drive.status) : words;
 }
 
+std::vector<std::string> HealthReadings(const Drive& drive)
+{
+    std::vector<std::string> readings;
+    if (drive.reserve)
+        readings.push_back(ReserveText(drive));
+    if (drive.used)
+        readings.push_back(UsedText(drive));
+    return readings;
+}
+
 Judgement JudgementOf(const Drive& drive, const Limits& limits)
 {
     Judgement judgement;

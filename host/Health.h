@@ -74,4 +74,7 @@ struct Judgement
 
 Judgement JudgementOf(const Drive& drive, const Limits& limits);
 
+/// What its readings say of its health, whatever it is: "endurance used 3 % (attribute 233)".
+std::vector<std::string> HealthReadings(const Drive& drive);
+
 } // namespace Host

@@ -190,6 +190,9 @@ Options ParseOptions(const std::vector<std::string>& arguments)
     return options;
 }
 
+namespace
+{
+
 bool IsCheckAsked(const std::vector<std::string>& arguments)
 {
     constexpr std::string_view withValue[] = {"--machine",    "--config-dir", "--database",
@@ -203,6 +206,20 @@ bool IsCheckAsked(const std::vector<std::string>& arguments)
             ++i;
     }
     return false;
+}
+
+} // namespace
+
+std::optional<Options> FormOfCheck(const std::vector<std::string>& arguments)
+{
+    if (!IsCheckAsked(arguments))
+        return std::nullopt;
+    const auto has = [&](const char* option)
+    { return std::ranges::find(arguments, option) != arguments.end(); };
+    Options options;
+    options.json = has("--json");
+    options.isQuiet = has("--quiet");
+    return options;
 }
 
 void ApplyEnvironment(const Options& options)

@@ -57,8 +57,9 @@ struct Options
 /// @throws UsageFailure
 Options ParseOptions(const std::vector<std::string>& arguments);
 
-/// Whether the verb is check, however wrong the rest of the command line is.
-bool IsCheckAsked(const std::vector<std::string>& arguments);
+/// The options of a check by which its answer is printed, however wrong the rest of the command
+/// line is; nothing when the verb is another one.
+std::optional<Options> FormOfCheck(const std::vector<std::string>& arguments);
 
 /// Sets the environment variables that the plug-in and its libraries read when they are loaded.
 void ApplyEnvironment(const Options& options);

@@ -85,7 +85,7 @@ void AddAlarms(CLI::App& verb, Host::AlarmOptions& alarms)
             "--remind",
             [&alarms](const std::string& text)
             { alarms.remindSeconds = text == "0" ? 0 : Host::ParseSeconds("--remind", text); },
-            "runs it again while the same trouble stands; default: 24h; 0: never")
+            "runs it again while the same trouble stands; default: 24h; 0: only once")
         ->type_name("TIME")
         ->needs(command);
 }

@@ -6,6 +6,8 @@
 #include "host/Options.h"
 #include "host/Output.h"
 
+#include <string>
+
 namespace Host
 {
 
@@ -13,6 +15,8 @@ ExitCode Show(const Options& options, Output& output);
 ExitCode Get(const Options& options, Output& output);
 ExitCode Set(const Options& options, Output& output);
 ExitCode Check(const Options& options, Output& output);
+/// The answer of a check that cannot be done: monitoring systems read standard output.
+ExitCode FailCheck(const Options& options, const std::string& reason, Output& output);
 ExitCode Watch(const Options& options, Output& output);
 ExitCode Explain(const Options& options, Output& output);
 

@@ -1,5 +1,7 @@
 #include "host/VerdictJson.h"
 
+#include <algorithm>
+
 namespace Host
 {
 
@@ -41,7 +43,9 @@ void WriteVerdict(JsonWriter& json, const Verdict& verdict)
     json.Member("otherInTrouble",
                 verdict.other == nullptr ? std::nullopt : std::optional(WordOf(*verdict.other)));
     json.Member("drives", verdict.count);
-    json.Member("judged", verdict.count - verdict.notJudged.size());
+    const auto silent = static_cast<std::size_t>(std::ranges::count_if(
+        verdict.troubled, [](const auto& judged) { return !judged.drive->IsAnswering(); }));
+    json.Member("judged", verdict.count - verdict.notJudged.size() - silent);
     WriteList(json, "inTrouble", verdict.troubled, "reasons", &Judgement::reasons);
     WriteList(json, "warnings", verdict.warned, "reasons", &Judgement::reasons);
     WriteList(json, "notJudged", verdict.notJudged, "reasons", &Judgement::reasons);

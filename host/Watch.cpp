@@ -12,11 +12,13 @@
 #include "host/ShowText.h"
 #include "host/Topology.h"
 #include "host/Verbs.h"
-#include "host/Verdict.h"
+#include "host/VerdictJson.h"
 #include "host/Wakeup.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -52,31 +54,45 @@ bool WriteLine(const std::string& line, const Wakeup& wakeup, Host::Output& outp
 /// One line for people; empty for what another line has told, or the verdict at the start.
 std::string LineOf(const Host::Happening& happening)
 {
-    if (happening.change)
-        return Host::ChangeLine(*happening.change) + '\n';
-    if (happening.isCovered || (happening.isReminder && happening.isFirstPass))
+    if (happening.coveredBy || (happening.isReminder && happening.isFirstPass))
         return {};
-    return Host::EventLine(*happening.event, happening.present, happening.isReminder) + '\n';
+    return (happening.change ? Host::ChangeLine(*happening.change)
+                             : Host::EventLine(*happening.event, happening.present)) +
+           '\n';
 }
 
-/// One line for programs. The plug-in's events keep their members; those of a change stand behind
-/// them.
-std::string JsonLineOf(const Host::Happening& happening)
+/// One line for programs. @param write  writes its members but for the moment
+std::string JsonLine(std::uint64_t time, const std::function<void(Host::JsonWriter&)>& write)
 {
     using Host::JsonWriter;
     std::string line;
     JsonWriter json([&line](std::string_view text) { line += text; }, JsonWriter::Layout::OneLine);
     json.BeginDocument();
-    if (happening.event)
-        Host::WriteEventMembers(json, *happening.event, happening.present, happening.isReminder);
-    if (happening.change)
-        Host::WriteChangeMembers(json, *happening.change);
-    if (!happening.event)
-        json.Member("time", Host::IsoTime(happening.change->time));
-    json.Member("timeMs", happening.change ? happening.change->time : happening.event->m_Time);
+    write(json);
+    json.Member("timeIso", Host::IsoTime(time));
+    json.Member("timeMs", time);
     json.EndObject();
     json.Finish();
     return line;
+}
+
+/// The plug-in's events keep their members; those of a change stand behind them.
+std::string JsonLineOf(const Host::Happening& happening)
+{
+    const std::uint64_t time = happening.change ? happening.change->time : happening.event->m_Time;
+    return JsonLine(time,
+                    [&](Host::JsonWriter& json)
+                    {
+                        if (happening.event)
+                            Host::WriteEventMembers(json, *happening.event, happening.present,
+                                                    happening.isReminder);
+                        else
+                            json.Member("time", Host::IsoTime(time));
+                        if (happening.change)
+                            Host::WriteChangeMembers(json, *happening.change);
+                        if (happening.coveredBy)
+                            json.Member("partOf", Host::KindName(*happening.coveredBy));
+                    });
 }
 
 /// @return false when the watch is to end
@@ -92,36 +108,67 @@ bool Print(const std::vector<Host::Happening>& happenings, const Host::DriveChoi
         });
 }
 
-/// How things stand at the start, in one line.
-std::string StartLine(const Host::Snapshot& start, const Host::DriveChoice& choice,
-                      const Host::Limits& limits)
+/// The drives at the start that the user wants to hear of, judged.
+class Start
 {
-    std::vector<Host::Drive> drives;
-    std::ranges::copy_if(start.drives, std::back_inserter(drives),
-                         [&](const Host::Drive& drive) { return choice.Has(drive); });
-    // An adapter warns of its drives, and these may be left out.
-    const bool isWhole = drives.size() == start.drives.size();
-    const Host::Objects none;
-    const Host::Verdict verdict = Host::VerdictOf(isWhole ? start.objects : none, drives, limits);
-    std::string line = verdict.troubled.empty() ? Host::noMark : Host::troubleMark;
-    line += Host::LocalTime(ZKT::Misc::now()) + "  " + Host::VerdictWords(verdict);
-    std::vector<std::string> reasons;
-    for (const Host::JudgedDrive& judged : verdict.troubled)
-        reasons.push_back(Host::DriveReasons(judged));
-    for (const Host::JudgedDrive& judged : verdict.warned)
-        reasons.push_back("warning, " + Host::DriveReasons(judged));
-    return line + (reasons.empty() ? "" : ": ") + Host::Joined(reasons) + '\n';
-}
+  public:
+    Start(const Host::Snapshot& snapshot, const Host::DriveChoice& choice,
+          const Host::Limits& limits)
+        : m_Snapshot(snapshot)
+    {
+        std::ranges::copy_if(snapshot.drives, std::back_inserter(m_Drives),
+                             [&](const Host::Drive& drive) { return choice.Has(drive); });
+        // An adapter warns of its drives, and these may be left out.
+        const bool isWhole = m_Drives.size() == snapshot.drives.size();
+        m_Verdict = Host::VerdictOf(isWhole ? snapshot.objects : m_None, m_Drives, limits);
+    }
 
-void TellStart(const Host::Snapshot& start)
-{
-    std::string interval;
-    for (const PI::CObject& object : start.objects)
-        if (const auto* property = Host::FindProperty(object, PI::PROP_POLL_INTERVAL))
-            interval = " every " + Host::ShortValueText(*property);
-    std::fprintf(stderr, "watching %zu drive%s%s, Ctrl-C ends it\n", start.drives.size(),
-                 start.drives.size() == 1 ? "" : "s", interval.c_str());
-}
+    /// How things stand, in one line.
+    std::string Line() const
+    {
+        std::string line = m_Verdict.troubled.empty() ? Host::noMark : Host::troubleMark;
+        line += Host::LocalTime(ZKT::Misc::now()) + "  " + Host::VerdictWords(m_Verdict);
+        std::vector<std::string> reasons;
+        const auto add = [&](const char* word, const std::vector<Host::JudgedDrive>& drives)
+        {
+            for (const Host::JudgedDrive& judged : drives)
+                reasons.push_back(word + Host::DriveReasons(judged));
+        };
+        add("", m_Verdict.troubled);
+        add("warning, ", m_Verdict.warned);
+        add("not judged, ", m_Verdict.notJudged);
+        return line + (reasons.empty() ? "" : ": ") + Host::Joined(reasons) + '\n';
+    }
+
+    std::string Json() const
+    {
+        const std::uint64_t now = ZKT::Misc::now();
+        return JsonLine(now,
+                        [&](Host::JsonWriter& json)
+                        {
+                            json.Member("time", Host::IsoTime(now));
+                            json.Member("kind", "start");
+                            Host::WriteVerdict(json, m_Verdict);
+                        });
+    }
+
+    /// What a person sees who looks at the terminal.
+    void Tell() const
+    {
+        std::string interval;
+        for (const PI::CObject& object : m_Snapshot.objects)
+            if (const auto* property = Host::FindProperty(object, PI::PROP_POLL_INTERVAL))
+                interval = " every " + Host::ShortValueText(*property);
+        std::fprintf(stderr, "watching %zu drive%s%s, Ctrl-C ends it\n", m_Drives.size(),
+                     m_Drives.size() == 1 ? "" : "s", interval.c_str());
+    }
+
+  private:
+    const Host::Snapshot& m_Snapshot;
+    const Host::Objects m_None;
+    std::vector<Host::Drive> m_Drives;
+    Host::Verdict m_Verdict;
+};
 
 } // namespace
 
@@ -139,19 +186,18 @@ ExitCode Watch(const Options& options, Output& output)
     ChangeInbox inbox(limits,
                       [&](std::vector<KnownDrive> drives) { alarms.Look(std::move(drives)); });
     PluginSession session(options.plugin);
-    const Snapshot start = TakeSnapshot(session);
+    const Snapshot snapshot = TakeSnapshot(session);
     const Wakeup wakeup(inbox.Bell(), output, options.watchSeconds);
-    choice.Resolve(start.drives);
-    inbox.Watch(session, start);
+    choice.Resolve(snapshot.drives);
+    inbox.Watch(session, snapshot);
     if (ZKT::Threading::CThread::HasCreateFailed())
         throw Failure(EXIT_PLUGIN, "nothing is watched: the system gave no thread; end other "
                                    "programs, or raise the limit of processes");
+    const Start start(snapshot, choice, limits);
     if (!options.json)
-    {
-        TellStart(start);
-        if (!WriteLine(StartLine(start, choice, limits), wakeup, output))
-            return session.Result();
-    }
+        start.Tell();
+    if (!WriteLine(options.json ? start.Json() : start.Line(), wakeup, output))
+        return session.Result();
     for (;;)
         switch (wakeup.WaitForInbox())
         {

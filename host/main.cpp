@@ -5,6 +5,7 @@
 #include "host/Output.h"
 #include "host/System.h"
 #include "host/VerbTable.h"
+#include "host/Verbs.h"
 
 #include <cstdio>
 #include <exception>
@@ -25,6 +26,25 @@ Host::ExitCode Answer(const Host::Options& options, Host::Output& output)
 
 } // namespace
 
+/// @throws what goes wrong, but for that of a check, which tells it as its answer
+Host::ExitCode Run(const std::vector<std::string>& arguments, Host::Output& output)
+{
+    try
+    {
+        const Host::Options options = Host::ParseOptions(arguments);
+        output.SetColour(options.colour);
+        Host::ApplyEnvironment(options);
+        return Answer(options, output);
+    }
+    catch (const Host::UsageFailure& failure)
+    {
+        const auto check = Host::FormOfCheck(arguments);
+        if (!check)
+            throw;
+        return Host::FailCheck(*check, failure.what(), output);
+    }
+}
+
 int main(int argc, char** argv)
 {
     // Whatever fails, check does not know the state of the drives.
@@ -38,12 +58,9 @@ int main(int argc, char** argv)
             ZKT::Misc::KeepToAscii();
         Host::Output output;
         const std::vector<std::string> arguments = Host::Arguments(argc, argv);
-        if (Host::IsCheckAsked(arguments))
+        if (Host::FormOfCheck(arguments))
             unknown = Host::CHECK_UNKNOWN;
-        const Host::Options options = Host::ParseOptions(arguments);
-        output.SetColour(options.colour);
-        Host::ApplyEnvironment(options);
-        const Host::ExitCode result = Answer(options, output);
+        const Host::ExitCode result = Run(arguments, output);
         output.Close();
         return result;
     }

@@ -123,12 +123,19 @@ TEST(CheckVerb, OneLineAndItsCode)
     EXPECT_TRUE(Holds(both.out, "check.json does not hold what is kept there; check --forget"))
         << both.out;
     const std::string machine = PutMachine({well});
+    EXPECT_EQ(RunTarnisctl({"check", "--expect", "1", "--machine", machine}).exitCode, 0);
     for (const Arguments& wrong :
          {Arguments{"check", "--machine", machine}, Arguments{"check", "--machine", "none"},
           Arguments{"--machine", machine, "check", "--bogus"},
           Arguments{"check", "--expect", "many"},
-          Arguments{"check", "disk0", "--forget", "--machine", machine}})
-        EXPECT_EQ(RunTarnisctl(wrong).exitCode, 3);
+          Arguments{"check", "disk0", "--forget", "--machine", machine},
+          Arguments{"check", "adapter", "--machine", machine}})
+    {
+        const Outcome outcome = RunTarnisctl(wrong);
+        EXPECT_EQ(outcome.exitCode, 3);
+        EXPECT_TRUE(outcome.out.starts_with("TARNIS UNKNOWN - ")) << outcome.out;
+    }
+    EXPECT_EQ(RunTarnisctl({"check", "--quiet", "--bogus"}).out, "");
     std::filesystem::remove(testFolder.File("tarnisctl-check.json"));
 }
 

@@ -184,8 +184,11 @@ class JsonSchema(unittest.TestCase):
         self.addCleanup(watch.wait)
         self.addCleanup(watch.stdout.close)
         self.addCleanup(watch.terminate)
-        # What stands at the start is told as a reminder.
-        self.assertTrue(self.told(watch.stdout.readline().decode(), "happening")["reminder"])
+        # What stands at the start is told, and by the plug-in as a reminder.
+        start = self.told(watch.stdout.readline().decode(), "happening")
+        self.assertEqual([one["label"] for one in start["verdict"]["inTrouble"]], ["disk0"])
+        reminder = self.told(watch.stdout.readline().decode(), "happening")
+        self.assertEqual((reminder["reminder"], reminder["kind"], reminder["trouble"]), (True, "reminder", True))
         for disks, kind in steps:
             self.machine(worn, *disks)
             told = {}
