@@ -46,14 +46,44 @@ std::size_t EditDistance(std::string_view a, std::string_view b)
     return row.back();
 }
 
+/// Whether the text is what some of the name's words begin with: POWER HOU in POWER_HOURS_TOTAL.
+bool IsPartOf(const std::string& wanted, std::string_view name)
+{
+    constexpr std::size_t least = 3;
+    if (wanted.size() < least)
+        return false;
+    for (std::size_t at = 0; at < name.size(); ++at)
+        if ((at == 0 || std::string_view(" -_").find(name[at - 1]) != std::string_view::npos) &&
+            Host::NormalName(name.substr(at)).starts_with(wanted))
+            return true;
+    return false;
+}
+
+/// How far a name is from what was typed, in its normal form; nothing for one that is not similar.
+std::optional<std::size_t> Distance(const std::string& wanted, std::string_view name)
+{
+    constexpr std::size_t shortWord = 4; // many others are one letter away from it
+    const std::string candidate = Host::NormalName(name);
+    if (wanted.empty() || candidate.empty())
+        return std::nullopt;
+    const std::size_t tolerated = std::max<std::size_t>(wanted.size() / 4, 1);
+    const std::size_t distance = EditDistance(wanted, candidate);
+    const bool isMistyped =
+        distance <= tolerated && (wanted.size() > shortWord || wanted[0] == candidate[0]);
+    // Half a name is as good a hint as a mistyped one.
+    if (IsPartOf(wanted, name))
+        return std::min(distance, tolerated);
+    return isMistyped ? std::optional(distance) : std::nullopt;
+}
+
 } // namespace
 
 namespace Host
 {
 
-const std::array<NameTable, 8>& NameTables()
+const std::array<NameTable, 9>& NameTables()
 {
-    static const std::array<NameTable, 8> tables{{
+    static const std::array<NameTable, 9> tables{{
         {"errors", "ERR_", Vocabulary::errorNames},
         {"operations", "OP_", Vocabulary::operationNames},
         properties,
@@ -136,22 +166,10 @@ std::vector<std::string> SimilarNames(std::string_view typed, const std::vector<
 {
     constexpr std::size_t most = 3;
     const std::string wanted = NormalName(typed);
-    if (wanted.empty())
-        return {};
-    const std::size_t tolerated = std::max<std::size_t>(wanted.size() / 3, 1);
     std::vector<std::pair<std::size_t, std::string>> close;
     for (const std::string& name : names)
-    {
-        const std::string candidate = NormalName(name);
-        if (candidate.empty())
-            continue;
-        std::size_t distance = EditDistance(wanted, candidate);
-        // Half a name is as good a hint as a mistyped one.
-        if (wanted.size() >= 3 && candidate.find(wanted) != std::string::npos)
-            distance = std::min(distance, tolerated);
-        if (distance <= tolerated)
-            close.emplace_back(distance, name);
-    }
+        if (const auto distance = Distance(wanted, name))
+            close.emplace_back(*distance, name);
     std::stable_sort(close.begin(), close.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<std::string> similar;
