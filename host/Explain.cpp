@@ -2,14 +2,15 @@
 #include "host/JsonWriter.h"
 #include "host/Meanings.h"
 #include "host/Names.h"
+#include "host/SmartNames.h"
 #include "host/Text.h"
 #include "host/Verbs.h"
+#include "host/Words.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace
@@ -18,16 +19,28 @@ namespace
 using Host::JsonWriter;
 using Host::NameTable;
 
+/// A line of a table, or a word.
 struct Row
 {
-    const NameTable* table;
+    const NameTable* table; ///< null for a word
     int number;
     std::string name;
+    std::string meaning; ///< empty when there is no more to say
 
     /// A view mask has all 32 bits and no sign.
     std::string NumberText() const { return std::to_string(static_cast<std::uint32_t>(number)); }
-    std::string_view Meaning() const { return Host::MeaningOf(*table, number); }
 };
+
+std::string MeaningText(const NameTable& table, int number)
+{
+    std::string text(Host::MeaningOf(table, number));
+    if (table.rows != Host::SmartNames)
+        return text;
+    const std::string failure = Host::SmartFailure(static_cast<std::uint8_t>(number));
+    if (!failure.empty())
+        text += (text.empty() ? "" : " ") + ("At its threshold: " + failure + '.');
+    return text;
+}
 
 // What was typed, as it is compared with the rows of one table.
 class Query
@@ -44,7 +57,10 @@ class Query
         if (m_IsEmpty)
             return true;
         if (m_Number)
-            return *m_Number == static_cast<std::uint32_t>(row.number) || IsBit(row);
+            return row.table != nullptr &&
+                   (*m_Number == static_cast<std::uint32_t>(row.number) || IsBit(row));
+        if (row.table == nullptr)
+            return Host::NormalName(row.name) == m_Name;
         // Programs know a name by its prefix: ERR_GENERAL is the error, not the rest.
         return Host::IsNameOf(*row.table, row.number, row.name, m_Name);
     }
@@ -67,21 +83,27 @@ class Query
 std::vector<Row> Select(const Query& query)
 {
     std::vector<Row> found;
+    const auto take = [&](const Row& row)
+    {
+        if (query.Matches(row))
+            found.push_back(row);
+    };
     for (const NameTable& table : Host::NameTables())
         for (const auto& [number, name] : table.rows())
-            if (const Row row{&table, number, name}; query.Matches(row))
-                found.push_back(row);
+            take({&table, number, name, MeaningText(table, number)});
+    for (const Host::Word& word : Host::Words())
+        take({nullptr, 0, std::string(word.text), std::string(word.meaning)});
     return found;
 }
 
 [[noreturn]] void FailUnknown(const std::string& query)
 {
     if (Host::ParseNumber(query))
-        throw Host::Failure(Host::EXIT_USAGE, "no table of the vocabulary has number " + query);
+        throw Host::Failure(Host::EXIT_USAGE, "there is no number " + query + " to explain");
     std::vector<std::string> names;
     for (const Row& row : Select(Query("")))
         names.push_back(row.name);
-    throw Host::Failure(Host::EXIT_USAGE, "no table of the vocabulary has '" + query + "'" +
+    throw Host::Failure(Host::EXIT_USAGE, "there is no '" + query + "' to explain" +
                                               Host::DidYouMean(Host::SimilarNames(query, names)));
 }
 
@@ -89,45 +111,66 @@ std::vector<Row> Select(const Query& query)
 /// @param text  that stands at a number; one that is empty is left out
 /// @param keepsEmpty  whether a table without rows stays
 void WriteTables(JsonWriter& json, const std::vector<Row>& rows, bool keepsEmpty,
-                 std::string_view (*text)(const Row&))
+                 const std::string Row::*text)
 {
     for (const NameTable& table : Host::NameTables())
     {
         const auto isTold = [&](const Row& row)
-        { return row.table == &table && (keepsEmpty || !text(row).empty()); };
+        { return row.table == &table && (keepsEmpty || !(row.*text).empty()); };
         if (!keepsEmpty && std::ranges::none_of(rows, isTold))
             continue;
         json.Key(table.name);
         json.BeginObject();
         for (const Row& row : rows)
             if (isTold(row))
-                json.Member(row.NumberText(), text(row));
+                json.Member(row.NumberText(), row.*text);
         json.EndObject();
     }
 }
 
-/// Numbers and their names by table, and what they mean in the same form.
+void WriteWords(JsonWriter& json, const std::vector<Row>& rows)
+{
+    json.Key("words");
+    json.BeginObject();
+    for (const Row& row : rows)
+        if (row.table == nullptr)
+            json.Member(row.name, row.meaning);
+    json.EndObject();
+}
+
+/// Numbers and their names by table, what they mean in the same form, and words with their meaning.
 void WriteJson(const std::vector<Row>& rows, Host::Output& output)
 {
     JsonWriter json(output);
     json.BeginDocument();
-    WriteTables(json, rows, true, [](const Row& row) { return std::string_view(row.name); });
-    const auto meaning = [](const Row& row) { return row.Meaning(); };
-    if (std::ranges::any_of(rows, [&](const Row& row) { return !meaning(row).empty(); }))
+    WriteTables(json, rows, true, &Row::name);
+    WriteWords(json, rows);
+    if (std::ranges::any_of(rows, [](const Row& row)
+                            { return row.table != nullptr && !row.meaning.empty(); }))
     {
         json.Key("meaning");
         json.BeginObject();
-        WriteTables(json, rows, false, meaning);
+        WriteTables(json, rows, false, &Row::meaning);
         json.EndObject();
     }
     json.EndObject();
     json.Finish();
 }
 
+constexpr std::size_t tableColumns = 12;
+
+/// The first line of a row.
+std::string Head(const Row& row, std::size_t numberColumns)
+{
+    if (row.table == nullptr)
+        return Host::PadRight("words", tableColumns) + row.name;
+    return Host::PadRight(row.table->name, tableColumns) +
+           Host::PadRight(row.NumberText(), numberColumns) + (row.name.empty() ? "-" : row.name);
+}
+
 /// @param columns  where the lines of a meaning are broken; 0 leaves the meanings out
 std::string Lines(const std::vector<Row>& rows, std::size_t columns)
 {
-    constexpr std::size_t tableColumns = 12;
     std::size_t numberColumns = 7;
     for (const Row& row : rows)
         numberColumns = std::max(numberColumns, row.NumberText().size() + 2);
@@ -135,12 +178,10 @@ std::string Lines(const std::vector<Row>& rows, std::size_t columns)
     std::string text;
     for (const Row& row : rows)
     {
-        const std::string line = Host::PadRight(row.table->name, tableColumns) +
-                                 Host::PadRight(row.NumberText(), numberColumns) +
-                                 (row.name.empty() ? "-" : row.name);
+        const std::string line = Head(row, numberColumns);
         text += (columns == 0 ? line : Host::Wrapped(line, columns, indent)) + "\n";
-        if (const std::string_view meaning = row.Meaning(); columns != 0 && !meaning.empty())
-            text += Host::Wrapped(indent + std::string(meaning), columns, indent) + "\n";
+        if (columns != 0 && !row.meaning.empty())
+            text += Host::Wrapped(indent + row.meaning, columns, indent) + "\n";
     }
     return text;
 }

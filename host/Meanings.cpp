@@ -3,6 +3,7 @@
 #include "vocabulary/Identifiers.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace Host
 {
@@ -41,6 +42,14 @@ constexpr std::string_view TableOf(PI::_UNITS)
 constexpr std::string_view TableOf(View)
 {
     return "views";
+}
+
+enum Attribute : std::uint8_t
+{
+};
+constexpr std::string_view TableOf(Attribute)
+{
+    return "attributes";
 }
 
 struct Meaning

@@ -1,6 +1,7 @@
 #include "host/Names.h"
 
 #include "host/Lists.h"
+#include "host/SmartNames.h"
 
 #include <algorithm>
 #include <cctype>
@@ -92,6 +93,7 @@ const std::array<NameTable, 9>& NameTables()
         {"objectTypes", "OBJECT_", Vocabulary::objectTypeNames},
         {"units", "UNIT_", Vocabulary::unitNames},
         {"views", "VIEW_", ViewNames},
+        {"attributes", "SMART_", SmartNames},
     }};
     return tables;
 }

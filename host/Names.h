@@ -33,7 +33,7 @@ struct NameTable
     const Vocabulary::NameMap& (*rows)();
 };
 
-const std::array<NameTable, 8>& NameTables();
+const std::array<NameTable, 9>& NameTables();
 
 /// Decimal or 0x, all of the text.
 std::optional<std::uint64_t> ParseNumber(std::string_view text);

@@ -38,6 +38,18 @@ std::string SmartName(std::uint8_t id)
     return row == nullptr ? "" : row->name;
 }
 
+const Vocabulary::NameMap& SmartNames()
+{
+    static const Vocabulary::NameMap names = []
+    {
+        Vocabulary::NameMap map;
+        for (const SmartNameRow& row : rows)
+            map.emplace(row.id, row.name);
+        return map;
+    }();
+    return names;
+}
+
 std::string SmartFailure(std::uint8_t id)
 {
     const SmartNameRow* row = FindRow(id);

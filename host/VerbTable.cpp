@@ -126,7 +126,7 @@ void AddExplain(CLI::App& verb, Options& options)
 {
     verb.add_option("NUMBER|NAME", options.query,
                     "what to explain, with or without ERR_, VAL_ ...");
-    verb.add_flag("--all", options.all, "the whole vocabulary, a line each");
+    verb.add_flag("--all", options.all, "all that there is, a line each");
     verb.callback(
         [&options]
         {
@@ -258,18 +258,21 @@ that were seen are kept beside the database (tarnisctl-check.json).
      .run = Host::Check},
     {.name = "explain",
      .arguments = "NUMBER|NAME|--all",
-     .summary = "what a number or name of the vocabulary means",
+     .summary = "what a number, a name or a word of the output means",
      .purpose = R"(
-Tells the name of a number, or the number of a name, and what it means. No
-plug-in is needed.
+Tells the name of a number, or the number of a name, and what it means: numbers
+and names of the plug-in, SMART attributes, states, changes and labels that this
+program prints. No plug-in is needed.
 )",
      .examples = R"(
   tarnisctl explain 20001
   tarnisctl explain AVAILABLE_SMART --json
+  tarnisctl explain failing
+  tarnisctl explain 197
 )",
      .exitCodes = R"(
   0  done
-  1  wrong usage, or the vocabulary has no such number or name
+  1  wrong usage, or there is no such number, name or word
   3  the output could not be written
 )",
      .addArguments = AddExplain,
