@@ -1,8 +1,10 @@
 #include "host/ObjectQuery.h"
 
 #include "host/Failure.h"
+#include "host/Lists.h"
 #include "host/Names.h"
 #include "host/Topology.h"
+#include "host/Words.h"
 
 #include <algorithm>
 #include <cctype>
@@ -29,10 +31,35 @@ bool IsDiskWord(const std::string& word)
 }
 
 /// What a mistyped word may have been.
-std::vector<std::string> Words(const std::string& word)
+std::vector<std::string> ObjectWords(const std::string& word)
 {
     const std::string number = word.substr(word.find_last_not_of("0123456789") + 1);
     return {"plugin", "adapter", std::string(diskWord) + (number.empty() ? "0" : number)};
+}
+
+/// A name that the system gives a drive; empty where no drive has one.
+std::string ExampleOfName(const std::vector<Host::Drive>& drives)
+{
+    const auto named = std::ranges::find_if(drives, [](const Host::Drive& drive)
+                                            { return !drive.systemName.empty(); });
+    return named == drives.end() ? "" : "a name such as " + named->systemName + ", ";
+}
+
+/// @param found  the first drive that the query stands for
+/// @throws Failure when its serial number stands for others as well
+void CheckUnique(const Host::ObjectQuery& query, const Host::Drive& found,
+                 const std::vector<Host::Drive>& drives)
+{
+    if (found.label == query.word || found.systemName == query.word)
+        return;
+    std::vector<std::string> names;
+    for (const Host::Drive& drive : drives)
+        if (Folded(drive.serial) == Folded(query.word))
+            names.push_back(NameOf(drive));
+    if (names.size() > 1)
+        throw Host::UsageFailure(std::to_string(names.size()) + " drives have the serial number " +
+                                 query.word + ": " + Host::Shortened(names) +
+                                 "; give the disk that is meant");
 }
 
 } // namespace
@@ -63,6 +90,9 @@ PI::_PROPERTY_ID ParseProperty(const std::string& text)
     }
     if (const auto number = PropertyNumber(NormalName(text)))
         return static_cast<PI::_PROPERTY_ID>(*number);
+    if (IsLabel(NormalName(text)))
+        throw UsageFailure("'" + text +
+                           "' is no property of the plug-in; show OBJECT and show --json have it");
     throw UsageFailure("'" + text + "' is no property" +
                        DidYouMean(SimilarNames(text, NamesOf(Vocabulary::propertyNames()))));
 }
@@ -93,6 +123,8 @@ std::uint64_t ResolveObject(const ObjectQuery& query, const Snapshot& snapshot,
         if (WordOf(object) == query.word)
             return object.m_ID;
     const Drive* drive = FindDrive(query, snapshot.drives);
+    if (drive != nullptr)
+        CheckUnique(query, *drive, snapshot.drives);
     if (drive != nullptr && drive->object != nullptr)
         return drive->object->m_ID;
     const ExitCode reason = session.Result() == EXIT_DONE ? EXIT_USAGE : session.Result();
@@ -100,9 +132,9 @@ std::uint64_t ResolveObject(const ObjectQuery& query, const Snapshot& snapshot,
         throw Failure(reason, NameOf(*drive) + " does not answer: " + drive->silence);
     if (!IsDiskWord(query.word))
         throw UsageFailure("'" + query.word +
-                           "' is no object: give plugin, adapter, disk0, disk1 ..., a name such as "
-                           "sda, a serial number or an id" +
-                           DidYouMean(SimilarNames(Folded(query.word), Words(query.word))));
+                           "' is no object: give plugin, adapter, disk0, disk1 ..., " +
+                           ExampleOfName(snapshot.drives) + "a serial number or an id" +
+                           DidYouMean(SimilarNames(Folded(query.word), ObjectWords(query.word))));
     std::string disks;
     for (const Drive& other : snapshot.drives)
         disks += (disks.empty() ? "" : ", ") + other.label;

@@ -19,6 +19,7 @@ struct Named
 {
     const PI::CObject* object;
     const Drive* silent;
+    bool operator==(const Named&) const = default;
 };
 
 Named Find(const std::string& name, const Snapshot& snapshot, PluginSession& session)
@@ -34,18 +35,27 @@ Named Find(const std::string& name, const Snapshot& snapshot, PluginSession& ses
     return {&*object, nullptr};
 }
 
+/// What is named, each of it once.
+std::vector<Named> NamedOf(const std::vector<std::string>& names, const Snapshot& snapshot,
+                           PluginSession& session)
+{
+    std::vector<Named> found;
+    for (const std::string& name : names)
+        if (const Named named = Find(name, snapshot, session);
+            std::ranges::find(found, named) == found.end())
+            found.push_back(named);
+    return found;
+}
+
 /// The objects that are named, in full.
 std::string NamedText(const Options& options, const Snapshot& snapshot, PluginSession& session,
                       const Style& style)
 {
     const Limits limits = LimitsInEffect();
     std::string text;
-    for (const std::string& name : options.objects)
-    {
-        const Named named = Find(name, snapshot, session);
+    for (const Named& named : NamedOf(options.objects, snapshot, session))
         text += named.silent != nullptr ? SilentDriveText(*named.silent, snapshot, limits, style)
                                         : ObjectText(*named.object, snapshot, limits, style);
-    }
     return text.empty() ? text : text.substr(1); // the first line is blank
 }
 
@@ -53,8 +63,8 @@ void WriteJson(const Options& options, const Snapshot& snapshot, PluginSession& 
                Output& output)
 {
     std::vector<const PI::CObject*> objects;
-    for (const std::string& name : options.objects)
-        if (const Named named = Find(name, snapshot, session); named.object != nullptr)
+    for (const Named& named : NamedOf(options.objects, snapshot, session))
+        if (named.object != nullptr)
             objects.push_back(named.object);
     const bool isNamed = !options.objects.empty();
     if (!isNamed)
