@@ -1,10 +1,13 @@
 #include "host/VerbTable.h"
 
 #include "host/Duration.h"
+#include "host/Names.h"
 #include "host/Verbs.h"
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
+#include <limits>
 #include <string>
 
 namespace
@@ -103,6 +106,14 @@ void AddWatch(CLI::App& verb, Options& options)
     AddAlarms(verb, options.alarms);
 }
 
+std::uint32_t ParseCount(const std::string& text)
+{
+    const auto count = Host::ParseNumber(text);
+    if (!count || *count > std::numeric_limits<std::uint32_t>::max())
+        throw Host::UsageFailure("--expect '" + text + "' is no number of drives, such as 12");
+    return static_cast<std::uint32_t>(*count);
+}
+
 void AddCheck(CLI::App& verb, Options& options)
 {
     verb.add_option("OBJECT", options.objects,
@@ -117,7 +128,10 @@ void AddCheck(CLI::App& verb, Options& options)
             if (options.forget && !options.objects.empty())
                 throw Host::UsageFailure("check --forget takes all drives, not named ones");
         });
-    verb.add_option("--expect", options.expected, "how many drives there should be")
+    verb.add_option_function<std::string>(
+            "--expect",
+            [&options](const std::string& text) { options.expected = ParseCount(text); },
+            "how many drives there should be")
         ->type_name("N");
     AddIgnore(verb, options);
 }
