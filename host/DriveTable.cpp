@@ -1,5 +1,5 @@
-#include "host/Calendar.h"
 #include "host/Failure.h"
+#include "host/Lifetime.h"
 #include "host/Lists.h"
 #include "host/Names.h"
 #include "host/PropertyText.h"
@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 #include <limits>
 #include <optional>
 
@@ -45,15 +44,9 @@ std::string TemperatureCell(const Drive& drive)
     return hot + std::to_string(std::lround(*drive.temperature)) + " °C";
 }
 
-// An estimate of many years is no date.
 std::string LastsUntilCell(const Drive& drive)
 {
-    int year = 0;
-    if (std::sscanf(drive.lastsUntil.c_str(), "%4d-", &year) != 1)
-        return drive.lastsUntil;
-    const int thisYear = Host::UniversalDate(std::time(nullptr)).tm_year + 1900;
-    constexpr int many = 10;
-    return year - thisYear > many ? "over 10 years" : drive.lastsUntil;
+    return Host::IsFarOff(drive.lastsUntil) ? Host::farOff : drive.lastsUntil;
 }
 
 std::string SizeCell(const std::optional<std::uint64_t>& bytes)
@@ -105,10 +98,12 @@ std::string CellText(const Column& column, const Drive& drive)
     return text.empty() ? "-" : text;
 }
 
+/// By its key or its title, in any spelling.
 const Column& FindColumn(const std::vector<Column>& columns, const std::string& key)
 {
+    const std::string name = Host::NormalName(key);
     for (const Column& column : columns)
-        if (key == column.key)
+        if (name == Host::NormalName(column.key) || name == Host::NormalName(column.layout.title))
             return column;
     std::vector<std::string> keys;
     for (const Column& column : columns)

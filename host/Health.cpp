@@ -43,7 +43,9 @@ std::string UsedText(const Drive& drive)
 
 std::string WritesText(const Drive& drive)
 {
-    return std::to_string(*drive.bytesWritten / terabyte) + " of " +
+    // Rounded as in sizes.
+    const std::uint64_t half = *drive.bytesWritten % terabyte / (terabyte / 2);
+    return std::to_string(*drive.bytesWritten / terabyte + half) + " of " +
            std::to_string(drive.ratedTerabytes) + " TB rated writes";
 }
 
@@ -136,8 +138,7 @@ void Remark(const Drive& drive, bool isInTrouble, std::vector<std::string>& rema
         remarks.emplace_back(text);
     }
     if (!drive.sharesPageWith.empty())
-        remarks.push_back("judged by the SMART page of " + drive.sharesPageWith +
-                          " or its own: numbers that are 256 apart share one");
+        remarks.push_back(SharedPageRemark(drive.sharesPageWith));
 }
 
 } // namespace
@@ -202,6 +203,12 @@ std::vector<std::string> HealthReadings(const Drive& drive)
     if (drive.used)
         readings.push_back(UsedText(drive));
     return readings;
+}
+
+std::string SharedPageRemark(const std::string& other)
+{
+    return "judged by the SMART page of " + other +
+           " or its own: numbers that are 256 apart share one";
 }
 
 Judgement JudgementOf(const Drive& drive, const Limits& limits)

@@ -72,6 +72,10 @@ struct Judgement
     std::vector<std::string> remarks; ///< what else is worth a look
 };
 
+/// What is said of drives that share a SMART page.
+/// @param other  by whose page a drive may be judged
+std::string SharedPageRemark(const std::string& other);
+
 Judgement JudgementOf(const Drive& drive, const Limits& limits);
 
 /// What its readings say of its health, whatever it is: "endurance used 3 % (attribute 233)".

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <memory>
 #include <string_view>
 
@@ -48,7 +49,8 @@ class Output
     void SetColour(ColourMode mode);
     bool IsColoured() const { return m_Coloured; }
     bool IsTerminal() const { return m_IsTerminal; }
-    /// Columns of the terminal; 120 when it is none.
+    /// Columns of the terminal; without end when it is none, so that no line is broken for
+    /// programs.
     std::size_t Columns() const { return m_Columns; }
 
   private:
@@ -58,7 +60,7 @@ class Output
     std::unique_ptr<Channel> m_Channel;
     bool m_IsTerminal = false;
     bool m_Coloured = false;
-    std::size_t m_Columns = 120;
+    std::size_t m_Columns = std::numeric_limits<std::size_t>::max();
 };
 
 /// Prints on standard error: one line, made safe.

@@ -2,6 +2,7 @@
 
 #include "host/AttributeTable.h"
 #include "host/Health.h"
+#include "host/Lifetime.h"
 #include "host/Lists.h"
 #include "host/Names.h"
 #include "host/PropertyText.h"
@@ -9,6 +10,7 @@
 #include "host/Verdict.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <set>
 #include <variant>
@@ -55,6 +57,19 @@ std::string ShownName(const PI::CObject& object)
     return name.empty() ? "-" : name;
 }
 
+const char* ReasonLabel(Host::Standing standing)
+{
+    switch (standing)
+    {
+    case Host::Standing::Warning:
+        return "Warning";
+    case Host::Standing::NotJudged:
+        return "Not judged";
+    default:
+        return "Reason";
+    }
+}
+
 class Report
 {
   public:
@@ -97,7 +112,7 @@ class Report
         m_Text += "\n";
         Prose(Host::noMark +
               Coloured(Host::Printable(NameOf(drive)) + "  does not answer", bold, m_Style));
-        Labelled("  ", "Reason", Host::Printable(drive.silence));
+        Labelled("  ", drive.mayBeWell ? "Not judged" : "Reason", Host::Printable(drive.silence));
         return m_Text;
     }
 
@@ -149,9 +164,7 @@ class Report
             Trouble(judged);
         for (const Host::JudgedDrive& judged : verdict.warned)
             Prose(Host::noMark + ("Warning, " + Host::DriveReasons(judged)));
-        for (const Host::JudgedDrive& judged : verdict.remarked)
-            Prose(Host::noMark + ("Note, " + Host::Printable(NameOf(*judged.drive)) + ": " +
-                                  Host::Joined(judged.judgement.remarks)));
+        Notes(verdict.remarked);
         NotJudged(verdict.notJudged);
     }
 
@@ -166,6 +179,31 @@ class Report
                    Host::Printable(drive.model) + ", serial " + Host::Printable(drive.serial);
         Prose(line);
         Prose(Host::noMark + ("  " + Host::Printable(Host::Joined(judged.judgement.reasons))));
+    }
+
+    // A line for each drive, but one alone for all that share SMART pages: there may be hundreds.
+    void Notes(const std::vector<Host::JudgedDrive>& drives)
+    {
+        std::vector<Host::JudgedDrive> sharing;
+        std::ranges::copy_if(drives, std::back_inserter(sharing),
+                             [](const Host::JudgedDrive& judged)
+                             { return !judged.drive->sharesPageWith.empty(); });
+        const bool areMany = sharing.size() > 1;
+        for (const Host::JudgedDrive& judged : drives)
+        {
+            std::vector<std::string> remarks = judged.judgement.remarks;
+            if (areMany)
+                std::erase(remarks, Host::SharedPageRemark(judged.drive->sharesPageWith));
+            if (!remarks.empty())
+                Note({judged}, Host::Joined(remarks));
+        }
+        if (areMany)
+            Note(sharing, Host::SharedPageRemark("another drive"));
+    }
+
+    void Note(const std::vector<Host::JudgedDrive>& drives, const std::string& text)
+    {
+        Prose(Host::noMark + ("Note, " + Host::DriveNames(drives) + ": " + text));
     }
 
     // A line for each reason, which many drives may share.
@@ -253,7 +291,7 @@ class Report
         if (drive.ratedTerabytes != 0)
             line("Rated writes", std::to_string(drive.ratedTerabytes) + " TB");
         for (const std::string& reason : judgement.reasons)
-            line("Reason", Host::Printable(reason));
+            line(ReasonLabel(judgement.standing), Host::Printable(reason));
         for (const std::string& remark : judgement.remarks)
             line("Note", remark);
         if (!drive.hasPage)
@@ -288,7 +326,7 @@ class Report
         m_Text += (trouble ? Host::Emphasised(text, object, m_Style) : text) + "\n";
     }
 
-    // Sizes are decimal here, as on labels and data sheets.
+    // Sizes are decimal here, as on labels and data sheets, and an end that is far off is no date.
     std::string Legible(const PI::CObject& object, const PI::CProperty& property) const
     {
         const Host::PropertyValue held = Host::ValueOf(property);
@@ -299,6 +337,10 @@ class Report
             for (const Drive& drive : m_Drives)
                 if (drive.object == &object && drive.bytesWritten)
                     return Host::DecimalSize(*drive.bytesWritten);
+        if (const auto* date = std::get_if<std::string>(&held);
+            date != nullptr && property.m_ID == PI::PROP_ESTIMATED_LIFETIME &&
+            Host::IsFarOff(*date))
+            return Host::farOff + (" (" + *date + ')');
         return Host::ValueText(property);
     }
 

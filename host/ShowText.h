@@ -13,9 +13,9 @@ namespace Host
 
 struct Style
 {
-    bool coloured = false;
-    std::size_t columns = 120;
-    TableStyle table = {};
+    bool coloured;
+    std::size_t columns; ///< of a line
+    TableStyle table;
 };
 
 /// Whether all is well, and the drives as a table.

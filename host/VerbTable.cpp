@@ -42,7 +42,7 @@ void AddShow(CLI::App& verb, Options& options)
     verb.add_flag("--all", options.all, "every property of every object, below the table");
     verb.add_flag("--wide", options.table.isWide, "all columns, however wide the terminal is");
     AddList(verb, "-o", "COLUMNS", options.table.columns,
-            "columns of the table, such as disk,model,firmware");
+            "columns of the table, by key or title, such as disk,model,firmware");
     verb.add_option("--sort", options.table.sort, "the column to sort by")->type_name("COLUMN");
     verb.add_flag_callback(
         "--no-header", [&options] { options.table.hasHeader = false; }, "no line of titles");
