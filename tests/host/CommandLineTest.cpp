@@ -56,12 +56,20 @@ TEST(CommandLine, WhatCannotBeDoneIsToldInOneLine)
         {{"get", "disk0", "NAME", "power onn hours"}, 1, "did you mean POWERON_HOURS"},
         {{"get", "disk0", "temprature"}, 1, "did you mean TEMPERATURE"},
         {{"get", "disk0", "99999999999"}, 1, "out of range"},
+        {{"get", "disk0", "used"}, 1, "'used' is no property (see"},
+        {{"get", "disk0", "exact_size"}, 1, "no property of the plug-in; show OBJECT and"},
+        {{"show", "sda", "--machine", one}, 1, "disk1 ..., a serial number or an id (see"},
+        {{"check", "--expect", "x"}, 3, "--expect 'x' is no number of drives"},
+        {{"check", "--expect", "4294967296"}, 3, "is no number of drives"},
         {{"--machine"}, 1, "--machine"},
         {{"--plugin", ""}, 1, "--plugin"},
         {{"--trace-mask", "0x1ffffffff"}, 1, "--trace-mask"},
         {{"explain"}, 1, "--all"},
         {{"explain", "--all", "20001"}, 1, "one of them"},
-        {{"explain", "_"}, 1, "no table of the vocabulary has '_'\n"},
+        {{"explain", "_"}, 1, "there is no '_' to explain\n"},
+        {{"explain", "foo"}, 1, "there is no 'foo' to explain\n"},
+        {{"explain", "failign"}, 1, "did you mean failing?"},
+        {{"explain", "status info"}, 1, "did you mean ADAPTER_STATUS_INFO"},
         {{"explain", "PROP_BUS"}, 1, "'PROP_BUS'"},
         {{"explain", "INVALID_COMAND"}, 1, "did you mean INVALID_COMMAND"},
         {{"explain", "\x1b[31m\xff"}, 1, "\\x1b[31m\\xff"},
@@ -94,16 +102,21 @@ TEST(CommandLine, ExplainTellsEveryMatch)
          "views       4294967295  ALL\n            Every view shows the property.\n"},
         {{"explain", "2147483647"}, "properties  2147483647  UNSPECIFIED\n"},
         {{"explain", "slot"}, "properties  30224  SLOT\nproperties  35040  SLOT\n"},
+        {{"explain", "198"}, "attributes  198    Uncorrectable sectors, offline\n"},
+        {{"explain", "readings_lost"},
+         "words       readingsLost\n            The drive cannot be judged any more.\n"},
         {{"explain", "20003", "--json"},
-         R"({"errors":{"20003":"COMMAND_ERROR"},"events":{},"objectTypes":{},"operations":{},)"
-         R"("properties":{},"schemaVersion":1,"units":{},"values":{},"views":{}})"},
+         R"({"attributes":{},"errors":{"20003":"COMMAND_ERROR"},"events":{},"objectTypes":{},"operations":{},)"
+         R"("properties":{},"schemaVersion":1,"units":{},"values":{},"views":{},"words":{}})"},
         // A mask is explained by its bits.
         {{"explain", "9", "--json"},
-         R"({"errors":{},"events":{},"meaning":{"views":{)"
+         R"({"attributes":{"9":"Power-on hours"},"errors":{},"events":{},"meaning":{)"
+         R"("attributes":{"9":"Time that the drive was powered on; not all count it in hours."},)"
+         R"("views":{)"
          R"("1":"Bit of the views that show the PCI address of an adapter, with BIT_3.",)"
          R"("8":"Bit of the views that show the PCI address of an adapter, with BIT_0."}},)"
          R"("objectTypes":{},"operations":{},"properties":{},"schemaVersion":1,"units":{},)"
-         R"("values":{},"views":{"1":"BIT_0","8":"BIT_3"}})"},
+         R"("values":{},"views":{"1":"BIT_0","8":"BIT_3"},"words":{}})"},
         {{"--version"}, "tarnisctl 7.8.1\n"},
         {{"-V"}, "tarnisctl 7.8.1\n"},
     };
@@ -118,9 +131,9 @@ TEST(CommandLine, ExplainTellsEveryMatch)
 
     json whole = json::parse(RunTarnisctl({"--json", "explain", "--all"}).out);
     EXPECT_EQ(whole["errors"]["0"], "SUCCESS");
-    for (const char* member : {"schemaVersion", "meaning"})
+    std::size_t rows = whole["words"].size();
+    for (const char* member : {"schemaVersion", "meaning", "words"})
         whole.erase(member);
-    std::size_t rows = 0;
     for (const json& table : whole)
     {
         rows += table.size();

@@ -154,6 +154,30 @@ TEST(Machine, SeveralValuesAreLinesAndWhatFailsIsTold)
     }
 }
 
+TEST(Machine, WhatManyDrivesShareIsToldOnce)
+{
+    const char* attribute = R"({"id": 194, "raw": 23})";
+    const std::pair<int, std::string> cases[] = {
+        {257, "\n   Note, disk256: judged by the SMART page of disk0 or its own"},
+        {266,
+         "\n   Note, disk256, disk257, disk258, disk259, disk260, disk261, disk262, disk263 and 2 "
+         "more: judged by the SMART page of another drive or its own"},
+    };
+    for (const auto& [count, note] : cases)
+    {
+        const std::string file = ManyDrives(count, attribute);
+        const std::string text = RunTarnisctl({"show", "--machine", file}).out;
+        EXPECT_TRUE(Holds(text, note)) << text.substr(0, 1000);
+        EXPECT_EQ(text.find("Note,"), text.rfind("Note,"));
+    }
+    const std::string file = ManyDrives(2, attribute);
+    ExpectComplaint(RunTarnisctl({"get", "s45nna0m803162abcdef", "NAME", "--machine", file}), 1,
+                    "2 drives have the serial number s45nna0m803162abcdef: disk0, disk1;");
+    const std::string id = "0x0131000000000002";
+    EXPECT_EQ(RunTarnisctl({"show", "disk0", id, "DISK0", "--machine", file}).out,
+              RunTarnisctl({"show", "disk0", "--machine", file}).out);
+}
+
 TEST(Machine, WhatIsShownHasAMeaning)
 {
     const json all = json::parse(RunTarnisctl({"explain", "--all", "--json"}).out);

@@ -233,6 +233,31 @@ TEST(Output, EveryLineFitsTheTerminalAndNothingIsLost)
     }
 }
 
+TEST(Output, APipeGetsWholeLinesAndTheColumnsThatAreAskedFor)
+{
+    const auto printed = [](Arguments arguments)
+    {
+        arguments.insert(arguments.end(), {"--machine", sample});
+        return RunTarnisctl(arguments).out;
+    };
+    EXPECT_EQ(printed({"show"}), printed({"show", "--wide"}));
+    EXPECT_FALSE(Holds(printed({"show"}), "no room"));
+    EXPECT_EQ(printed({"show", "-o", "DISK, Lasts-Until", "--sort", "LASTS UNTIL"}),
+              printed({"show", "-o", "disk,lasts", "--sort", "lasts"}));
+    const std::pair<std::string, std::string> cases[] = {
+        {"disk0", "Estimated lifetime        over 10 years (20"},
+        {"disk7", "Reason                    endurance used 99 %"},
+        {"disk7", "Note                      267 of 140 TB rated writes\n"},
+        {"disk7", "Bytes written             267 TB\n"},
+        {"disk9", "Not judged                it gives no SMART page\n"},
+        {"disk14",
+         "Warning                   740 of 600 TB rated writes, by its own count endurance "
+         "used 57 % (attribute 233)\n"},
+    };
+    for (const auto& [disk, line] : cases)
+        EXPECT_TRUE(Holds(printed({"show", disk}), line)) << printed({"show", disk});
+}
+
 TEST(Output, TheLocaleSaysWhetherItIsAscii)
 {
     const std::pair<Environment, bool> cases[] = {

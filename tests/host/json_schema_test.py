@@ -155,6 +155,10 @@ class JsonSchema(unittest.TestCase):
         self.ask("propertyDocument", machine, "set", "plugin", "POLL_INTERVAL", "5")
         self.ask("explanation", machine, "explain", "20001")
         self.ask("explanation", machine, "explain", "--all")
+        self.ask("explanation", machine, "explain", "197")
+        kinds = SCHEMA["$defs"]["happening"]["properties"]["kind"]["enum"]
+        for word in kinds + SCHEMA["$defs"]["standing"]["enum"] + [status["words"], "no answer"]:
+            self.assertEqual(len(self.ask("explanation", machine, "explain", word)["words"]), 1, word)
         named = self.ask("show", machine, "show", "disk1", "S0")
         self.assertEqual([item["label"] for item in named["objects"]], ["disk0"])
         self.assertEqual([silent["label"] for silent in named["silent"]], ["disk1"])
