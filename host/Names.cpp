@@ -167,7 +167,8 @@ std::vector<std::string> NamesOf(const Vocabulary::NameMap& rows)
 std::vector<std::string> SimilarNames(std::string_view typed, const std::vector<std::string>& names)
 {
     constexpr std::size_t most = 3;
-    const std::string wanted = NormalName(typed);
+    constexpr std::size_t longest = 100; // no name is
+    const std::string wanted = NormalName(typed.substr(0, longest));
     std::vector<std::pair<std::size_t, std::string>> close;
     for (const std::string& name : names)
         if (const auto distance = Distance(wanted, name))

@@ -230,8 +230,9 @@ void ApplyEnvironment(const Options& options)
         {"TARNIS_TRACE_FILE", &options.traceFile},
     };
     for (const auto& [name, value] : variables)
-        if (!value->empty())
-            ZKT::Misc::SetVariable(name, *value);
+        if (!value->empty() && !ZKT::Misc::SetVariable(name, *value))
+            throw Failure(EXIT_PLUGIN, std::string(name) + " cannot be set to " + *value +
+                                           ": the system gives no memory for it");
 }
 
 } // namespace Host

@@ -62,6 +62,7 @@ Options ParseOptions(const std::vector<std::string>& arguments);
 std::optional<Options> FormOfCheck(const std::vector<std::string>& arguments);
 
 /// Sets the environment variables that the plug-in and its libraries read when they are loaded.
+/// @throws Failure
 void ApplyEnvironment(const Options& options);
 
 } // namespace Host

@@ -11,6 +11,7 @@ namespace ZKT::Misc
 ZELKIT_API std::string GetVariable(const char* name);
 
 /// Sets a variable for this process. Not to be called beside threads that read the environment.
-ZELKIT_API void SetVariable(const char* name, const std::string& value);
+/// @return false when the system does not do it
+ZELKIT_API bool SetVariable(const char* name, const std::string& value);
 
 } // namespace ZKT::Misc

@@ -60,7 +60,8 @@ Output::Output()
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     FillStandardDescriptors();
-    ::dup2(STDERR_FILENO, STDOUT_FILENO);
+    if (::dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
+        FailWriting(errno);
     // Lines of the plug-in appear when they are printed, not at the end of the process.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     if (descriptor >= 0 && ::isatty(descriptor) == 1)

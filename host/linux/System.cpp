@@ -63,6 +63,13 @@ std::string PluginBesideProgram()
 
 void* OpenLibrary(const std::string& path, std::string& reason)
 {
+    // The loader would wait for ever for somebody who writes into a FIFO.
+    std::error_code error;
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error))
+    {
+        reason = path + ": not a regular file";
+        return nullptr;
+    }
     void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr)
         reason = LastReason();

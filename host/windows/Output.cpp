@@ -230,7 +230,8 @@ Output::Output()
     const bool isOpen = descriptor >= 0 && HandleOf(descriptor) != INVALID_HANDLE_VALUE &&
                         GetFileType(HandleOf(descriptor)) != FILE_TYPE_UNKNOWN;
     FillStandardDescriptors();
-    ::_dup2(standardError, standardOutput);
+    if (::_dup2(standardError, standardOutput) != 0)
+        FailWriting(std::generic_category(), errno);
     ::_setmode(standardOutput, _O_BINARY);
     ::_setmode(standardError, _O_BINARY);
     consoleChanges.TakeUtf8(HandleOf(standardError));

@@ -8,6 +8,8 @@
 #include <sstream>
 #include <tuple>
 
+#include <sys/stat.h>
+
 namespace
 {
 
@@ -18,6 +20,8 @@ TEST(CommandLine, WhatCannotBeDoneIsToldInOneLine)
     const std::string empty = testFolder.Write("empty.json", R"({"version": 1})");
     const std::string broken = testFolder.Write("broken.json", "{\n  \"version\": 1,\n");
     const std::string text = testFolder.Write("text.so", "no library");
+    const std::string fifo = testFolder.File("fifo");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
     const std::string one = testFolder.Write("one.json", Support::MachineOf(1).dump());
     const std::tuple<Arguments, int, std::string> cases[] = {
         {{"shwo"}, 1, "show, get, set, watch, check, explain and help; did you mean show?"},
@@ -78,6 +82,8 @@ TEST(CommandLine, WhatCannotBeDoneIsToldInOneLine)
         {{"--machine", empty, "--plugin", text}, 3, "text.so"},
         {{"--machine", empty, "--plugin", TARNIS_BIN_DIR "/libzelPlug.so"}, 3, "releaseIf"},
         {{"--machine", empty, "--plugin", testFolder.Path()}, 3, testFolder.Path()},
+        {{"--machine", empty, "--plugin", fifo}, 3, "fifo: not a regular file"},
+        {{"explain", std::string(100000, 'x')}, 1, "xxx"},
         {{"--machine", empty, "--json"}, 2, "NO_SUPPORTED_HARDWARE (20001)"},
         {{"--json"}, 2, "--machine FILE"},
     };
@@ -177,6 +183,21 @@ TEST(CommandLine, HelpFitsTheScreen)
     std::istringstream lines(texts);
     for (std::string line; std::getline(lines, line);)
         EXPECT_LE(line.size(), 80U) << line;
+}
+
+TEST(CommandLine, SystemCallsThatFailAreTold)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        {"setenv", "TARNIS_MACHINE cannot be set"},
+        {"dup2", "standard output: Device or resource busy"},
+    };
+    const std::string machine = testFolder.Write("one.json", Support::MachineOf(1).dump());
+    for (const auto& [call, said] : cases)
+        ExpectComplaint(RunTarnisctl({"--json", "--machine", machine},
+                                     {{"LD_PRELOAD", TARNIS_BIN_DIR "/preload.so"},
+                                      {"FAILING", call},
+                                      {"ASAN_OPTIONS", "verify_asan_link_order=0"}}),
+                        3, said);
 }
 
 TEST(CommandLine, OutputThatCannotBeWrittenIsAnError)

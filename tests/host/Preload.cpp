@@ -1,8 +1,9 @@
 // Loaded before a program by the linker's LD_PRELOAD: sets its clock ahead by the seconds that the
-// file in CLOCK_SHIFT holds, and gives it no thread when NO_THREADS is set. Waits go by another
-// clock and last as long as ever.
+// file in CLOCK_SHIFT holds, and lets the call fail that FAILING names. Waits go by another clock
+// and last as long as ever.
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include <dlfcn.h>
@@ -27,6 +28,18 @@ long ShiftSeconds()
     return std::strtol(text, nullptr, 10);
 }
 
+bool IsFailing(const char* call)
+{
+    const char* failing = std::getenv("FAILING");
+    return failing != nullptr && std::strcmp(failing, call) == 0;
+}
+
+/// What the program would have called.
+template <class Function> Function* Next(Function*, const char* name)
+{
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
 } // namespace
 
 INTERPOSED int clock_gettime(clockid_t clock, timespec* time) noexcept
@@ -40,9 +53,30 @@ INTERPOSED int clock_gettime(clockid_t clock, timespec* time) noexcept
 INTERPOSED int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*run)(void*), void* argument) noexcept
 {
-    if (std::getenv("NO_THREADS") != nullptr)
+    if (IsFailing("pthread_create"))
         return EAGAIN;
-    static const auto create =
-        reinterpret_cast<decltype(&pthread_create)>(::dlsym(RTLD_NEXT, "pthread_create"));
+    static auto* const create = Next(&pthread_create, "pthread_create");
     return create(thread, attributes, run, argument);
+}
+
+INTERPOSED int setenv(const char* name, const char* value, int overwrite) noexcept
+{
+    if (IsFailing("setenv"))
+    {
+        errno = ENOMEM;
+        return -1;
+    }
+    static auto* const set = Next(&setenv, "setenv");
+    return set(name, value, overwrite);
+}
+
+INTERPOSED int dup2(int from, int to) noexcept
+{
+    if (IsFailing("dup2"))
+    {
+        errno = EBUSY;
+        return -1;
+    }
+    static auto* const copy = Next(&dup2, "dup2");
+    return copy(from, to);
 }

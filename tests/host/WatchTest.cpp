@@ -195,7 +195,7 @@ TEST(WatchVerb, WithoutAThreadNothingIsWatched)
 {
     const std::string machine = PutNumbers({0});
     Environment environment = ShiftedClock();
-    environment.emplace_back("NO_THREADS", "1");
+    environment.emplace_back("FAILING", "pthread_create");
     const Outcome outcome = RunTarnisctl({"watch", "--machine", machine}, environment);
     ExpectComplaint(outcome, 3, "nothing is watched: the system gave no thread");
     EXPECT_EQ(RunTarnisctl({"show", "--machine", machine}, environment).exitCode, 0);

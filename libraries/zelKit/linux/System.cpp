@@ -93,9 +93,9 @@ std::string Misc::GetVariable(const char* name)
     return text != nullptr ? text : "";
 }
 
-void Misc::SetVariable(const char* name, const std::string& value)
+bool Misc::SetVariable(const char* name, const std::string& value)
 {
-    setenv(name, value.c_str(), 1);
+    return setenv(name, value.c_str(), 1) == 0;
 }
 
 } // namespace ZKT

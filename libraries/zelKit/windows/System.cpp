@@ -66,9 +66,9 @@ std::string GetVariable(const char* name)
     return FromWide(value);
 }
 
-void SetVariable(const char* name, const std::string& value)
+bool SetVariable(const char* name, const std::string& value)
 {
-    SetEnvironmentVariableW(ToWide(name).c_str(), ToWide(value).c_str());
+    return SetEnvironmentVariableW(ToWide(name).c_str(), ToWide(value).c_str()) != 0;
 }
 
 std::wstring ToWide(std::string_view utf8)
