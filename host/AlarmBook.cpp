@@ -96,7 +96,8 @@ void AlarmBook::Look(const std::vector<KnownDrive>& present)
     for (auto& entry : m_Records)
         records.push_back(&entry.second);
     // Of several that look the same, those that are there are found before those that are gone.
-    std::ranges::stable_partition(records, [](const Record* record) { return !record->isGone; });
+    std::stable_partition(records.begin(), records.end(),
+                          [](const Record* record) { return !record->isGone; });
     for (const Record* record : records)
         remembered.push_back(IdentityOf(record->drive));
     const auto found = FindAgain(seen, remembered);

@@ -104,10 +104,11 @@ def check_rows(found, when, file):
 
 # Each round: five went, five came; an id is never used again.
 def check_events(found):
-    events = [json.loads(line) for line in text(found.share, "events").splitlines()]
+    start, *events = [json.loads(line) for line in text(found.share, "events").splitlines()]
+    found.same("how things stand at the start", start.get("kind"), "start")
     moved = text(found.share, "moved").splitlines()
     found.same("number of events", len(events), 2 * ROUNDS * GROUP)
-    found.same("other events", [e for e in events if e["event"] != CAME_OR_WENT], [])
+    found.same("other events", [e for e in events if e.get("event") != CAME_OR_WENT], [])
     ids, used = {}, set()
     for step in range(2 * ROUNDS):
         group = moved[step // 2 * GROUP :][:GROUP]

@@ -109,7 +109,7 @@ def run(command):
                           env={**os.environ, "TZ": "UTC", "LC_ALL": "C.UTF-8"})
     told = [line for line in done.stderr.decode().splitlines() if line.startswith("tarnis")]
     # Moments and ages differ from run to run.
-    moments = rb'"(time|timeMs|readingsAgeMs)": ?("[^"]*"|\d+)'
+    moments = rb'"(time|timeIso|timeMs|readingsAgeMs)": ?("[^"]*"|\d+)'
     return done.returncode, re.sub(moments, b"", done.stdout), told
 
 
