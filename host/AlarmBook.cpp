@@ -206,7 +206,7 @@ void AlarmBook::Finish(const Alarm& alarm, bool isTold, std::uint64_t now)
     record.isUnderWay = false;
     if (alarm.kind == AlarmKind::Ended)
     {
-        record.isTold = false; // a failure is told by other means, and not tried for ever
+        record.isTold = false; // told or failed: the end is tried once
         return;
     }
     record.isTold = record.isTold || isTold;

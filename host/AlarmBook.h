@@ -18,7 +18,7 @@ namespace Host
 enum class AlarmKind
 {
     Started,
-    Reminder, ///< trouble of which was told stands
+    Reminder, ///< the trouble was told, and is still there
     Ended,
 };
 

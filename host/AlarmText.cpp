@@ -42,14 +42,7 @@ std::string Line(const Alarm& alarm)
         line += ", " + drive.model;
     if (!drive.serial.empty())
         line += ", serial " + drive.serial;
-    line += "; ";
-    if (!alarm.from.empty() && alarm.from != drive.state)
-        line += "was " + alarm.from + ", ";
-    line +=
-        "is " + (alarm.kind == AlarmKind::Ended && drive.state.empty() ? alarm.state : drive.state);
-    if (!drive.reasons.empty())
-        line += ": " + drive.reasons;
-    return line;
+    return line + "; " + StatesText(alarm.from, drive.state, drive.reasons);
 }
 
 } // namespace

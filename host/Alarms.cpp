@@ -63,13 +63,13 @@ Alarms::~Alarms()
     m_Thread.join();
 }
 
-void Alarms::Look(std::vector<KnownDrive> drives)
+void Alarms::Look(const std::vector<KnownDrive>& drives)
 {
     if (m_Options.command.empty())
         return;
     {
         const std::lock_guard guard(m_Lock);
-        m_Drives = std::move(drives);
+        m_Drives = drives;
     }
     Wake();
     if (m_Thread.joinable())

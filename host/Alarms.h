@@ -37,7 +37,7 @@ class Alarms
     Alarms& operator=(const Alarms&) = delete;
 
     /// The drives as they are now. Begins the work when called first. @throws Failure
-    void Look(std::vector<KnownDrive> drives);
+    void Look(const std::vector<KnownDrive>& drives);
 
   private:
     using Clock = std::chrono::steady_clock;

@@ -1,6 +1,7 @@
 #include "host/ChangeInbox.h"
 
 #include "contracts/zelKit/Time.h"
+#include "host/EventText.h"
 
 #include <algorithm>
 #include <iterator>
@@ -42,7 +43,7 @@ bool TellTheSame(const Happening& happening, const Change& change)
     const std::string serial = happening.event->GetPlaceHolder4(); // not all events tell it
     return std::ranges::find(kinds, change.kind) != kinds.end() &&
            (serial.empty() || serial == change.drive.serial) &&
-           "disk" + happening.event->GetPlaceHolder2() == change.drive.label;
+           LabelOf(*happening.event) == change.drive.label;
 }
 
 /// Whether the event tells that the drive went which the change tells to be replaced or elsewhere.
@@ -51,7 +52,7 @@ bool IsCoveredBy(const Happening& happening, const Change& change)
     if (!happening.event || happening.present || happening.event->m_EventID != PI::EVENT_PNPADD_EX)
         return false;
     return change.kind == ChangeKind::Replaced
-               ? "disk" + happening.event->GetPlaceHolder2() == change.drive.label
+               ? LabelOf(*happening.event) == change.drive.label
                : change.kind == ChangeKind::Moved &&
                      happening.event->GetPlaceHolder4() == change.drive.serial;
 }
@@ -133,7 +134,7 @@ void ChangeInbox::CompleteReminders(std::vector<Happening>& happenings) const
     for (Happening& happening : happenings)
         if (happening.isReminder)
         {
-            const std::string label = "disk" + happening.event->GetPlaceHolder2();
+            const std::string label = LabelOf(*happening.event);
             happening.change = m_Finder.Reminder(label, happening.event->m_Time);
             if (!told.insert(label).second)
                 happening.coveredBy = ChangeKind::Reminder;

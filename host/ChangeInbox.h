@@ -41,7 +41,7 @@ struct Happening
 class ChangeInbox
 {
   public:
-    using Listener = std::function<void(std::vector<KnownDrive>)>;
+    using Listener = std::function<void(const std::vector<KnownDrive>&)>;
 
     /// @param onLook  is told of all drives at the start and whenever they were looked at, on
     ///                whatever thread does it; returns soon

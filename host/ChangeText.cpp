@@ -100,13 +100,13 @@ std::string ChangeLine(const Change& change)
         line += ", serial " + Printable(drive.serial);
     if (!drive.firmware.empty())
         line += ", firmware " + Printable(drive.firmware);
-    line += "; ";
-    if (!change.from.empty() && change.from != change.to)
-        line += "was " + Printable(change.from) + ", ";
-    line += "is " + Printable(change.to);
-    if (!change.readings.empty())
-        line += ": " + Printable(change.readings);
-    return line;
+    return line + "; " + Printable(StatesText(change.from, change.to, change.readings));
+}
+
+std::string StatesText(const std::string& from, const std::string& to, const std::string& readings)
+{
+    return (from.empty() || from == to ? "" : "was " + from + ", ") + "is " + to +
+           (readings.empty() ? "" : ": " + readings);
 }
 
 void WriteChangeMembers(JsonWriter& json, const Change& change)

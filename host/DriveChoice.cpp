@@ -1,5 +1,6 @@
 #include "host/DriveChoice.h"
 
+#include "host/EventText.h"
 #include "host/Failure.h"
 #include "host/ObjectQuery.h"
 #include "host/Output.h"
@@ -62,8 +63,7 @@ bool DriveChoice::Has(const std::string& label, const std::string& serial) const
 bool DriveChoice::Has(const Happening& happening) const
 {
     return happening.change ? Has(happening.change->drive)
-                            : Has("disk" + happening.event->GetPlaceHolder2(),
-                                  happening.event->GetPlaceHolder4());
+                            : Has(LabelOf(*happening.event), happening.event->GetPlaceHolder4());
 }
 
 } // namespace Host

@@ -33,12 +33,17 @@ std::string What(const PI::CEvent& event, bool present)
 namespace Host
 {
 
+std::string LabelOf(const PI::CEvent& event)
+{
+    return "disk" + event.GetPlaceHolder2();
+}
+
 std::string EventLine(const PI::CEvent& event, bool present)
 {
     std::string line = event.m_Severity >= severityTrouble ? troubleMark : noMark;
     line += LocalTime(event.m_Time) + "  " + What(event, present) + ": ";
     if (!event.GetPlaceHolder2().empty())
-        line += "disk" + Printable(event.GetPlaceHolder2()) + "  ";
+        line += Printable(LabelOf(event)) + "  ";
     line += Printable(WithoutLeadingBlanks(event.GetSource()));
     if (!event.GetPlaceHolder4().empty())
         line += ", serial " + Printable(event.GetPlaceHolder4());

@@ -9,6 +9,9 @@
 namespace Host
 {
 
+/// "disk3": the drive that the event is about.
+std::string LabelOf(const PI::CEvent& event);
+
 /// One line without its end: when, how bad, what, which drive. Texts of a drive are made safe.
 /// @param present  whether the drive was there once the event had happened: what tells one that
 ///                 came from one that went

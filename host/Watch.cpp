@@ -183,8 +183,7 @@ ExitCode Watch(const Options& options, Output& output)
     DriveChoice choice(options);
     Alarms alarms(options.alarms, options.only,
                   [&](const KnownDrive& drive) { return choice.Has(drive); });
-    ChangeInbox inbox(limits,
-                      [&](std::vector<KnownDrive> drives) { alarms.Look(std::move(drives)); });
+    ChangeInbox inbox(limits, [&](const std::vector<KnownDrive>& drives) { alarms.Look(drives); });
     PluginSession session(options.plugin);
     const Snapshot snapshot = TakeSnapshot(session);
     const Wakeup wakeup(inbox.Bell(), output, options.watchSeconds);

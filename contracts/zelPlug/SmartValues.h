@@ -83,7 +83,7 @@ class ZELPLUG_API CSmartValues
     ///         reading; they are untouched otherwise
     bool Evaluate(const _IDE_SMART_DATA& page);
 
-    /// Tells where the readings that Evaluate gives come from.
+    /// Tells which attributes of the page the readings of Evaluate come from.
     /// @return false, with the attributes alone, when no family fits the page
     bool Explain(const _IDE_SMART_DATA& page, CSmartExplanation& explanation) const;
 
