@@ -1,6 +1,7 @@
 // What the calls of WindowsApi.h have in common: the gate, the cause of a failure, exceptions.
 #pragma once
 
+#include "contracts/zelKit/Thread.h"
 #include "platform/WindowsTypes.h"
 
 #include <atomic>
@@ -35,12 +36,14 @@ template <class Result> Result FailCall(DWORD error, Result failure)
     return failure;
 }
 
-/// Runs the body of a call: the gate first, and no exception leaves. Not `catch (...)`: a thread
-/// that is cancelled in a call unwinds through here.
+/// Runs the body of a call: the gate first, and no exception leaves. A thread that was asked to
+/// stop calls nothing any more.
 template <class Result, class Body> Result RunCall(const char* name, Result failure, Body body)
 {
     try
     {
+        if (ZKT::Threading::StopRequested())
+            return FailCall(ERROR_OPERATION_ABORTED, failure);
         if (!GatePasses(name))
             return FailCall(ERROR_GEN_FAILURE, failure);
         return body();

@@ -1,7 +1,9 @@
 #include "platform/HostSystem.h"
 
 #include "contracts/zelKit/Text.h"
+#include "contracts/zelKit/Thread.h"
 
+#include <chrono>
 #include <cstdio>
 
 namespace Platform
@@ -34,9 +36,21 @@ std::string PathFrom(const std::string& folder, const std::string& path)
     return folder + (isEnded ? "" : "/") + path;
 }
 
+void SleepFor(std::uint32_t milliseconds)
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + std::chrono::milliseconds(milliseconds);
+    // A test that skips time wakes the sleep; a delay of a disk lasts all the same.
+    for (Clock::time_point now = Clock::now(); now < end && !ZKT::Threading::StopRequested();
+         now = Clock::now())
+    {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - now);
+        ZKT::Threading::SleepFor(static_cast<std::uint32_t>(left.count()));
+    }
+}
+
 void Warn(const std::string& text)
 {
-    const CancellationPause pause;
     // One call, so that lines of several threads do not mix.
     const std::string line = ZKT::Misc::Printable(text) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);

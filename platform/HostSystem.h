@@ -11,23 +11,6 @@
 namespace Platform
 {
 
-/// Puts off the cancellation of this thread for as long as it lives. Files are read under it, since
-/// a thread that is cancelled in the middle would leave them open.
-class PLATFORM_API CancellationPause
-{
-  public:
-    CancellationPause();
-    ~CancellationPause();
-    CancellationPause(const CancellationPause&) = delete;
-    CancellationPause& operator=(const CancellationPause&) = delete;
-
-  private:
-    int m_Before = 0;
-};
-
-/// Ends the thread here if it has been cancelled.
-void CancellationPoint();
-
 /// What changes when a file changes. All zero for a file that is not there.
 struct FileStamp
 {
@@ -72,7 +55,7 @@ std::string FolderOf(const std::string& path);
 /// A path that starts at a folder, unless it starts at a drive or a root.
 std::string PathFrom(const std::string& folder, const std::string& path);
 
-/// Sleeps with no lock held. A thread may be cancelled in here, and unwinds.
+/// Sleeps with no lock held. Ends early when the thread is asked to stop.
 void SleepFor(std::uint32_t milliseconds);
 
 /// Writes one line to standard error, made safe for a terminal.

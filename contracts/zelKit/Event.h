@@ -9,6 +9,7 @@
 namespace ZKT::Internals
 {
 struct EventState;
+class Sleeper;
 
 namespace Windows
 {
@@ -44,6 +45,7 @@ class ZELKIT_API CWaitHandle
 
   private:
     friend class CWaiter;
+    friend class Internals::Sleeper;
     std::shared_ptr<Internals::EventState> m_State;
 };
 

@@ -30,8 +30,8 @@ class TARNIS_CAPABILITY("mutex") ZELKIT_API CFastMutex
 
     /// Takes the lock. With a guard, the guard's destructor releases; with null the caller calls
     /// Release. The time is measured on a clock that no one can set.
-    /// Those who wait get the lock in the order in which they came. A thread that is cancelled
-    /// while it waits leaves the queue.
+    /// Those who wait get the lock in the order in which they came, also when they are asked to
+    /// stop. Needs no memory.
     /// @return RESULT_SUCCESS when held; RESULT_TIMEOUT; RESULT_NOT_INITIALISED; RESULT_INVALID for
     ///         a guard that holds a lock already
     std::uint32_t Wait(CSyncGuard* guard, std::uint32_t milliseconds);

@@ -21,9 +21,9 @@ class ZELKIT_API CThreadCB_
     explicit CThreadCB_(std::shared_ptr<ThreadState> state);
     ~CThreadCB_();
 
-    /// Ends the thread at the next point where it can be cancelled: a wait or a sleep of this
-    /// toolkit, and those system calls that the operating system lets be cancelled. Its C++ frames
-    /// are unwound. A thread that has ended, or that asks this of itself, is left alone.
+    /// Asks the thread to stop. From now on StopRequested is true in it, its waits for events and
+    /// its sleeps end at once, and a call to a device that it is in is broken off where the system
+    /// can do that. The thread ends by returning from its target. Any thread, any number of times.
     void Cancel();
 
   private:
@@ -36,19 +36,13 @@ class ZELKIT_API CThreadCB_
 namespace ZKT::Threading
 {
 
-/// While it lives, its thread is not cancelled. Needed around code that must not be unwound: file
-/// calls inside a destructor, or a call into code that may be noexcept or catch everything.
-class ZELKIT_API CCancellationShield
-{
-  public:
-    CCancellationShield();
-    ~CCancellationShield();
-    CCancellationShield(const CCancellationShield&) = delete;
-    CCancellationShield& operator=(const CCancellationShield&) = delete;
+/// Whether the calling thread was asked to stop. False in a thread that no CThread started. What
+/// takes long asks this before and after each step, and then fails.
+ZELKIT_API bool StopRequested() noexcept;
 
-  private:
-    int m_Previous;
-};
+/// Sleeps, on a clock that no one can set. Ends early when the calling thread is asked to stop.
+/// Needs no memory.
+ZELKIT_API void SleepFor(std::uint32_t milliseconds) noexcept;
 
 /// One thread that runs a delegate once.
 class ZELKIT_API CThread
@@ -61,8 +55,8 @@ class ZELKIT_API CThread
     CThread(const CThread&) = delete;
     CThread& operator=(const CThread&) = delete;
 
-    /// Starts the thread, with all signals blocked in it. An std::exception that leaves the target
-    /// ends the thread and is told on standard error.
+    /// Starts the thread, with all signals blocked in it. An exception that leaves the target ends
+    /// the thread and is reported on standard error.
     /// @param suspended  no thread can be created suspended: true gives RESULT_INVALID
     /// @return RESULT_SUCCESS; RESULT_NO_RESOURCES; RESULT_INVALID for a second call
     std::uint32_t Create(Delegates_and_Calls::CDelegate target, bool suspended);
@@ -71,7 +65,7 @@ class ZELKIT_API CThread
     /// nothing runs. Any thread.
     static bool HasCreateFailed();
 
-    /// Waits for the end of the thread.
+    /// Waits for the end of the thread. Not ended by a request to stop the caller. Needs no memory.
     /// @return RESULT_TIMEOUT while it runs, RESULT_SUCCESS once ended, RESULT_NOT_INITIALISED
     ///         when none was created
     std::uint32_t Wait(std::uint32_t milliseconds);

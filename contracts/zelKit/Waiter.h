@@ -4,18 +4,23 @@
 #include "contracts/zelKit/Event.h"
 #include "contracts/zelKit/Result.h"
 
+#include <boost/container/small_vector.hpp>
+
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
-#include <vector>
 
 namespace ZKT::Threading
 {
 
-/// Waits for one of several events, or for all of them. One thread at a time uses a waiter.
+/// Waits for one of several events, or for all of them. One thread at a time uses a waiter. Of up
+/// to InPlace handles it is built without memory.
 class ZELKIT_API CWaiter
 {
   public:
+    static constexpr std::size_t InPlace = 4;
+
     CWaiter(std::initializer_list<CWaitHandle> handles);
     ~CWaiter();
     CWaiter(const CWaiter&) = delete;
@@ -23,15 +28,17 @@ class ZELKIT_API CWaiter
 
     /// Sleeps until an event is signalled or the time has run out. Time is measured on a clock that
     /// no one can set. Of several signalled events the first in order is reported and consumed.
-    /// The calling thread can be cancelled here.
+    /// Needs no memory.
     /// @param waitForAll  wait until all are signalled at once; all are consumed then
     /// @return 1-based position of the signalled handle (1 for all); RESULT_TIMEOUT;
+    /// RESULT_STOPPED,
+    ///         with nothing consumed, once the calling thread was asked to stop;
     ///         RESULT_NOT_INITIALISED when an event was never initialised; RESULT_INVALID for no
     ///         handles, or so many that a position could be taken for a result
     std::uint32_t Wait(std::uint32_t milliseconds, bool waitForAll);
 
   private:
-    std::vector<CWaitHandle> m_Handles;
+    boost::container::small_vector<CWaitHandle, InPlace> m_Handles;
 };
 
 /// A span of time that runs down.

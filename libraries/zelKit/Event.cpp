@@ -3,6 +3,7 @@
 #include "libraries/zelKit/EventState.h"
 
 #include <exception>
+#include <mutex>
 #include <utility>
 
 namespace ZKT

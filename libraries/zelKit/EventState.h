@@ -1,17 +1,14 @@
 // What an event is made of, for those who set it and those who wait.
 #pragma once
 
-#include <mutex>
-#include <vector>
+#include "libraries/zelKit/SystemThread.h"
 
 namespace ZKT::Internals
 {
 
-class Sleeper;
-
 /// Guards all events and all waits of the process: a wait looks at several events at once. It is
 /// never held longer than a look takes.
-inline std::mutex eventsMutex;
+inline SystemMutex eventsMutex;
 
 struct EventState
 {
@@ -19,10 +16,10 @@ struct EventState
 
     const bool manualReset;
     bool set;
-    std::vector<Sleeper*> sleepers; ///< threads that wait for it, the oldest first
 };
 
-/// Lets every sleeping wait look at the clock again. With eventsMutex held.
+/// Lets every sleeping wait look at its events, the clock and the requests to stop again. With
+/// eventsMutex held.
 void WakeSleepers();
 
 /// Sets an event and hands the signal to those who wait for it. With eventsMutex held.

@@ -1,9 +1,9 @@
 #include "contracts/zelKit/Mutex.h"
 
 #include "libraries/zelKit/Deadline.h"
-#include "libraries/zelKit/System.h"
+#include "libraries/zelKit/SystemThread.h"
 
-#include <list>
+#include <boost/intrusive/list.hpp>
 #include <mutex>
 #include <new>
 
@@ -12,50 +12,29 @@ namespace ZKT::Threading
 namespace
 {
 
-/// One thread's place in the queue for a lock.
-struct Place
+/// One thread's place in the queue for a lock, on that thread's stack.
+struct Place : boost::intrusive::list_base_hook<>
 {
-    Internals::SleepingPlace bed; // each thread has its own: nobody is woken but the next
+    Internals::SystemCondition granting; // each thread has its own: nobody is woken but the next
     bool granted = false;
 };
 
 } // namespace
 
-// A flag and a queue under a short-lived mutex: unlike a locked pthread mutex, this can be waited
-// for with a time-out, on a clock of choice, and be left by a cancelled thread.
+// A flag and a queue under a short-lived mutex: unlike the mutexes of the systems, this can be
+// waited for with a time-out on the steady clock, in the order of arrival.
 struct Native_OS::CFastMutex::State
 {
-    /// Queues a thread, and takes it out again however its wait ends. The mutex is held whenever
-    /// it is made or destroyed, also while a cancelled wait is unwound.
-    class Queued
+    /// Waits in the queue. @return whether the lock was given to the caller
+    bool Queue(std::unique_lock<Internals::SystemMutex>& lock, Internals::SteadyTime deadline)
     {
-      public:
-        explicit Queued(State& state) : m_State(state), m_Place(state.queue.emplace(End())) {}
-        ~Queued()
-        {
-            const bool unused = m_Place->granted && !m_Taken;
-            m_State.queue.erase(m_Place);
-            if (unused)
-                m_State.PassOn();
-        }
-        Queued(const Queued&) = delete;
-        Queued& operator=(const Queued&) = delete;
-
-        bool Wait(std::unique_lock<std::mutex>& lock, Internals::SteadyTime deadline)
-        {
-            while (!m_Place->granted && std::chrono::steady_clock::now() < deadline)
-                m_Place->bed.Sleep(lock, deadline);
-            m_Taken = m_Place->granted;
-            return m_Taken;
-        }
-
-      private:
-        std::list<Place>::iterator End() { return m_State.queue.end(); }
-
-        State& m_State;
-        std::list<Place>::iterator m_Place;
-        bool m_Taken = false;
-    };
+        Place place;
+        queue.push_back(place);
+        while (!place.granted && std::chrono::steady_clock::now() < deadline)
+            place.granting.Sleep(lock, deadline);
+        queue.erase(queue.iterator_to(place));
+        return place.granted;
+    }
 
     /// Gives the lock to the first that waits; it stays held in between, so that nobody who comes
     /// later slips in before.
@@ -65,12 +44,12 @@ struct Native_OS::CFastMutex::State
         if (held)
         {
             queue.front().granted = true;
-            queue.front().bed.Wake();
+            queue.front().granting.WakeOne();
         }
     }
 
-    std::mutex mutex;
-    std::list<Place> queue;
+    Internals::SystemMutex mutex;
+    boost::intrusive::list<Place, boost::intrusive::constant_time_size<false>> queue;
     bool held = false;
 };
 
@@ -92,14 +71,8 @@ std::uint32_t Native_OS::CFastMutex::Wait(CSyncGuard* guard, std::uint32_t milli
         return RESULT_INVALID;
 
     std::unique_lock lock(m_State->mutex);
-    if (m_State->held)
-    {
-        if (milliseconds == 0)
-            return RESULT_TIMEOUT;
-        State::Queued queued(*m_State);
-        if (!queued.Wait(lock, Internals::DeadlineAfter(milliseconds)))
-            return RESULT_TIMEOUT;
-    }
+    if (m_State->held && !m_State->Queue(lock, Internals::DeadlineAfter(milliseconds)))
+        return RESULT_TIMEOUT;
     m_State->held = true;
     if (guard != nullptr)
         guard->m_Lock = this;

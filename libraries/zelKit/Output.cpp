@@ -1,7 +1,6 @@
 #include "libraries/zelKit/Output.h"
 
 #include "contracts/zelKit/Text.h"
-#include "contracts/zelKit/Thread.h"
 #include "libraries/zelKit/System.h"
 
 #include <exception>
@@ -12,7 +11,6 @@ namespace ZKT
 
 int Internals::WriteText(int file, std::string_view text)
 {
-    const ZKT::Threading::CCancellationShield shield;
     while (!text.empty())
     {
         std::size_t written = 0;
@@ -23,11 +21,13 @@ int Internals::WriteText(int file, std::string_view text)
     return 0;
 }
 
-void Internals::Complain(std::string_view trouble)
+void Internals::Complain(std::string_view trouble, std::string_view detail)
 {
     try
     {
-        WriteText(StandardError, "zelKit: " + Misc::Printable(trouble) + "\n");
+        std::string line("zelKit: ");
+        line.append(Misc::Printable(std::string(trouble).append(detail))).append("\n");
+        WriteText(StandardError, line);
     }
     catch (const std::exception&)
     {

@@ -1,12 +1,6 @@
 // What zelKit needs of the system; linux/ and windows/ hold the ways.
 #pragma once
 
-#if defined(_WIN32)
-#include "libraries/zelKit/windows/SystemThread.h"
-#else
-#include "libraries/zelKit/linux/SystemThread.h"
-#endif
-
 #include <cstddef>
 #include <cstdint>
 #include <string>

@@ -1,85 +1,54 @@
 #include "contracts/zelKit/Thread.h"
 
 #include "libraries/zelKit/Deadline.h"
+#include "libraries/zelKit/EventState.h"
 #include "libraries/zelKit/Output.h"
 #include "libraries/zelKit/System.h"
+#include "libraries/zelKit/ThreadState.h"
 
 #include <exception>
 #include <mutex>
-#include <string>
 #include <utility>
-#include <vector>
 
 namespace ZKT
 {
 namespace Internals
 {
 
-std::atomic<bool> hasCreateFailed = false;
-
-struct ThreadState
-{
-    std::mutex mutex;
-    std::vector<SleepingPlace*> waiting; // for its end
-    bool ended = false;                  // while it is false, the thread can be cancelled
-    SystemThread thread;
-    const void* code = nullptr; // in the library that the target lies in
-};
+thread_local ThreadState* t_Thread = nullptr;
 
 namespace
 {
 
 using Delegates_and_Calls::CDelegate;
 
-/// Marks the end of the thread, also when it is cancelled.
-class EndMark
-{
-  public:
-    explicit EndMark(ThreadState& state) : m_State(state) {}
-    ~EndMark()
-    {
-        const std::lock_guard lock(m_State.mutex);
-        m_State.ended = true;
-        for (SleepingPlace* bed : m_State.waiting)
-            bed->Wake();
-    }
-    EndMark(const EndMark&) = delete;
-    EndMark& operator=(const EndMark&) = delete;
+std::atomic<bool> hasCreateFailed = false;
 
-  private:
-    ThreadState& m_State;
-};
-
-// Nothing but std::exception is caught: a cancellation has to pass.
-void Run(ThreadState& state, const CDelegate& target)
+void RunTarget(const CDelegate& target) noexcept
 {
-    const EndMark mark(state);
     try
     {
         target();
     }
     catch (const std::exception& error)
     {
-        Complain(std::string("a thread ended by an exception: ") + error.what());
+        Complain("a thread ended by an exception: ", error.what());
+    }
+    catch (...)
+    {
+        Complain("a thread ended by an exception that is none of the C++ library's");
     }
 }
 
-/// A thread's wait for the end of another. The lock is held whenever it is made or destroyed, also
-/// while a cancelled wait is unwound.
-class WaitForEnd
+void Run(ThreadState& state, const CDelegate& target) noexcept
 {
-  public:
-    explicit WaitForEnd(ThreadState& state) : m_State(state) { m_State.waiting.push_back(&m_Bed); }
-    ~WaitForEnd() { std::erase(m_State.waiting, &m_Bed); }
-    WaitForEnd(const WaitForEnd&) = delete;
-    WaitForEnd& operator=(const WaitForEnd&) = delete;
-
-    void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until) { m_Bed.Sleep(lock, until); }
-
-  private:
-    ThreadState& m_State;
-    SleepingPlace m_Bed;
-};
+    t_Thread = &state;
+    RunTarget(target);
+    t_Thread = nullptr;
+    const std::lock_guard lock(state.mutex);
+    state.ended = true;
+    state.hasEnded.WakeAll();
+}
 
 } // namespace
 
@@ -91,9 +60,14 @@ CThreadCB_::~CThreadCB_() = default;
 
 void CThreadCB_::Cancel()
 {
+    {
+        const std::lock_guard lock(eventsMutex);
+        m_State->stopRequested = true;
+        WakeSleepers();
+    }
     const std::lock_guard lock(m_State->mutex);
-    if (!m_State->ended && !m_State->thread.IsCurrent())
-        m_State->thread.Cancel();
+    if (!m_State->ended)
+        m_State->calls.BreakOff();
 }
 
 } // namespace Windows
@@ -104,11 +78,9 @@ namespace Threading
 
 using Internals::ThreadState;
 
-CCancellationShield::CCancellationShield() : m_Previous(Internals::ShieldThread()) {}
-
-CCancellationShield::~CCancellationShield()
+bool StopRequested() noexcept
 {
-    Internals::UnshieldThread(m_Previous);
+    return Internals::t_Thread != nullptr && Internals::t_Thread->stopRequested;
 }
 
 CThread::CThread() = default;
@@ -117,20 +89,15 @@ CThread::~CThread()
 {
     if (m_State == nullptr)
         return;
-    // Whoever destroys this may be cancelled, but not in here.
-    const CCancellationShield shield;
-    Internals::SystemThread thread;
-    bool ended = false;
-    {
-        const std::lock_guard lock(m_State->mutex);
-        thread = std::move(m_State->thread);
-        ended = m_State->ended;
-    }
+    std::unique_lock lock(m_State->mutex);
+    std::thread thread = std::move(m_State->thread);
+    const bool ended = m_State->ended;
+    lock.unlock();
     if (ended)
-        thread.Join(); // nothing but its last steps is left; gives its memory back
+        thread.join(); // nothing but its last steps is left; gives its memory back
     else
     {
-        thread.Detach();
+        thread.detach();
         Internals::KeepLoaded(m_State->code);
     }
 }
@@ -146,8 +113,8 @@ std::uint32_t CThread::Create(Delegates_and_Calls::CDelegate target, bool suspen
         auto controlBlock = std::make_unique<Internals::Windows::CThreadCB_>(state);
         {
             const std::lock_guard lock(state->mutex);
-            state->thread.Start([state, target = std::move(target)]
-                                { Internals::Run(*state, target); });
+            state->thread = Internals::StartThread([state, target = std::move(target)]
+                                                   { Internals::Run(*state, target); });
         }
         m_State = std::move(state);
         m_ControlBlock = std::move(controlBlock);
@@ -171,14 +138,9 @@ std::uint32_t CThread::Wait(std::uint32_t milliseconds)
     if (m_State == nullptr)
         return RESULT_NOT_INITIALISED;
     std::unique_lock lock(m_State->mutex);
-    if (m_State->ended)
-        return RESULT_SUCCESS;
-    if (milliseconds == 0)
-        return RESULT_TIMEOUT;
-    Internals::WaitForEnd wait(*m_State);
     const Internals::SteadyTime deadline = Internals::DeadlineAfter(milliseconds);
     while (!m_State->ended && std::chrono::steady_clock::now() < deadline)
-        wait.Sleep(lock, deadline);
+        m_State->hasEnded.Sleep(lock, deadline);
     return m_State->ended ? RESULT_SUCCESS : RESULT_TIMEOUT;
 }
 

@@ -2,7 +2,6 @@
 
 #include "contracts/zelKit/Environment.h"
 #include "contracts/zelKit/Text.h"
-#include "contracts/zelKit/Thread.h"
 #include "contracts/zelKit/Time.h"
 #include "libraries/LocalDate.h"
 #include "libraries/zelKit/Output.h"
@@ -87,7 +86,6 @@ CTraceStreamBuffer::CTraceStreamBuffer(std::uint32_t level, const Misc::CModuleI
 
 CTraceStreamBuffer::~CTraceStreamBuffer()
 {
-    const ZKT::Threading::CCancellationShield shield;
     try
     {
         std::string line = TimeText(Misc::now());

@@ -1,22 +1,20 @@
 #include "contracts/zelKit/Waiter.h"
 
+#include "contracts/zelKit/Thread.h"
 #include "libraries/zelKit/Clock.h"
 #include "libraries/zelKit/EventState.h"
-#include "libraries/zelKit/System.h"
 
 #include <algorithm>
+#include <boost/intrusive/list.hpp>
+#include <span>
 
 namespace ZKT
 {
 namespace Internals
 {
 
-class Sleeper;
-
 namespace
 {
-
-std::vector<Sleeper*> sleeping; // all waits that sleep; eventsMutex guards it
 
 /// As DeadlineAfter, on the clock that can be skipped ahead.
 SteadyTime MomentAfter(std::uint32_t milliseconds)
@@ -26,112 +24,82 @@ SteadyTime MomentAfter(std::uint32_t milliseconds)
     return SteadyNow() + std::chrono::milliseconds(milliseconds);
 }
 
+using Handles = std::span<const Threading::CWaitHandle>;
+// A node does not clear its links: a thread that sleeps at the end of the process may outlive the
+// list.
+using Link =
+    boost::intrusive::list_base_hook<boost::intrusive::link_mode<boost::intrusive::normal_link>>;
+
 } // namespace
 
-/// A thread's wait for some events. eventsMutex is held around every call and around its
-/// destruction, also while a cancelled wait is unwound.
-class Sleeper
+/// A thread's wait for some events, or for its time alone. eventsMutex is held around every call.
+class Sleeper : public Link
 {
   public:
-    Sleeper(std::vector<EventState*> events, bool forAll)
-        : m_Events(std::move(events)), m_ForAll(forAll)
-    {
-    }
-
-    ~Sleeper()
-    {
-        std::erase(sleeping, this);
-        for (EventState* event : m_Events)
-            std::erase(event->sleepers, this);
-        // A thread that is cancelled between its signal and its waking has not seen the signal:
-        // the next one shall.
-        if (m_Position != 0 && !m_Reported)
-            GiveBack();
-    }
-    Sleeper(const Sleeper&) = delete;
-    Sleeper& operator=(const Sleeper&) = delete;
+    Sleeper(Handles handles, bool forAll) : m_Handles(handles), m_ForAll(forAll) {}
 
     /// Takes the signals that end the wait, when they are there.
-    bool Take()
+    void Take()
     {
-        if (m_Position != 0)
-            return false;
-        const auto isSet = [](const EventState* event) { return event->set; };
-        if (m_ForAll)
-        {
-            if (!std::all_of(m_Events.begin(), m_Events.end(), isSet))
-                return false;
-            for (EventState* event : m_Events)
-                event->set = event->manualReset;
-            m_Position = 1;
-            return true;
-        }
-        const auto first = std::find_if(m_Events.begin(), m_Events.end(), isSet);
-        if (first == m_Events.end())
-            return false;
-        (*first)->set = (*first)->manualReset;
-        m_Position = static_cast<std::uint32_t>(first - m_Events.begin()) + 1;
-        return true;
+        if (m_Position != 0 || m_Handles.empty())
+            return;
+        const auto isSet = [](const Threading::CWaitHandle& handle) { return handle.m_State->set; };
+        const auto first = std::find_if(m_Handles.begin(), m_Handles.end(), isSet);
+        if (m_ForAll ? !std::all_of(m_Handles.begin(), m_Handles.end(), isSet)
+                     : first == m_Handles.end())
+            return;
+        for (const Threading::CWaitHandle& handle : m_ForAll ? m_Handles : Handles(first, 1))
+            handle.m_State->set = handle.m_State->manualReset;
+        m_Position = static_cast<std::uint32_t>(first - m_Handles.begin()) + 1;
+        m_Woken.WakeOne();
     }
 
-    void Wake() { m_Bed.Wake(); }
+    void Wake() { m_Woken.WakeOne(); }
 
-    void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime deadline)
-    {
-        for (EventState* event : m_Events)
-            event->sleepers.push_back(this);
-        sleeping.push_back(this);
-        while (m_Position == 0 && SteadyNow() < deadline)
-            m_Bed.Sleep(lock, SystemMoment(deadline));
-    }
-
-    /// 1-based position of what ended the wait, 0 for nothing yet.
-    std::uint32_t Report()
-    {
-        m_Reported = true;
-        return m_Position;
-    }
+    /// 1-based position of what ended the wait, 0 for the time or a request to stop.
+    std::uint32_t Sleep(std::unique_lock<SystemMutex>& lock, SteadyTime deadline);
 
   private:
-    void GiveBack()
-    {
-        if (!m_ForAll)
-            return Signal(*m_Events[m_Position - 1]);
-        for (EventState* event : m_Events)
-            Signal(*event);
-    }
-
-    std::vector<EventState*> m_Events;
+    Handles m_Handles;
     bool m_ForAll;
-    bool m_Reported = false;
     std::uint32_t m_Position = 0;
-    SleepingPlace m_Bed;
+    SystemCondition m_Woken;
 };
+
+namespace
+{
+
+/// All waits that sleep, the oldest first; eventsMutex guards it.
+boost::intrusive::list<Sleeper, boost::intrusive::constant_time_size<false>> sleeping;
+
+} // namespace
+
+std::uint32_t Sleeper::Sleep(std::unique_lock<SystemMutex>& lock, SteadyTime deadline)
+{
+    sleeping.push_back(*this);
+    while (m_Position == 0 && SteadyNow() < deadline && !Threading::StopRequested())
+        m_Woken.Sleep(lock, SystemMoment(deadline));
+    sleeping.erase(sleeping.iterator_to(*this));
+    return m_Position;
+}
 
 void WakeSleepers()
 {
-    for (Sleeper* sleeper : sleeping)
-        sleeper->Wake();
+    for (Sleeper& sleeper : sleeping)
+        sleeper.Wake();
 }
 
 void Signal(EventState& event)
 {
     event.set = true;
-    for (Sleeper* sleeper : event.sleepers)
-    {
-        if (!event.set)
-            break; // an earlier sleeper has consumed it
-        if (sleeper->Take())
-            sleeper->Wake();
-    }
+    for (Sleeper& sleeper : sleeping)
+        sleeper.Take(); // an earlier one may consume the signal: then there is nothing to take
 }
 
 } // namespace Internals
 
 namespace Threading
 {
-
-using Internals::EventState;
 
 CWaiter::CWaiter(std::initializer_list<CWaitHandle> handles) : m_Handles(handles) {}
 CWaiter::~CWaiter() = default;
@@ -140,24 +108,25 @@ std::uint32_t CWaiter::Wait(std::uint32_t milliseconds, bool waitForAll)
 {
     if (m_Handles.empty() || m_Handles.size() >= RESULT_TIMEOUT)
         return RESULT_INVALID;
-    std::vector<EventState*> events;
-    events.reserve(m_Handles.size());
     for (const CWaitHandle& handle : m_Handles)
-    {
         if (handle.m_State == nullptr)
             return RESULT_NOT_INITIALISED;
-        events.push_back(handle.m_State.get());
-    }
-
-    // A thread whose events are always set never sleeps, and can be cancelled all the same.
-    Internals::PassCancellation();
+    if (StopRequested())
+        return RESULT_STOPPED;
 
     std::unique_lock lock(Internals::eventsMutex);
-    Internals::Sleeper sleeper(std::move(events), waitForAll);
-    if (!sleeper.Take() && milliseconds != 0)
-        sleeper.Sleep(lock, Internals::MomentAfter(milliseconds));
-    const std::uint32_t position = sleeper.Report();
-    return position != 0 ? position : RESULT_TIMEOUT;
+    Internals::Sleeper sleeper({m_Handles.data(), m_Handles.size()}, waitForAll);
+    sleeper.Take();
+    const std::uint32_t position = sleeper.Sleep(lock, Internals::MomentAfter(milliseconds));
+    if (position != 0)
+        return position;
+    return StopRequested() ? RESULT_STOPPED : RESULT_TIMEOUT;
+}
+
+void SleepFor(std::uint32_t milliseconds) noexcept
+{
+    std::unique_lock lock(Internals::eventsMutex);
+    Internals::Sleeper({}, false).Sleep(lock, Internals::MomentAfter(milliseconds));
 }
 
 void CWaitInterval::Restart(std::uint32_t milliseconds)

@@ -2,7 +2,6 @@
 
 #include "contracts/zelKit/Environment.h"
 #include "contracts/zelKit/Text.h"
-#include "contracts/zelKit/Thread.h"
 #include "libraries/zelPlug/ConfigFolder.h"
 #include "libraries/zelPlug/FileReplacement.h"
 
@@ -241,7 +240,6 @@ std::vector<std::string> CConfigFile::GetUnreadableFiles()
 _ERROR_CODE CConfigFile::ReadKeyValue(const std::string& key, std::string& value, int section,
                                       int index) const
 {
-    const ZKT::Threading::CCancellationShield shield;
     try
     {
         const std::string_view wanted = Trimmed(key);
@@ -263,7 +261,6 @@ _ERROR_CODE CConfigFile::ReadKeyValue(const std::string& key, std::string& value
 _ERROR_CODE CConfigFile::WriteKeyValue(const std::string& key, const std::string& value,
                                        int section, int index)
 {
-    const ZKT::Threading::CCancellationShield shield;
     try
     {
         const std::string_view wanted = Trimmed(key);

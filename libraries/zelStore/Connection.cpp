@@ -1,6 +1,5 @@
 #include "libraries/zelStore/Connection.h"
 
-#include "contracts/zelKit/Thread.h"
 #include "contracts/zelStore/Exception.h"
 #include "libraries/zelStore/Location.h"
 #include "libraries/zelStore/OpenDatabase.h"
@@ -112,13 +111,11 @@ Connection::Connection(std::string path, std::vector<Definition> definitions)
 
 Connection::~Connection()
 {
-    const ZKT::Threading::CCancellationShield shield;
     Close();
 }
 
 std::vector<std::string> Connection::query(std::string statement)
 {
-    const ZKT::Threading::CCancellationShield shield;
     const std::lock_guard lock(m_Mutex);
     try
     {

@@ -33,7 +33,7 @@ class Connection final : public DatabaseDAO
     Connection(std::string path, std::vector<Definition> definitions);
     ~Connection() override;
 
-    /// Any thread; not cancelled meanwhile. Waits for other processes, see above.
+    /// Any thread. Waits for other processes, see above.
     /// @throws DBEXCEPTION::DatabaseException, std::bad_alloc
     std::vector<std::string> query(std::string statement) override;
 

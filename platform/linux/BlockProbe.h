@@ -1,6 +1,6 @@
 // What stands on a disk: its partition table and its file systems, by libblkid.
 //
-// Reads from the disk, and so wakes a sleeping one. To be called under a CancellationPause.
+// Reads from the disk, and so wakes a sleeping one.
 #pragma once
 
 #include <cstdint>

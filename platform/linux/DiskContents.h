@@ -16,7 +16,7 @@
 namespace Platform
 {
 
-/// Tells the partitions of a disk. Safe from any thread; to be called under a CancellationPause.
+/// Tells the partitions of a disk. Safe from any thread.
 ///
 /// Reading a file system means reading from the disk. So it is done once, and again only when the
 /// kernel has since written to the disk, which is found out when the kernel tells something new of

@@ -1,6 +1,7 @@
 // The calls that go to a disk: to its device file, and to its generic SCSI device.
 #pragma once
 
+#include "contracts/Export.h"
 #include "platform/linux/BlockProbe.h"
 #include "platform/linux/FileDescriptor.h"
 

@@ -1,8 +1,6 @@
 // An open file, closed with its owner.
 #pragma once
 
-#include "platform/HostSystem.h"
-
 #include <unistd.h>
 
 #include <utility>
@@ -26,11 +24,8 @@ class FileDescriptor
     }
     ~FileDescriptor()
     {
-        if (m_Descriptor < 0)
-            return;
-        // A thread can be cancelled in close(), which no destructor survives.
-        const CancellationPause pause;
-        close(m_Descriptor);
+        if (m_Descriptor >= 0)
+            close(m_Descriptor);
     }
 
     int Get() const { return m_Descriptor; }

@@ -7,7 +7,6 @@
 #include <system_error>
 
 #include <fcntl.h>
-#include <pthread.h>
 #include <sys/stat.h>
 #include <time.h>
 
@@ -53,30 +52,14 @@ std::size_t DriveSize(const std::string&)
     return 0;
 }
 
-CancellationPause::CancellationPause()
-{
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_Before);
-}
-CancellationPause::~CancellationPause()
-{
-    pthread_setcancelstate(m_Before, nullptr);
-}
-
-void CancellationPoint()
-{
-    pthread_testcancel();
-}
-
 FileStamp StampOf(const std::string& path)
 {
-    const CancellationPause pause;
     struct stat status = {};
     return stat(path.c_str(), &status) == 0 ? MakeStamp(status) : FileStamp{};
 }
 
 std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content)
 {
-    const CancellationPause pause;
     // Of a file that cannot be opened, too: it is not read again until it changes.
     file.stamp = StampOf(file.path);
     // Without O_NONBLOCK, a FIFO would hold us until somebody writes.
@@ -110,22 +93,6 @@ std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& con
         content.append(block, 0, static_cast<std::size_t>(count));
         if (content.size() > limit)
             return TooLarge(limit);
-    }
-}
-
-void SleepFor(std::uint32_t milliseconds)
-{
-    timespec end = {};
-    clock_gettime(CLOCK_MONOTONIC, &end);
-    end.tv_sec += static_cast<time_t>(milliseconds / 1000);
-    end.tv_nsec += static_cast<long>(milliseconds % 1000) * 1'000'000;
-    if (end.tv_nsec >= NanosecondsPerSecond)
-    {
-        ++end.tv_sec;
-        end.tv_nsec -= NanosecondsPerSecond;
-    }
-    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR)
-    {
     }
 }
 

@@ -21,7 +21,7 @@ struct SystemState;
 /// from it, as long as its power mode says so. One that the kernel has suspended is not even
 /// opened; it tells its identity as the kernel keeps it.
 ///
-/// No lock is held while a disk answers. A thread is cancelled before and after a call, not in it.
+/// No lock is held while a disk answers.
 class PLATFORM_API LinuxMachine : public Machine
 {
   public:

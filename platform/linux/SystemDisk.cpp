@@ -1,7 +1,6 @@
 #include "platform/linux/SystemDisk.h"
 
 #include "platform/linux/AtaPassThrough.h"
-#include "platform/linux/Uncancelled.h"
 
 #include <algorithm>
 #include <atomic>
@@ -129,12 +128,8 @@ class SystemDisk : public Device
     /// Asks the disk, which is opened first if only its number was asked until now.
     template <class Question> DWORD Ask(Question question)
     {
-        return Uncancelled(
-            [&]() -> DWORD
-            {
-                const DWORD error = Open();
-                return error == ERROR_SUCCESS ? question() : error;
-            });
+        const DWORD error = Open();
+        return error == ERROR_SUCCESS ? question() : error;
     }
 
     /// IDENTIFY data as the kernel read it when the disk came: VPD page 89h of SAT.

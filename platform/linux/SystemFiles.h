@@ -22,7 +22,7 @@ struct SystemFolders
 
 // All of these give nothing for what is not there, vanishes meanwhile, may not be read or is of
 // another kind. When this process has no memory or no descriptor left to find that out, they throw
-// std::system_error. None blocks. To be called under a CancellationPause.
+// std::system_error. None blocks.
 
 /// Opens a regular file for reading; none for anything else.
 FileDescriptor OpenSystemFile(const std::string& path);

@@ -12,8 +12,7 @@
 namespace Platform
 {
 
-/// Keeps the last picture of the disks and the last mount table. Safe from any thread; to be called
-/// under a CancellationPause.
+/// Keeps the last picture of the disks and the last mount table. Safe from any thread.
 class SystemTables
 {
   public:

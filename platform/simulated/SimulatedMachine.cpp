@@ -1,5 +1,6 @@
 #include "platform/simulated/SimulatedMachine.h"
 
+#include "contracts/zelKit/Thread.h"
 #include "platform/DeviceNames.h"
 #include "platform/HostSystem.h"
 #include "platform/simulated/MachineFile.h"
@@ -150,6 +151,8 @@ class SimulatedMachine::OpenDisk : public Device
         const auto disk = m_State->Ask(m_Number, call);
         if (!disk)
             return ERROR_NOT_READY;
+        if (ZKT::Threading::StopRequested())
+            return ERROR_OPERATION_ABORTED;
         return !disk->fails[PositionOf(call)] && reader(*disk) ? ERROR_SUCCESS : ERROR_IO_DEVICE;
     }
 

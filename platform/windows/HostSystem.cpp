@@ -1,6 +1,5 @@
 #include "platform/HostSystem.h"
 
-#include "contracts/zelKit/windows/Cancellation.h"
 #include "contracts/zelKit/windows/WideText.h"
 #include "platform/windows/SystemHandle.h"
 
@@ -64,20 +63,8 @@ std::size_t DriveSize(const std::string& path)
     return path.find(':') == 1 ? 2 : 0;
 }
 
-CancellationPause::CancellationPause() : m_Before(ZKT::Threading::SetCancellable(false) ? 1 : 0) {}
-CancellationPause::~CancellationPause()
-{
-    ZKT::Threading::SetCancellable(m_Before != 0);
-}
-
-void CancellationPoint()
-{
-    ZKT::Threading::CancellationPoint();
-}
-
 FileStamp StampOf(const std::string& path)
 {
-    const CancellationPause pause;
     const SystemHandle file = Open(path, FILE_READ_ATTRIBUTES);
     BY_HANDLE_FILE_INFORMATION facts = {};
     return file.IsOpen() && ::GetFileInformationByHandle(file.Get(), &facts) != 0 ? MakeStamp(facts)
@@ -86,7 +73,6 @@ FileStamp StampOf(const std::string& path)
 
 std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content)
 {
-    const CancellationPause pause;
     // Of a file that cannot be opened, too: it is not read again until it changes.
     file.stamp = StampOf(file.path);
     const SystemHandle opened = Open(file.path, GENERIC_READ);
@@ -118,11 +104,6 @@ std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& con
         if (content.size() > limit)
             return TooLarge(limit);
     }
-}
-
-void SleepFor(std::uint32_t milliseconds)
-{
-    ZKT::Threading::SleepFor(milliseconds);
 }
 
 } // namespace Platform

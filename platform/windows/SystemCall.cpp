@@ -1,6 +1,6 @@
 #include "platform/windows/SystemCall.h"
 
-#include "contracts/zelKit/windows/Cancellation.h"
+#include "contracts/zelKit/windows/SystemCall.h"
 #include "contracts/zelKit/windows/WideText.h"
 
 #include <cstddef>
@@ -12,32 +12,21 @@ DWORD OpenSystemFile(const std::string& path, DWORD access, SystemHandle& handle
 {
     const NoErrorBoxes quiet;
     const std::wstring widePath = ZKT::Misc::ToWide(path);
-    DWORD error = ERROR_SUCCESS;
-    ZKT::Threading::RunCancellable(
-        [&]
-        {
-            handle = SystemHandle(::CreateFileW(widePath.c_str(), access,
-                                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                                OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-            if (!handle.IsOpen())
-                error = ::GetLastError();
-        });
-    return error;
+    const ZKT::Threading::CInterruptibleCall interruptible;
+    handle =
+        SystemHandle(::CreateFileW(widePath.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                   nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return handle.IsOpen() ? ERROR_SUCCESS : ::GetLastError();
 }
 
 DWORD CallDevice(const SystemHandle& device, DWORD code, void* input, DWORD inputSize, void* output,
                  DWORD outputSize, DWORD& written)
 {
     const NoErrorBoxes quiet;
-    DWORD error = ERROR_SUCCESS;
-    ZKT::Threading::RunCancellable(
-        [&]
-        {
-            if (::DeviceIoControl(device.Get(), code, input, inputSize, output, outputSize,
-                                  &written, nullptr) == 0)
-                error = ::GetLastError();
-        });
-    return error;
+    const ZKT::Threading::CInterruptibleCall interruptible;
+    const BOOL succeeded = ::DeviceIoControl(device.Get(), code, input, inputSize, output,
+                                             outputSize, &written, nullptr);
+    return succeeded != 0 ? ERROR_SUCCESS : ::GetLastError();
 }
 
 DWORD AskDevice(const SystemHandle& device, DWORD code, std::vector<BYTE>& answer)

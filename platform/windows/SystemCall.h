@@ -1,4 +1,4 @@
-// Calls into Windows that may take long, so that a thread that is cancelled leaves them.
+// Calls into Windows that may take long, and that a request to stop the thread breaks off.
 #pragma once
 
 #include "platform/windows/SystemHandle.h"

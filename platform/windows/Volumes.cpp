@@ -1,6 +1,6 @@
 #include "platform/windows/Volumes.h"
 
-#include "contracts/zelKit/windows/Cancellation.h"
+#include "contracts/zelKit/windows/SystemCall.h"
 #include "contracts/zelKit/windows/WideText.h"
 #include "platform/windows/SystemCall.h"
 
@@ -87,17 +87,13 @@ void ReadContent(const std::wstring& name, Volume& volume)
     wchar_t label[MAX_PATH + 1] = {};
     wchar_t fileSystem[MAX_PATH + 1] = {};
     DWORD flags = 0;
-    bool isRead = false;
-    const NoErrorBoxes quiet;
-    ZKT::Threading::RunCancellable(
-        [&]
-        {
-            isRead =
-                ::GetVolumeInformationW(name.c_str(), label, std::size(label), nullptr, nullptr,
-                                        &flags, fileSystem, std::size(fileSystem)) != 0;
-        });
-    if (!isRead)
-        return;
+    {
+        const NoErrorBoxes quiet;
+        const ZKT::Threading::CInterruptibleCall interruptible;
+        if (::GetVolumeInformationW(name.c_str(), label, std::size(label), nullptr, nullptr, &flags,
+                                    fileSystem, std::size(fileSystem)) == 0)
+            return;
+    }
     volume.label = ZKT::Misc::FromWide(label);
     volume.fileSystem = ZKT::Misc::FromWide(fileSystem);
     volume.isReadOnly = (flags & FILE_READ_ONLY_VOLUME) != 0;

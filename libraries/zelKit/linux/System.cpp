@@ -2,6 +2,7 @@
 
 #include "contracts/zelKit/Environment.h"
 #include "libraries/zelKit/Output.h"
+#include "libraries/zelKit/SystemThread.h"
 
 #include <cerrno>
 #include <csignal>
@@ -39,22 +40,10 @@ class SignalsBlocked
 namespace Internals
 {
 
-void SystemThread::Start(std::function<void()> body)
+std::thread StartThread(std::function<void()> body)
 {
     const SignalsBlocked blocked;
-    m_Thread = std::thread(std::move(body));
-}
-
-int ShieldThread()
-{
-    int before = PTHREAD_CANCEL_ENABLE;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before);
-    return before;
-}
-
-void UnshieldThread(int before)
-{
-    pthread_setcancelstate(before, nullptr);
+    return std::thread(std::move(body));
 }
 
 void KeepLoaded(const void* code)

@@ -1,57 +1,38 @@
-// Threads and sleeps that can be cancelled, as POSIX has them.
+// Locks and conditions as POSIX has them.
 #pragma once
 
 #include "libraries/zelKit/Clock.h"
 
 #include <condition_variable>
-#include <functional>
 #include <mutex>
-#include <pthread.h>
-#include <thread>
 
 namespace ZKT::Internals
 {
 
-/// Where one thread sleeps under a lock until it is woken. It can be cancelled there, and unwinds
-/// with the lock held.
-class SleepingPlace
+using SystemMutex = std::mutex;
+
+/// Where threads sleep under a lock until they are woken. Needs no memory.
+class SystemCondition
 {
   public:
-    /// With the lock held.
-    void Wake() { m_Changed.notify_one(); }
+    void WakeOne() { m_Condition.notify_one(); }
+    void WakeAll() { m_Condition.notify_all(); }
     /// May end early for no reason.
-    void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until)
+    void Sleep(std::unique_lock<SystemMutex>& lock, SteadyTime until)
     {
-        m_Changed.wait_until(lock, until);
+        m_Condition.wait_until(lock, until);
     }
 
   private:
-    std::condition_variable m_Changed;
+    std::condition_variable m_Condition;
 };
 
-/// A thread that can be cancelled.
-class SystemThread
+/// The call into the system that a thread is in. A call on Linux cannot be broken off from outside
+/// without a signal, which is the host's to use.
+class ThreadCalls
 {
   public:
-    /// Starts the thread with all signals blocked in it. @throws std::system_error
-    void Start(std::function<void()> body);
-    void Cancel() { pthread_cancel(m_Thread.native_handle()); }
-    bool IsCurrent() const { return m_Thread.get_id() == std::this_thread::get_id(); }
-    void Join() { m_Thread.join(); }
-    void Detach() { m_Thread.detach(); }
-
-  private:
-    std::thread m_Thread;
+    void BreakOff() {}
 };
-
-/// Ends the calling thread here if it was cancelled.
-inline void PassCancellation()
-{
-    pthread_testcancel();
-}
-
-/// Puts the cancellation of the calling thread off. @return how it was before
-int ShieldThread();
-void UnshieldThread(int before);
 
 } // namespace ZKT::Internals

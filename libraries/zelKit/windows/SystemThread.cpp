@@ -1,15 +1,11 @@
-#include "libraries/zelKit/windows/SystemThread.h"
+#include "libraries/zelKit/SystemThread.h"
 
-#include "contracts/zelKit/windows/Cancellation.h"
-#include "libraries/zelKit/System.h"
+#include "contracts/zelKit/windows/SystemCall.h"
+#include "libraries/zelKit/ThreadState.h"
 
 #include <algorithm>
-#include <atomic>
-#include <limits>
-#include <new>
-#include <system_error>
+#include <cstdint>
 #include <utility>
-#include <vector>
 
 #include <windows.h>
 
@@ -18,20 +14,20 @@ namespace ZKT
 namespace Internals
 {
 
-/// What a thread and those who cancel it have in common.
-struct Cancellation
-{
-    EventHandle requested;
-    std::atomic<bool> isRequested = false;
-    std::atomic<bool> isInCall = false;
-    std::atomic<HANDLE> thread = nullptr; ///< good while the thread runs
-};
-
 namespace
 {
 
-thread_local Cancellation* t_Own = nullptr; // null in threads that are not ours
-thread_local bool t_IsShielded = false;
+static_assert(sizeof(SRWLOCK) == sizeof(void*) && sizeof(CONDITION_VARIABLE) == sizeof(void*));
+
+SRWLOCK* LockOf(void*& storage)
+{
+    return reinterpret_cast<SRWLOCK*>(&storage);
+}
+
+CONDITION_VARIABLE* ConditionOf(void*& storage)
+{
+    return reinterpret_cast<CONDITION_VARIABLE*>(&storage);
+}
 
 DWORD MillisecondsUntil(SteadyTime moment)
 {
@@ -43,195 +39,68 @@ DWORD MillisecondsUntil(SteadyTime moment)
     return static_cast<DWORD>(std::clamp<std::int64_t>(left.count(), 0, longest));
 }
 
-/// Waits for an event, or with none for the time alone, and for the cancellation of this thread.
-void WaitFor(HANDLE event, DWORD milliseconds)
+} // namespace
+
+void SystemMutex::lock() noexcept
 {
-    HANDLE handles[2] = {};
-    DWORD count = 0;
-    if (event != nullptr)
-        handles[count++] = event;
-    if (t_Own != nullptr && !t_IsShielded)
-        handles[count++] = t_Own->requested.Get();
-    if (count == 0)
-        ::Sleep(milliseconds);
-    else
-        WaitForMultipleObjects(count, handles, FALSE, milliseconds);
+    AcquireSRWLockExclusive(LockOf(m_Lock));
 }
 
-/// The events that nobody sleeps by now. There are never more than threads that slept at once, and
-/// they are those of no thread: one that the host ends by force leaves nothing to be cleaned up.
-class SpareEvents
+void SystemMutex::unlock() noexcept
 {
-  public:
-    SpareEvents() = default;
-    ~SpareEvents()
-    {
-        for (const HANDLE event : m_Events)
-            CloseHandle(event);
-    }
-    SpareEvents(const SpareEvents&) = delete;
-    SpareEvents& operator=(const SpareEvents&) = delete;
+    ReleaseSRWLockExclusive(LockOf(m_Lock));
+}
 
-    /// Null when the system has none.
-    HANDLE Take()
-    {
-        const std::lock_guard lock(m_Mutex);
-        if (m_Events.empty())
-            return CreateEventW(nullptr, FALSE, FALSE, nullptr);
-        const HANDLE event = m_Events.back();
-        m_Events.pop_back();
-        return event;
-    }
-
-    void GiveBack(HANDLE event)
-    {
-        if (event == nullptr)
-            return;
-        // A thread may have been woken when its time had run out already.
-        ResetEvent(event);
-        const std::lock_guard lock(m_Mutex);
-        try
-        {
-            m_Events.push_back(event);
-        }
-        catch (const std::bad_alloc&)
-        {
-            CloseHandle(event);
-        }
-    }
-
-  private:
-    std::mutex m_Mutex;
-    std::vector<HANDLE> m_Events;
-};
-
-SpareEvents spareEvents;
-
-/// Makes this thread one that can be cancelled, for as long as it lives.
-class Cancellable
+void SystemCondition::WakeOne() noexcept
 {
-  public:
-    explicit Cancellable(Cancellation& own)
+    WakeConditionVariable(ConditionOf(m_Condition));
+}
+
+void SystemCondition::WakeAll() noexcept
+{
+    WakeAllConditionVariable(ConditionOf(m_Condition));
+}
+
+void SystemCondition::Sleep(std::unique_lock<SystemMutex>& lock, SteadyTime until) noexcept
+{
+    SleepConditionVariableSRW(ConditionOf(m_Condition), LockOf(lock.mutex()->m_Lock),
+                              MillisecondsUntil(until), 0);
+}
+
+ThreadCalls::~ThreadCalls()
+{
+    if (m_Thread != nullptr)
+        CloseHandle(m_Thread);
+}
+
+void ThreadCalls::Enter() noexcept
+{
+    if (m_Thread == nullptr)
     {
         HANDLE self = nullptr;
         DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &self, 0,
                         FALSE, DUPLICATE_SAME_ACCESS);
-        own.thread = self;
-        t_Own = &own;
+        m_Thread = self;
     }
-    ~Cancellable()
-    {
-        // Who cancels holds the thread's lock, under which its end is marked: nobody uses the
-        // handle any more.
-        CloseHandle(t_Own->thread.exchange(nullptr));
-        t_Own = nullptr;
-    }
-    Cancellable(const Cancellable&) = delete;
-    Cancellable& operator=(const Cancellable&) = delete;
-};
-
-/// Marks that the thread is inside a call that may be broken off.
-class CallMark
-{
-  public:
-    explicit CallMark(Cancellation& own) : m_Own(own) { m_Own.isInCall = true; }
-    ~CallMark() { m_Own.isInCall = false; }
-    CallMark(const CallMark&) = delete;
-    CallMark& operator=(const CallMark&) = delete;
-
-  private:
-    Cancellation& m_Own;
-};
-
-} // namespace
-
-EventHandle::EventHandle() : m_Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr))
-{
-    if (m_Handle == nullptr)
-        throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
+    m_IsInCall = true;
 }
 
-EventHandle::~EventHandle()
+void ThreadCalls::BreakOff() noexcept
 {
-    CloseHandle(m_Handle);
-}
-
-void EventHandle::Set() const
-{
-    SetEvent(m_Handle);
-}
-
-void SleepingPlace::Wake()
-{
-    if (m_Event != nullptr)
-        SetEvent(m_Event);
-}
-
-void SleepingPlace::Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until)
-{
-    // Without an event, whoever sleeps looks again after a moment.
-    constexpr DWORD moment = 10;
-    m_Event = spareEvents.Take();
-    const DWORD longest = m_Event != nullptr ? INFINITE : moment;
-    const HANDLE event = m_Event;
-    lock.unlock();
-    WaitFor(event, std::min(MillisecondsUntil(until), longest));
-    lock.lock();
-    // From here on nobody sets it, and what set it is taken back.
-    spareEvents.GiveBack(std::exchange(m_Event, nullptr));
-    PassCancellation();
-}
-
-void SystemThread::Start(std::function<void()> body)
-{
-    m_Cancellation = std::make_shared<Cancellation>();
-    m_Thread = std::thread(
-        [own = m_Cancellation, body = std::move(body)]
-        {
-            const Cancellable cancellable(*own);
-            try
-            {
-                body();
-            }
-            catch (const ThreadCancelled&)
-            {
-            }
-        });
-}
-
-void SystemThread::Cancel()
-{
-    m_Cancellation->isRequested = true;
-    m_Cancellation->requested.Set();
     // A call that is marked and not begun has nothing to be broken off yet, and some wait for more
     // than one thing: it is tried again for a moment. A driver that does not let go is not waited
     // for.
     constexpr int attempts = 50;
-    for (int attempt = 0; attempt < attempts && m_Cancellation->isInCall; ++attempt)
+    for (int attempt = 0; attempt < attempts && m_IsInCall; ++attempt)
     {
-        CancelSynchronousIo(m_Cancellation->thread);
+        CancelSynchronousIo(m_Thread);
         ::Sleep(1);
     }
 }
 
-void PassCancellation()
+std::thread StartThread(std::function<void()> body)
 {
-    if (t_Own != nullptr && !t_IsShielded && t_Own->isRequested)
-    {
-        // Unwinding is not to be cancelled once more.
-        t_IsShielded = true;
-        throw ThreadCancelled();
-    }
-}
-
-int ShieldThread()
-{
-    return std::exchange(t_IsShielded, true) ? 1 : 0;
-}
-
-void UnshieldThread(int before)
-{
-    t_IsShielded = before != 0;
+    return std::thread(std::move(body));
 }
 
 } // namespace Internals
@@ -239,33 +108,18 @@ void UnshieldThread(int before)
 namespace Threading
 {
 
-void CancellationPoint()
+using Internals::t_Thread;
+
+CInterruptibleCall::CInterruptibleCall() noexcept
 {
-    Internals::PassCancellation();
+    if (t_Thread != nullptr)
+        t_Thread->calls.Enter();
 }
 
-void SleepFor(std::uint32_t milliseconds)
+CInterruptibleCall::~CInterruptibleCall()
 {
-    Internals::PassCancellation();
-    Internals::WaitFor(nullptr, milliseconds);
-    Internals::PassCancellation();
-}
-
-void RunCancellable(const std::function<void()>& call)
-{
-    if (Internals::t_Own == nullptr || Internals::t_IsShielded)
-        return call();
-    {
-        const Internals::CallMark mark(*Internals::t_Own);
-        Internals::PassCancellation();
-        call();
-    }
-    Internals::PassCancellation();
-}
-
-bool SetCancellable(bool cancellable)
-{
-    return !std::exchange(Internals::t_IsShielded, !cancellable);
+    if (t_Thread != nullptr)
+        t_Thread->calls.Leave();
 }
 
 } // namespace Threading

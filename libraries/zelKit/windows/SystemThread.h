@@ -1,74 +1,68 @@
-// Threads and sleeps that can be cancelled, on Windows.
+// Locks and conditions of Windows, and calls that can be broken off.
 #pragma once
 
 #include "libraries/zelKit/Clock.h"
 
-#include <functional>
-#include <memory>
+#include <atomic>
 #include <mutex>
-#include <thread>
 
 namespace ZKT::Internals
 {
 
-/// What a cancelled thread unwinds by. Nobody but the thread's first frame catches it.
-struct ThreadCancelled
-{
-};
-
-/// An event of Windows that stays set. @throws std::system_error when there is none to be had
-class EventHandle
+/// A slim reader/writer lock, taken for writing.
+class SystemMutex
 {
   public:
-    EventHandle();
-    ~EventHandle();
-    EventHandle(const EventHandle&) = delete;
-    EventHandle& operator=(const EventHandle&) = delete;
+    SystemMutex() = default;
+    SystemMutex(const SystemMutex&) = delete;
+    SystemMutex& operator=(const SystemMutex&) = delete;
 
-    void* Get() const { return m_Handle; }
-    void Set() const;
+    void lock() noexcept;
+    void unlock() noexcept;
 
   private:
-    void* m_Handle;
+    friend class SystemCondition;
+    void* m_Lock = nullptr;
 };
 
-/// Where one thread sleeps under a lock until it is woken. It can be cancelled there, and unwinds
-/// with the lock held.
-class SleepingPlace
+/// Where threads sleep under a lock until they are woken. Needs no memory. The one of the C++
+/// library follows the clock that can be set.
+class SystemCondition
 {
   public:
-    /// With the lock held.
-    void Wake();
+    SystemCondition() = default;
+    SystemCondition(const SystemCondition&) = delete;
+    SystemCondition& operator=(const SystemCondition&) = delete;
+
+    void WakeOne() noexcept;
+    void WakeAll() noexcept;
     /// May end early for no reason.
-    void Sleep(std::unique_lock<std::mutex>& lock, SteadyTime until);
+    void Sleep(std::unique_lock<SystemMutex>& lock, SteadyTime until) noexcept;
 
   private:
-    void* m_Event = nullptr; ///< what the thread sleeps by, while it does
+    void* m_Condition = nullptr;
 };
 
-struct Cancellation;
-
-/// A thread that can be cancelled.
-class SystemThread
+/// The call into the system that a thread is in.
+class ThreadCalls
 {
   public:
-    /// @throws std::system_error
-    void Start(std::function<void()> body);
-    void Cancel();
-    bool IsCurrent() const { return m_Thread.get_id() == std::this_thread::get_id(); }
-    void Join() { m_Thread.join(); }
-    void Detach() { m_Thread.detach(); }
+    /// Breaks off what the thread waits for in its call, as far as the driver allows it. Under a
+    /// lock that keeps the thread from its end.
+    void BreakOff() noexcept;
+
+    /// By the thread itself, around a call.
+    void Enter() noexcept;
+    void Leave() noexcept { m_IsInCall = false; }
+
+    ThreadCalls() = default;
+    ~ThreadCalls();
+    ThreadCalls(const ThreadCalls&) = delete;
+    ThreadCalls& operator=(const ThreadCalls&) = delete;
 
   private:
-    std::thread m_Thread;
-    std::shared_ptr<Cancellation> m_Cancellation;
+    std::atomic<bool> m_IsInCall = false;
+    std::atomic<void*> m_Thread = nullptr; ///< opened at the first call
 };
-
-/// Ends the calling thread here if it was cancelled.
-void PassCancellation();
-
-/// Puts the cancellation of the calling thread off. @return how it was before
-int ShieldThread();
-void UnshieldThread(int before);
 
 } // namespace ZKT::Internals

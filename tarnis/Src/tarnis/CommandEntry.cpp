@@ -1,6 +1,5 @@
 #include "tarnis/Src/tarnis/Instance.h"
 
-#include <exception>
 #include <new>
 
 namespace NAMESPACE_tarnis
@@ -9,7 +8,7 @@ namespace
 {
 
 /// Runs a handler. No exception crosses the boundary to the host; exhausted memory is the only one
-/// that a handler can meet. Never catches all: a cancelled thread must unwind through here.
+/// that a handler can meet.
 template <class Handler> PI::_ERROR_CODE Guarded(Handler handler)
 {
     try
@@ -20,7 +19,7 @@ template <class Handler> PI::_ERROR_CODE Guarded(Handler handler)
     {
         return PI::ERR_MEMORY_ERROR;
     }
-    catch (const std::exception&)
+    catch (...)
     {
         return PI::ERR_GENERAL;
     }

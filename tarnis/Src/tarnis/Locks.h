@@ -47,7 +47,7 @@ class TARNIS_SCOPED_CAPABILITY DataGuard
 };
 
 /// Holds a lock for a scope, its steps traced under names of their own. Releases it when the scope
-/// is left by an exception or by cancellation too, so that nobody waits for a thread that is gone.
+/// is left by an exception, too.
 class TARNIS_SCOPED_CAPABILITY TracedLock
 {
   public:

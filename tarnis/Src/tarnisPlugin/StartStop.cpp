@@ -4,8 +4,6 @@
 #include "tarnis/Src/tarnis/Trace.h"
 #include "tarnis/Src/tarnisPlugin/Discovery.h"
 
-#include <boost/thread/thread.hpp>
-
 #include <cstdio>
 
 namespace NAMESPACE_tarnis
@@ -13,13 +11,16 @@ namespace NAMESPACE_tarnis
 namespace
 {
 
-constexpr std::uint64_t WorkerPatience = 25000; // ms until a worker that does not end is cancelled
+constexpr std::uint32_t WorkerPatience = 25000; // ms until a worker that does not end is stopped
 
-void SleepMilliseconds(int milliseconds)
+/// Sleeps, and measures it. A sleep counts for twice its time at the most: in a process that was
+/// suspended meanwhile, the worker had no more time than that.
+std::uint32_t Slept(std::uint32_t milliseconds)
 {
-    // A host may interrupt its thread; a stop that was begun goes to its end all the same.
-    const boost::this_thread::disable_interruption uninterrupted;
-    boost::this_thread::sleep(boost::posix_time::milliseconds(milliseconds));
+    const std::uint32_t most = 2 * milliseconds;
+    const ZKT::Threading::CWaitInterval rest(most);
+    ZKT::Threading::SleepFor(milliseconds);
+    return most - rest;
 }
 
 void PrintAdapterCount(std::size_t count)
@@ -158,25 +159,25 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::DeInitialize()
     Trace(TRACE_FLOW, "ENTER DeInitialize");
     if (auto* stop = m_StopRequest.GetControlBlock())
         stop->Set();
-    SleepMilliseconds(100);
+    ZKT::Threading::SleepFor(100);
 
-    const std::uint64_t start = ZKT::Misc::now();
+    std::uint32_t waited = 0;
     bool running = false;
     for (;;)
     {
         running = IsWorkerRunning();
         if (running)
             Trace(TRACE_PROGRESS, "Wait for termination... (Worker)");
-        if (ZKT::Misc::now() - start >= WorkerPatience || !running)
+        if (waited >= WorkerPatience || !running)
             break;
-        SleepMilliseconds(500);
+        waited += Slept(500);
     }
     if (running && IsWorkerRunning())
     {
         Trace(TRACE_PROGRESS, "Kill Worker");
         m_WorkerThread->GetControlBlock()->Cancel();
     }
-    SleepMilliseconds(100);
+    ZKT::Threading::SleepFor(100);
     Trace(TRACE_FLOW, "LEAVE DeInitialize");
     return PI::ERR_SUCCESS;
 }

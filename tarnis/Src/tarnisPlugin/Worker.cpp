@@ -1,7 +1,6 @@
 // The worker thread: waits for its events and for its interval to run down, and runs the passes.
 //
-// Nothing here may be noexcept or catch all: DeInitialize cancels a worker that does not end, and
-// cancellation unwinds these frames.
+// Only the result of a wait ends it: waiting and locking need no memory, and a pass throws nothing.
 #include "tarnis/Src/tarnis/Instance.h"
 #include "tarnis/Src/tarnis/Locks.h"
 #include "tarnis/Src/tarnis/Trace.h"
@@ -80,9 +79,14 @@ void IPLUGINAPI_IMPL::RingHost()
 {
     if (m_HostCallback == nullptr)
         return;
-    // The host's code may be noexcept or catch everything, and neither outlives a cancellation.
-    const ZKT::Threading::CCancellationShield shield;
-    m_HostCallback(m_HostContext, this);
+    try
+    {
+        m_HostCallback(m_HostContext, this);
+    }
+    catch (...)
+    {
+        Trace(TRACE_FLOW, "Worker() the host's callback threw an exception");
+    }
 }
 
 bool IPLUGINAPI_IMPL::RunPass(std::uint64_t& lastPassTime)
@@ -107,6 +111,9 @@ bool IPLUGINAPI_IMPL::RunPass(std::uint64_t& lastPassTime)
 
         Trace(TRACE_PROGRESS, "Before ScanSystem()");
         result = ScanSystem(newAdapters, newDrives, false);
+        // Calls that were refused because of it say nothing about the drives.
+        if (ZKT::Threading::StopRequested())
+            result = PI::ERR_GENERAL;
         Trace(TRACE_PROGRESS, "After ScanSystem() ret = %d", result);
         if (result == PI::ERR_SUCCESS)
         {
@@ -122,7 +129,7 @@ bool IPLUGINAPI_IMPL::RunPass(std::uint64_t& lastPassTime)
     {
         // Memory ran out: the old picture stands, and the next pass tries again.
         result = PI::ERR_GENERAL;
-        Trace(TRACE_FLOW, "Worker() pass given up: %s", error.what());
+        Trace(TRACE_FLOW, "Worker() pass abandoned: %s", error.what());
     }
     return !m_Events.empty() || result == PI::ERR_SUCCESS;
 }
