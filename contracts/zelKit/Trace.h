@@ -74,8 +74,8 @@ namespace Internals
 {
 
 /// One trace line. It is written when the buffer is destroyed: to the file TARNIS_TRACE_FILE, else
-/// to standard error, in one piece, also when several threads trace at once. A thread cannot be
-/// cancelled while it writes. The caller has tested the mask.
+/// to standard error, in one piece, also when several threads trace at once. The caller has tested
+/// the mask.
 class ZELKIT_API CTraceStreamBuffer
 {
   public:
