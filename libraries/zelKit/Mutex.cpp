@@ -7,6 +7,11 @@
 #include <mutex>
 #include <new>
 
+#if !defined(__clang__)
+// The compiler does not see that a place leaves the queue before its function ends.
+#pragma GCC diagnostic ignored "-Wdangling-pointer"
+#endif
+
 namespace ZKT::Threading
 {
 namespace
