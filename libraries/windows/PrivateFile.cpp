@@ -1,0 +1,34 @@
+#include "libraries/PrivateFile.h"
+
+#include <boost/filesystem/operations.hpp>
+
+#include <windows.h>
+
+namespace PrivateFile
+{
+
+// Only administrators may make links here.
+bool ResolveLinks(boost::filesystem::path&)
+{
+    return true;
+}
+
+boost::system::error_code MakeFolders(const boost::filesystem::path& folder)
+{
+    boost::system::error_code error;
+    boost::filesystem::create_directories(folder, error);
+    return error;
+}
+
+boost::system::error_code MakeFile(const boost::filesystem::path& path)
+{
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return {static_cast<int>(GetLastError()), boost::system::system_category()};
+    CloseHandle(file);
+    return {};
+}
+
+} // namespace PrivateFile
