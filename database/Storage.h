@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <vector>
 
 namespace DatabaseORM
@@ -199,8 +200,8 @@ class storage_t
     static std::shared_ptr<const Wanted> FindType(const Entries& entries)
     {
         for (const auto& entry : entries)
-            if (auto found = std::dynamic_pointer_cast<const Wanted>(entry))
-                return found;
+            if (entry && typeid(*entry) == typeid(Wanted))
+                return std::static_pointer_cast<const Wanted>(entry);
         return nullptr;
     }
 

@@ -41,29 +41,6 @@ std::int64_t RowsGivenByMovedFile(sqlite3* database)
 constexpr const char* otherFile =
     "another file was put in the database's place: rows may be missing, write them again";
 
-// Texts lie in the statement that query was given, and are not copied. Nothing reads them after the
-// statement was reset: it is not run again before all its values are bound anew.
-struct Binder
-{
-    sqlite3_stmt* statement;
-    int place;
-
-    int operator()(std::nullptr_t) const { return sqlite3_bind_null(statement, place); }
-    int operator()(std::int64_t value) const { return sqlite3_bind_int64(statement, place, value); }
-    int operator()(double value) const { return sqlite3_bind_double(statement, place, value); }
-    int operator()(std::string_view text) const
-    {
-        return sqlite3_bind_text64(statement, place, text.data(), text.size(), SQLITE_STATIC,
-                                   SQLITE_UTF8);
-    }
-    // As a text, a column for integers would round it to a real.
-    int operator()(Digits digits) const
-    {
-        return sqlite3_bind_blob64(statement, place, digits.text.data(), digits.text.size(),
-                                   SQLITE_STATIC);
-    }
-};
-
 template <class Number> void AppendNumber(std::vector<std::string>& cells, Number number)
 {
     std::array<char, 32> text;
@@ -91,16 +68,14 @@ void AppendCell(std::vector<std::string>& cells, sqlite3_stmt* statement, int co
     }
 }
 
-/// Ends a statement's run, and with it its locks.
-struct RunEnd
+/// Carries out what gives no rows.
+void Step(const PreparedStatement& prepared)
 {
-    sqlite3_stmt* statement;
-
-    explicit RunEnd(sqlite3_stmt* running) : statement(running) {}
-    ~RunEnd() { sqlite3_reset(statement); }
-    RunEnd(const RunEnd&) = delete;
-    RunEnd& operator=(const RunEnd&) = delete;
-};
+    sqlite3_stmt* const statement = prepared.statement.get();
+    const RunEnd end(statement);
+    if (const int result = sqlite3_step(statement); result != SQLITE_DONE)
+        Fail(sqlite3_db_handle(statement), result);
+}
 
 } // namespace
 
@@ -196,17 +171,85 @@ Connection::Cells Connection::CarryOut()
 void Connection::RunRows(std::string_view text, Cells& cells)
 {
     const std::vector<Literal>& values = m_Reader.Literals();
-    sqlite3_stmt* statement = m_Prepared.Get(m_Database.get(), text, values.size());
-    Binder binder{statement, 0};
+    const PreparedStatement& prepared = m_Prepared.Get(m_Database.get(), text, values.size());
+    if (prepared.update && WriteDifference(*prepared.update))
+        return;
+    int place = 0;
     for (const Literal& value : values)
-    {
-        ++binder.place;
-        Check(m_Database.get(), std::visit(binder, value));
-    }
+        Bind(m_Database.get(), prepared.statement.get(), ++place, value);
     const int rowsWritten = sqlite3_total_changes(m_Database.get());
-    Run(statement, cells);
+    Run(prepared.statement.get(), cells);
     if (sqlite3_total_changes(m_Database.get()) != rowsWritten)
         m_RowState->Written();
+}
+
+/// Row and comparison are of one moment: without the transaction, writers would mix their rows.
+/// @return false when the update is to be carried out as a whole
+bool Connection::WriteDifference(const RowUpdate& update)
+{
+    m_IsWriting = false;
+    sqlite3* const database = m_Database.get();
+    const RollbackGuard rollback{database};
+    Step(m_Prepared.Get(database, "BEGIN", 0));
+    switch (update.Compare(m_Database.get(), m_Reader.Literals(), m_Differing))
+    {
+    case RowUpdate::Outcome::SeveralRows:
+        return false;
+    case RowUpdate::Outcome::NoRow:
+        CameThrough();
+        return true;
+    case RowUpdate::Outcome::Same:
+        Step(m_Prepared.Get(database, "COMMIT", 0));
+        CameThrough();
+        LookWhetherWritable();
+        return true;
+    case RowUpdate::Outcome::Different:
+        break;
+    }
+    m_IsWriting = true;
+    if (!WriteColumns(update))
+        return false;
+    Step(m_Prepared.Get(database, "COMMIT", 0));
+    CameThrough();
+    m_RowState->Written();
+    return true;
+}
+
+/// @return false when another process writes: within a transaction that cannot be waited for
+bool Connection::WriteColumns(const RowUpdate& update)
+{
+    const std::vector<Literal>& values = m_Reader.Literals();
+    const std::size_t conditions = values.size() - update.Columns();
+    sqlite3_stmt* const statement =
+        m_Prepared
+            .Get(m_Database.get(), update.TextFor(m_Differing), m_Differing.size() + conditions)
+            .statement.get();
+    int place = 0;
+    for (const std::size_t column : m_Differing)
+        Bind(m_Database.get(), statement, ++place, values[column]);
+    for (std::size_t i = update.Columns(); i < values.size(); ++i)
+        Bind(m_Database.get(), statement, ++place, values[i]);
+    const RunEnd end(statement);
+    const int result = sqlite3_step(statement);
+    if (result != SQLITE_DONE && result != SQLITE_BUSY)
+        Fail(m_Database.get(), result);
+    return result == SQLITE_DONE;
+}
+
+/// A row that is as it should be ends a refusal only when it could also be written.
+void Connection::LookWhetherWritable()
+{
+    if (m_Blocked != Blocked::Writing && !m_RowState->IsRefused())
+        return;
+    sqlite3_busy_timeout(m_Database.get(), 0);
+    if (sqlite3_exec(m_Database.get(), "BEGIN IMMEDIATE; ROLLBACK", nullptr, nullptr, nullptr) ==
+        SQLITE_OK)
+    {
+        m_RowState->Writable();
+        m_Blocked = Blocked::Nothing;
+        m_Waits = 0;
+    }
+    sqlite3_busy_timeout(m_Database.get(), Patience());
 }
 
 void Connection::RunAsItStands(const StatementPart& part, Cells& cells)
@@ -242,6 +285,11 @@ void Connection::Run(sqlite3_stmt* statement, Cells& cells)
             AppendCell(cells, statement, column);
     if (result != SQLITE_DONE)
         Fail(m_Database.get(), result);
+    CameThrough();
+}
+
+void Connection::CameThrough()
+{
     // That a row could be read tells nothing of a lock against writing.
     if (m_Blocked == Blocked::Reading || (m_Blocked == Blocked::Writing && m_IsWriting))
         SetBlocked(Blocked::Nothing);

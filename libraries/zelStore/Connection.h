@@ -56,8 +56,12 @@ class Connection final : public DatabaseDAO
     void ReleaseOverwritten();
     Cells CarryOut();
     void RunRows(std::string_view text, Cells& cells);
+    bool WriteDifference(const RowUpdate& update);
+    bool WriteColumns(const RowUpdate& update);
+    void LookWhetherWritable();
     void RunAsItStands(const StatementPart& part, Cells& cells);
     void Run(sqlite3_stmt* statement, Cells& cells);
+    void CameThrough();
     void SetBlocked(Blocked blocked);
     int Patience() const;
     void AfterFailure(int code);
@@ -72,6 +76,7 @@ class Connection final : public DatabaseDAO
     DatabaseHandle m_Database; ///< null: to be opened
     FileIdentity m_Log;        ///< that of m_Database
     PreparedStatements m_Prepared;
+    std::vector<std::size_t> m_Differing; ///< columns of the update being carried out
     Blocked m_Blocked = Blocked::Nothing;
     int m_Waits = 0;          ///< statements in a row that waited in vain
     bool m_IsWriting = false; ///< the statement being carried out changes something

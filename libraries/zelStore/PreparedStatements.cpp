@@ -3,12 +3,13 @@
 namespace DatabaseWrapper::Internals
 {
 
-sqlite3_stmt* PreparedStatements::Get(sqlite3* database, std::string_view text, std::size_t values)
+const PreparedStatement& PreparedStatements::Get(sqlite3* database, std::string_view text,
+                                                 std::size_t values)
 {
     if (const auto found = m_ByText.find(text); found != m_ByText.end())
     {
         m_Entries.splice(m_Entries.begin(), m_Entries, found->second);
-        return m_Entries.front().statement.get();
+        return m_Entries.front();
     }
 
     StatementHandle statement = Prepare(database, text, SQLITE_PREPARE_PERSISTENT);
@@ -20,10 +21,10 @@ sqlite3_stmt* PreparedStatements::Get(sqlite3* database, std::string_view text, 
         m_Entries.pop_back();
     }
     Entries fresh;
-    fresh.push_back({std::string(text), std::move(statement)});
+    fresh.push_back({std::string(text), std::move(statement), RowUpdate::Read(database, text)});
     m_ByText.emplace(fresh.front().text, fresh.begin());
     m_Entries.splice(m_Entries.begin(), fresh);
-    return m_Entries.front().statement.get();
+    return m_Entries.front();
 }
 
 void PreparedStatements::Clear()

@@ -87,6 +87,7 @@ void RowState::Refused(const Failure& failure, const std::string& path)
     line = ZKT::Misc::Printable(line);
     const std::lock_guard lock(m_Mutex);
     m_Message = std::move(line);
+    m_NeedsRoom = failure.code == SQLITE_FULL || failure.code == SQLITE_IOERR;
     m_IsRefused = true;
 }
 
@@ -95,6 +96,15 @@ void RowState::Written()
     if (!m_IsRefused) // every row that is written comes here
         return;
     const std::lock_guard lock(m_Mutex);
+    m_Message.clear();
+    m_IsRefused = false;
+}
+
+void RowState::Writable()
+{
+    const std::lock_guard lock(m_Mutex);
+    if (m_NeedsRoom)
+        return;
     m_Message.clear();
     m_IsRefused = false;
 }

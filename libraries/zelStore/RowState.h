@@ -19,13 +19,17 @@ class RowState
     /// @param path  of the database; empty when there is no place for it
     void Refused(const Failure& failure, const std::string& path);
     void Written();
+    /// Rows are as they should be, and could be written. That tells nothing of room on the disk.
+    void Writable();
+    bool IsRefused() const { return m_IsRefused; }
 
     /// Empty when nothing is wrong.
     std::string Message() const;
 
   private:
-    mutable std::mutex m_Mutex; ///< guards m_Message
+    mutable std::mutex m_Mutex; ///< guards the next two
     std::string m_Message;
+    bool m_NeedsRoom = false;
     std::atomic<bool> m_IsRefused = false;
 };
 

@@ -47,20 +47,20 @@ std::int64_t ReadNumber(sqlite3* database, const char* statement)
     return sqlite3_column_int64(reader.get(), 0);
 }
 
-Transaction::Transaction(sqlite3* database, const char* begin) : m_Database(database)
+RollbackGuard::~RollbackGuard()
+{
+    if (sqlite3_get_autocommit(database) == 0)
+        sqlite3_exec(database, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+Transaction::Transaction(sqlite3* database, const char* begin) : m_Rollback(database)
 {
     Execute(database, begin);
 }
 
-Transaction::~Transaction()
-{
-    if (sqlite3_get_autocommit(m_Database) == 0)
-        sqlite3_exec(m_Database, "ROLLBACK", nullptr, nullptr, nullptr);
-}
-
 void Transaction::Commit()
 {
-    Execute(m_Database, "COMMIT");
+    Execute(m_Rollback.database, "COMMIT");
 }
 
 } // namespace DatabaseWrapper::Internals

@@ -49,25 +49,44 @@ inline void Check(sqlite3* database, int result)
 /// @param flags  of sqlite3_prepare_v3
 StatementHandle Prepare(sqlite3* database, std::string_view text, unsigned flags = 0);
 
+/// Ends a statement's run, and with it its locks.
+struct RunEnd
+{
+    sqlite3_stmt* statement;
+
+    explicit RunEnd(sqlite3_stmt* running) : statement(running) {}
+    ~RunEnd() { sqlite3_reset(statement); }
+    RunEnd(const RunEnd&) = delete;
+    RunEnd& operator=(const RunEnd&) = delete;
+};
+
 /// Carries statements out and drops their rows.
 void Execute(sqlite3* database, const char* statements);
 
 /// The first cell of a result.
 std::int64_t ReadNumber(sqlite3* database, const char* statement);
 
+/// Rolls back what was neither committed nor ended by a failure.
+struct RollbackGuard
+{
+    sqlite3* database;
+
+    explicit RollbackGuard(sqlite3* inTransaction) : database(inTransaction) {}
+    ~RollbackGuard();
+    RollbackGuard(const RollbackGuard&) = delete;
+    RollbackGuard& operator=(const RollbackGuard&) = delete;
+};
+
 /// A transaction that is rolled back unless it was committed.
 class Transaction
 {
   public:
     Transaction(sqlite3* database, const char* begin);
-    ~Transaction();
-    Transaction(const Transaction&) = delete;
-    Transaction& operator=(const Transaction&) = delete;
 
     void Commit();
 
   private:
-    sqlite3* m_Database;
+    RollbackGuard m_Rollback;
 };
 
 } // namespace DatabaseWrapper::Internals
