@@ -48,23 +48,23 @@ template <class Number> void AppendNumber(std::vector<std::string>& cells, Numbe
     cells.emplace_back(text.data(), result.ptr);
 }
 
-void AppendCell(std::vector<std::string>& cells, sqlite3_stmt* statement, int column)
+void AppendCell(std::vector<std::string>& cells, sqlite3_value* cell)
 {
-    switch (sqlite3_column_type(statement, column))
+    switch (sqlite3_value_type(cell))
     {
     case SQLITE_NULL:
         cells.emplace_back("NULL");
         return;
     case SQLITE_INTEGER:
-        AppendNumber(cells, sqlite3_column_int64(statement, column));
+        AppendNumber(cells, sqlite3_value_int64(cell));
         return;
     case SQLITE_FLOAT:
-        AppendNumber(cells, sqlite3_column_double(statement, column));
+        AppendNumber(cells, sqlite3_value_double(cell));
         return;
     default: // the bytes of a text, as those of a blob
-        const void* bytes = sqlite3_column_blob(statement, column);
+        const void* bytes = sqlite3_value_blob(cell);
         cells.emplace_back(static_cast<const char*>(bytes),
-                           static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
+                           static_cast<std::size_t>(sqlite3_value_bytes(cell)));
     }
 }
 
@@ -282,7 +282,7 @@ void Connection::Run(sqlite3_stmt* statement, Cells& cells)
         cells.reserve(cells.size() + static_cast<std::size_t>(columns));
     for (; result == SQLITE_ROW; result = sqlite3_step(statement))
         for (int column = 0; column < columns; ++column)
-            AppendCell(cells, statement, column);
+            AppendCell(cells, sqlite3_column_value(statement, column));
     if (result != SQLITE_DONE)
         Fail(m_Database.get(), result);
     CameThrough();

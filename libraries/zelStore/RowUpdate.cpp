@@ -34,27 +34,26 @@ struct Binder
 /// Whether a cell holds what the binding of a value would make of it.
 struct Comparison
 {
-    sqlite3_stmt* row;
-    int column;
+    sqlite3_value* cell;
+    int type = sqlite3_value_type(cell);
 
-    bool operator()(std::nullptr_t) const { return Is(SQLITE_NULL); }
+    bool operator()(std::nullptr_t) const { return type == SQLITE_NULL; }
     bool operator()(std::int64_t value) const
     {
-        return Is(SQLITE_INTEGER) && sqlite3_column_int64(row, column) == value;
+        return type == SQLITE_INTEGER && sqlite3_value_int64(cell) == value;
     }
     bool operator()(double value) const
     {
-        return Is(SQLITE_FLOAT) && sqlite3_column_double(row, column) == value;
+        return type == SQLITE_FLOAT && sqlite3_value_double(cell) == value;
     }
-    bool operator()(std::string_view text) const { return Is(SQLITE_TEXT) && Holds(text); }
-    bool operator()(Digits digits) const { return Is(SQLITE_BLOB) && Holds(digits.text); }
+    bool operator()(std::string_view text) const { return type == SQLITE_TEXT && Holds(text); }
+    bool operator()(Digits digits) const { return type == SQLITE_BLOB && Holds(digits.text); }
 
   private:
-    bool Is(int type) const { return sqlite3_column_type(row, column) == type; }
     bool Holds(std::string_view bytes) const
     {
-        const void* const held = sqlite3_column_blob(row, column);
-        return static_cast<std::size_t>(sqlite3_column_bytes(row, column)) == bytes.size() &&
+        const void* const held = sqlite3_value_blob(cell);
+        return static_cast<std::size_t>(sqlite3_value_bytes(cell)) == bytes.size() &&
                (bytes.empty() || std::memcmp(held, bytes.data(), bytes.size()) == 0);
     }
 };
@@ -157,7 +156,8 @@ RowUpdate::Outcome RowUpdate::Compare(sqlite3* database, std::span<const Literal
 
     columns.clear();
     for (std::size_t column = 0; column < m_Columns.size(); ++column)
-        if (!std::visit(Comparison{row, static_cast<int>(column)}, values[column]))
+        if (!std::visit(Comparison{sqlite3_column_value(row, static_cast<int>(column))},
+                        values[column]))
             columns.push_back(column);
     result = sqlite3_step(row);
     if (result == SQLITE_ROW)
