@@ -96,7 +96,7 @@ std::vector<std::string> Connection::query(std::string statement)
     {
         m_Reader.Read(statement);
         Provide();
-        return CarryOut();
+        return CarryOutWithRoom();
     }
     catch (const Failure& failure)
     {
@@ -104,6 +104,23 @@ std::vector<std::string> Connection::query(std::string statement)
         AfterFailure(failure.code);
         throw DBEXCEPTION::DatabaseException(Told(failure.text));
     }
+}
+
+/// The log may hold the room that the disk lacks. Written back, it is begun anew.
+Connection::Cells Connection::CarryOutWithRoom()
+{
+    try
+    {
+        return CarryOut();
+    }
+    catch (const Failure& failure)
+    {
+        if (failure.code != SQLITE_FULL)
+            throw;
+    }
+    sqlite3_wal_checkpoint_v2(m_Database.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
+                              nullptr);
+    return CarryOut();
 }
 
 void Connection::Provide()
@@ -316,12 +333,6 @@ void Connection::AfterFailure(int code)
     {
     case SQLITE_BUSY:
         SetBlocked(m_IsWriting ? Blocked::Writing : Blocked::Reading);
-        break;
-    case SQLITE_FULL:
-        // The log may hold what the disk lacks. Written back, it needs no more room than there is.
-        if (m_Database)
-            sqlite3_wal_checkpoint_v2(m_Database.get(), nullptr, SQLITE_CHECKPOINT_TRUNCATE,
-                                      nullptr, nullptr);
         break;
     case SQLITE_ERROR: // perhaps the tables are no longer those that were checked
     case SQLITE_READONLY:

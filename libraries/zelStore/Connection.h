@@ -54,6 +54,7 @@ class Connection final : public DatabaseDAO
     void Release();
     /// After WasOverwritten.
     void ReleaseOverwritten();
+    Cells CarryOutWithRoom();
     Cells CarryOut();
     void RunRows(std::string_view text, Cells& cells);
     bool WriteDifference(const RowUpdate& update);

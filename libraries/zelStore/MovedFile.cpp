@@ -44,10 +44,11 @@ class TemporaryFile
 
 void CopyContents(sqlite3* source, const std::string& path)
 {
+    MakeFile(path);
     sqlite3* opened = nullptr;
-    const int result =
-        sqlite3_open_v2(path.c_str(), &opened,
-                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int result = sqlite3_open_v2(
+        path.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_NOMUTEX,
+        nullptr);
     const DatabaseHandle target(opened);
     Check(opened, result);
     sqlite3_backup* backup = sqlite3_backup_init(opened, "main", source, "main");

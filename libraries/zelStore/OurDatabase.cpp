@@ -38,6 +38,16 @@ std::map<std::string, std::string> ReadContents(sqlite3* database)
     return contents;
 }
 
+void CheckVersion(std::int64_t application, std::int64_t version)
+{
+    if (application != applicationId)
+        throw Failure{SQLITE_NOTADB, std::string("a database of another program") + remedy};
+    if (version != schemaVersion)
+        throw Failure{SQLITE_NOTADB, "a database of version " + std::to_string(version) +
+                                         ", where this program has version " +
+                                         std::to_string(schemaVersion) + remedy};
+}
+
 /// To be called within a transaction, so that another process's changes come whole.
 State Examine(sqlite3* database, const std::vector<Definition>& definitions)
 {
@@ -46,12 +56,7 @@ State Examine(sqlite3* database, const std::vector<Definition>& definitions)
     auto contents = ReadContents(database);
     if (application == 0 && version == 0 && contents.empty())
         return State::Empty;
-    if (application != applicationId)
-        throw Failure{SQLITE_NOTADB, std::string("a database of another program") + remedy};
-    if (version != schemaVersion)
-        throw Failure{SQLITE_NOTADB, "a database of version " + std::to_string(version) +
-                                         ", where this program has version " +
-                                         std::to_string(schemaVersion) + remedy};
+    CheckVersion(application, version);
     State state = State::Ready;
     for (const Definition& definition : definitions)
         if (const std::string& sql = contents[definition.name]; sql != definition.sql)
@@ -68,6 +73,17 @@ State Examine(sqlite3* database, const std::vector<Definition>& definitions)
 }
 
 } // namespace
+
+void CheckDatabase(sqlite3* database, const std::vector<Definition>& definitions,
+                   bool hasUnfinished)
+{
+    const Transaction reading(database, "BEGIN");
+    if (!hasUnfinished)
+        Examine(database, definitions);
+    else
+        CheckVersion(ReadNumber(database, "PRAGMA application_id"),
+                     ReadNumber(database, "PRAGMA user_version"));
+}
 
 void AdoptDatabase(sqlite3* database, const std::vector<Definition>& definitions)
 {

@@ -13,6 +13,12 @@ namespace DatabaseWrapper::Internals
 /// What our files carry as their application_id: "TRNS".
 inline constexpr std::int64_t applicationId = 0x54524E53;
 
+/// Checks a file without writing to it, and fails as AdoptDatabase does.
+/// @param hasUnfinished  changes to the file lie beside it: only what was in it from its beginning
+///                       is looked at, and an empty one is not free
+void CheckDatabase(sqlite3* database, const std::vector<Definition>& definitions,
+                   bool hasUnfinished);
+
 /// Checks that the database holds our tables as they are defined. An empty one gets them, and views
 /// and indexes that differ are made anew, each in one transaction: whoever else opens the file, or
 /// when this process ends, all of it is there or nothing. A read-only database is only checked.

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <numeric>
 #include <sqlite3.h>
 #include <thread>
@@ -12,7 +13,10 @@
 
 #if !defined(_WIN32)
 #include <pthread.h>
+#include <sched.h>
 #include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -95,6 +99,16 @@ class File : public testing::Test
         files::path::preferred_separator == '/' ? "100%41 ?#.db" : "100%41 #.db";
     const TestFolder m_Folder;
     const std::string m_Path = m_Folder.File(m_Name);
+
+    /// Of all files of the folder.
+    std::map<std::string, std::string> Contents() const
+    {
+        std::map<std::string, std::string> contents;
+        for (const auto& file : files::directory_iterator(m_Folder.Path()))
+            contents[file.path().filename().string()] =
+                m_Folder.Read(file.path().filename().string());
+        return contents;
+    }
 };
 
 TEST(Statements, ReadValuesInEveryForm)
@@ -185,19 +199,25 @@ TEST_F(File, OfAnotherKindIsRefusedAndUntouchedUntilItIsMovedAway)
         {"a database of version 2,", true, "PRAGMA user_version = 2"},
         {"a database of version 0,", true, "PRAGMA user_version = 0"},
         {"the table raid_pd was changed", true, "ALTER TABLE raid_pd ADD COLUMN more TEXT"},
+        {"a database of version 2,", true, "PRAGMA user_version = 2; PRAGMA journal_mode = WAL"},
+        {"the table raid_pd was changed", true,
+         "PRAGMA journal_mode = WAL; ALTER TABLE raid_pd ADD COLUMN more TEXT"},
+        {"a database of another program", false,
+         "PRAGMA journal_mode = PERSIST; PRAGMA application_id = 5"},
         {"file is not a database", false, nullptr},
     };
     for (const auto& [told, isOurs, change] : cases)
     {
         SCOPED_TRACE(told);
-        files::remove(m_Path); // no store of ours has it open now
+        for (const char* ending : {"", "-wal", "-shm", "-journal"})
+            files::remove(m_Path + ending); // no store of ours has it open now
         if (isOurs)
             Store(m_Path).Add("x");
         if (change == nullptr)
             m_Folder.Write(m_Name, "SQLite format 3" + std::string(4096, '\0'));
         else
             Outsider(m_Path).Do((isOurs ? "PRAGMA journal_mode = DELETE; "s : "") + change);
-        const std::string before = m_Folder.Read(m_Name);
+        const auto before = Contents();
         const Store store(m_Path);
         for (int i = 0; i < 2; ++i)
         {
@@ -207,8 +227,9 @@ TEST_F(File, OfAnotherKindIsRefusedAndUntouchedUntilItIsMovedAway)
             EXPECT_TRUE(RowTrouble().starts_with(m_Path + ": " + std::string(told).substr(0, 20)))
                 << RowTrouble();
         }
-        EXPECT_EQ(m_Folder.Read(m_Name), before);
-        files::remove(m_Path);
+        EXPECT_EQ(Contents(), before);
+        for (const char* ending : {"", "-wal", "-shm", "-journal"})
+            files::remove(m_Path + ending);
         EXPECT_EQ(store.Names(), Cells{});
         EXPECT_NE(RowTrouble(), "") << "nothing was written yet";
         store.Add("x");
@@ -262,6 +283,94 @@ TEST_F(File, LockedByAnotherProgram)
     store.Add("after");
     EXPECT_EQ(RowTrouble(), "");
     addUnderShortLock("patient again");
+}
+
+TEST_F(File, IsWrittenOnlyWhereARowDiffers)
+{
+    const Store store(m_Path);
+    store("INSERT INTO raid_pd (pd_vendorName, pd_temperature, pd_writtenVolume, pd_objectId, "
+          "pd_productName, pd_serialNumber) VALUES(\"v\", 30, 1.5, 18446744073709551615, \"\", "
+          "NULL)");
+    store("INSERT INTO raid_pd (pd_deviceNumber, pd_temperature) VALUES(2, 30)");
+    const std::string same = "pd_vendorName=\"v\", pd_temperature=30, pd_writtenVolume=1.500000, "
+                             "pd_objectId=18446744073709551615, pd_productName=\"\", "
+                             "pd_serialNumber=NULL";
+    const std::string where = " WHERE ID = 1;";
+    const std::string cells = "SELECT pd_vendorName, pd_temperature, pd_writtenVolume, "
+                              "CAST(pd_objectId AS TEXT), pd_productName, pd_serialNumber "
+                              "FROM raid_pd WHERE ID = 1";
+    const Cells held = {"v", "30", "1.5", "18446744073709551615", "", "NULL"};
+    // What is set, whether that is written, what the row holds then.
+    struct
+    {
+        std::string set;
+        bool writes;
+        Cells held;
+    } const cases[] = {
+        {same, false, held},
+        {same + ", pd_vendorName=\"w\"", true, {"w", "30", "1.5", held[3], "", "NULL"}},
+        {"pd_vendorName=\"v\", pd_temperature=30", true, held},
+        {"pd_temperature=31, pd_vendorName=\"v\"", true, {"v", "31", "1.5", held[3], "", "NULL"}},
+        {"pd_temperature=NULL", true, {"v", "NULL", "1.5", held[3], "", "NULL"}},
+        {"pd_temperature=30", true, held},
+        {"pd_writtenVolume=1.500001", true, {"v", "30", "1.500001", held[3], "", "NULL"}},
+        {"pd_writtenVolume=1.5, pd_productName=\"p\"",
+         true,
+         {"v", "30", "1.5", held[3], "p", "NULL"}},
+        {"pd_productName=NULL, pd_serialNumber=\"NULL\"",
+         true,
+         {"v", "30", "1.5", held[3], "NULL", "NULL"}},
+        {"pd_productName=\"\", pd_serialNumber=NULL", true, held},
+        {"pd_objectId=18446744073709551614",
+         true,
+         {"v", "30", "1.5", "18446744073709551614", "", "NULL"}},
+        {"pd_objectId=18446744073709551615", true, held},
+        {"pd_vendorName=\"vv\"", true, {"vv", "30", "1.5", held[3], "", "NULL"}},
+        {same, true, held},
+        {same, false, held},
+    };
+    const Outsider reader(m_Path); // keeps the log where it is
+    reader.Do("SELECT * FROM raid_pd");
+    for (const auto& [set, writes, after] : cases)
+    {
+        const auto before = Contents();
+        store("PRAGMA foreign_keys = ON; UPDATE raid_pd SET " + set + where);
+        EXPECT_EQ(Contents() != before, writes) << set;
+        EXPECT_EQ(store(cells), after) << set;
+    }
+    store("UPDATE raid_pd SET pd_temperature=40, pd_vendorName=\"v\" WHERE pd_temperature = '30'");
+    EXPECT_EQ(store("SELECT count(*) FROM raid_pd WHERE pd_temperature = 40 AND "
+                    "pd_vendorName = 'v'"),
+              Cells{"2"})
+        << "all rows that the condition holds for";
+    EXPECT_EQ(store("UPDATE raid_pd SET pd_temperature=41 WHERE ID = 1 RETURNING ID"), Cells{"1"});
+    EXPECT_EQ(store("UPDATE raid_pd SET pd_temperature=41 WHERE ID = 1 RETURNING ID"), Cells{"1"});
+    reader.Do("UPDATE raid_pd SET pd_temperature = 99 WHERE ID = 1");
+    store("UPDATE raid_pd SET pd_temperature=41 WHERE ID = 1;");
+    EXPECT_EQ(store("SELECT pd_temperature FROM raid_pd WHERE ID = 1"), Cells{"41"})
+        << "what another program changed";
+}
+
+TEST_F(File, InStepNeedsNoLockForWriting)
+{
+    const Store store(m_Path);
+    const Outsider outsider(m_Path);
+    const std::string first = "UPDATE raid_plugin SET plg_vendorName=\"a\" WHERE ID = 1;";
+    const std::string other = "UPDATE raid_plugin SET plg_vendorName=\"b\" WHERE ID = 1;";
+    store.Add("p");
+    store(first);
+    outsider.Do("BEGIN IMMEDIATE");
+    EXPECT_EQ(store.Refusal(first), "");
+    EXPECT_EQ(RowTrouble(), "");
+    EXPECT_NE(store.Refusal(other), "") << "which is waited for";
+    EXPECT_EQ(store.Refusal(first), "") << "the row is as it was";
+    EXPECT_NE(RowTrouble(), "") << "but it could not be written";
+    outsider.Do("COMMIT");
+    EXPECT_EQ(store.Refusal(first), "");
+    EXPECT_EQ(RowTrouble(), "");
+    outsider.Do("BEGIN IMMEDIATE");
+    const std::jthread release(&Outsider::Do, &outsider, "COMMIT", Milliseconds(300));
+    EXPECT_EQ(store.Refusal(other), "") << "patient again";
 }
 
 TEST_F(File, HasOneConnectionForAllThreadsThatMixesNoValues)
@@ -443,6 +552,108 @@ TEST_F(File, SharedByProcessesThatStartAtOnceAndLoseItTogether)
     const Store store(m_Path);
     EXPECT_EQ(store.Names().size(), std::size_t{rounds * processes * rows});
     EXPECT_EQ(store("PRAGMA integrity_check"), Cells{"ok"});
+}
+
+/// Runs a part in a process of its own that has a disk of so many kilobytes.
+/// @return false where the system grants none
+bool RunOnSmallDisk(const std::string& place, int kilobytes, const std::function<void()>& part)
+{
+    constexpr int notGranted = 77;
+    const auto mounted = [&]
+    {
+        if (unshare(geteuid() == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0 ||
+            mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("none", place.c_str(), "tmpfs", 0,
+                  ("size=" + std::to_string(kilobytes) + "k").c_str()) != 0)
+            _exit(notGranted);
+        part();
+    };
+    const Child child(mounted);
+    int status = -1;
+    EXPECT_EQ(waitpid(child.process, &status, 0), child.process);
+    const bool isGranted = !WIFEXITED(status) || WEXITSTATUS(status) != notGranted;
+    EXPECT_TRUE(status == 0 || !isGranted);
+    return isGranted;
+}
+
+TEST_F(File, MakesRoomForItselfOnASmallDisk)
+{
+    constexpr int rows = 200;
+    const bool isGranted = RunOnSmallDisk(
+        m_Folder.Path(), 600,
+        [this]
+        {
+            const Store store(m_Path);
+            for (int row = 0; row < rows; ++row)
+                store("INSERT INTO raid_pd (pd_deviceNumber, pd_vendorName) VALUES(" +
+                      std::to_string(row) + ", \"" + std::string(500, 'x') + "\");");
+            EXPECT_EQ(store("SELECT count(*) FROM raid_pd"), Cells{std::to_string(rows)});
+            EXPECT_EQ(RowTrouble(), "");
+            const std::string fill = m_Folder.Write("fill", std::string(600000, 'x'));
+            std::string refusal;
+            for (int row = rows; refusal.empty(); ++row)
+                refusal = store.Refusal("INSERT INTO raid_pd (pd_deviceNumber) VALUES(" +
+                                        std::to_string(row) + ")");
+            EXPECT_TRUE(refusal.starts_with("database or disk is full")) << refusal;
+            store("UPDATE raid_pd SET pd_deviceNumber=0 WHERE ID = 1;");
+            EXPECT_TRUE(RowTrouble().find("the disk is full") != std::string::npos)
+                << "a row that is as it should be makes no room";
+            files::remove(fill);
+            store("INSERT INTO raid_pd (pd_deviceNumber) VALUES(-2)");
+            EXPECT_EQ(RowTrouble(), "");
+            EXPECT_EQ(store("PRAGMA integrity_check"), Cells{"ok"});
+        });
+    if (!isGranted)
+        GTEST_SKIP() << "a disk of its own needs root or user namespaces";
+}
+
+TEST_F(File, BehindLinksAndWithItsRights)
+{
+    const mode_t umaskBefore = umask(0);
+    const auto modeOf = [](const std::string& path)
+    {
+        struct stat status = {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
+        return status.st_mode & 07777;
+    };
+    // The folder's rights, whether a link in it is followed.
+    constexpr gid_t group = 4711;
+    const bool isRoot = geteuid() == 0;
+    for (const auto& [mode, isFollowed] :
+         {std::pair{0755, true}, {0777, false}, {01777, false}, {0775, !isRoot}, {0700, true}})
+    {
+        SCOPED_TRACE(mode);
+        const TestFolder base;
+        const std::string folder = base.File("folder"), own = base.File("own");
+        for (const std::string& name : {folder, own})
+            files::create_directory(name);
+        EXPECT_TRUE(!isRoot || chown(folder.c_str(), 0, group) == 0);
+        EXPECT_EQ(chmod(folder.c_str(), static_cast<mode_t>(mode)), 0);
+        EXPECT_EQ(chmod(own.c_str(), 0755), 0);
+
+        Store(folder + "/new/deep/db").Add("x");
+        EXPECT_EQ(modeOf(folder + "/new"), 0750u);
+        EXPECT_EQ(modeOf(folder + "/new/deep"), 0750u);
+        EXPECT_EQ(modeOf(folder + "/new/deep/db"), 0640u);
+        struct stat status = {};
+        EXPECT_EQ(stat((folder + "/new/deep/db").c_str(), &status), 0);
+        EXPECT_TRUE(!isRoot || status.st_gid == group);
+
+        files::create_symlink("../own/db", folder + "/db");
+        files::create_directory_symlink(own, folder + "/own");
+        for (const char* name : {"/db", "/own/db2", "/own/new/db"})
+        {
+            const std::string refusal = Store(folder + name).Refusal("SELECT 1");
+            EXPECT_EQ(refusal.empty(), isFollowed) << refusal;
+            EXPECT_EQ(refusal.find("a link that others may have put there") == std::string::npos,
+                      isFollowed);
+        }
+        EXPECT_EQ(files::is_empty(own), !isFollowed);
+    }
+    files::create_symlink("loop", m_Folder.File("loop"));
+    EXPECT_NE(Store(m_Folder.File("loop/db")).Refusal("SELECT 1"), "");
+    EXPECT_EQ(Store(m_Folder.File("missing/../up")).Refusal("SELECT 1"), "");
+    umask(umaskBefore);
 }
 
 TEST_F(File, ThatIsFull)
