@@ -38,7 +38,8 @@ template <class Result> Result FailCall(DWORD error, Result failure)
 
 /// Runs the body of a call: the gate first, and no exception leaves. A thread that was asked to
 /// stop calls nothing any more.
-template <class Result, class Body> Result RunCall(const char* name, Result failure, Body body)
+template <class Result, class Body>
+Result RunCall(const char* name, Result failure, Result outOfMemory, Body body)
 {
     try
     {
@@ -50,12 +51,18 @@ template <class Result, class Body> Result RunCall(const char* name, Result fail
     }
     catch (const std::bad_alloc&)
     {
-        return FailCall(ERROR_NOT_ENOUGH_MEMORY, failure);
+        return FailCall(ERROR_NOT_ENOUGH_MEMORY, outOfMemory);
     }
     catch (const std::exception&)
     {
         return FailCall(ERROR_GEN_FAILURE, failure);
     }
+}
+
+/// For a call whose result says no more than that it failed.
+template <class Result, class Body> Result RunCall(const char* name, Result failure, Body body)
+{
+    return RunCall(name, failure, failure, body);
 }
 
 std::size_t OpenDeviceCount();

@@ -3,6 +3,7 @@
 #include "platform/DriveControl.h"
 #include "platform/HandleTable.h"
 #include "platform/Machine.h"
+#include "platform/Shortage.h"
 #include "platform/WindowsApi.h"
 
 #include <cstring>
@@ -25,9 +26,11 @@ struct OpenDevice
     std::string path;            ///< that it was opened by
     std::optional<DWORD> number; ///< of a disk that was opened by it, to be asked
 
-    /// Keeps the answer for whoever explains the disk.
+    /// Keeps the answer for whoever explains the disk. A shortage is none.
     void Note(DiskQuestion question, DWORD error) const
     {
+        if (IsShortage(error))
+            return;
         if (number)
             NoteDiskAnswer(*number, question, error);
         else if (error != ERROR_SUCCESS)

@@ -50,7 +50,7 @@ PictureUnderLock(std::unique_lock<std::mutex>& guard)
 template <class Body>
 CONFIGRET RunNodeCall(const char* name, DEVINST node, bool hasPointers, ULONG flags, Body body)
 {
-    return RunCall<CONFIGRET>(name, CR_FAILURE,
+    return RunCall<CONFIGRET>(name, CR_FAILURE, CR_OUT_OF_MEMORY,
                               [&]() -> CONFIGRET
                               {
                                   if (!hasPointers)
@@ -142,16 +142,16 @@ void ForgetPicture()
 
 CONFIGRET CM_Locate_DevNodeA(DEVINST* node, CHAR* deviceId, ULONG flags)
 {
-    return RunCall<CONFIGRET>("CM_Locate_DevNodeA", CR_FAILURE,
+    return RunCall<CONFIGRET>("CM_Locate_DevNodeA", CR_FAILURE, CR_OUT_OF_MEMORY,
                               [&]() -> CONFIGRET
                               {
                                   if (node == nullptr)
                                       return CR_INVALID_POINTER;
                                   if (flags != 0)
                                       return CR_INVALID_FLAG;
+                                  const auto picture = TakePicture();
                                   if (deviceId == nullptr)
                                       BeginDiskWalk();
-                                  const auto picture = TakePicture();
                                   if (!picture)
                                       return CR_NO_SUCH_DEVNODE;
                                   const std::size_t position =

@@ -38,6 +38,7 @@ struct WatchedFile
 /// @param file   its stamp, from before the content was read, comes out on failure too
 /// @param limit  longest content taken
 /// @return empty, or what is wrong with the file
+/// @throws std::bad_alloc without memory or descriptors, which says nothing about the file
 std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content);
 
 /// What is wrong with a file of more than the limit.

@@ -1,7 +1,9 @@
 // A machine: its device tree and its disks. The simulated machine and the real ones are siblings
 // behind this interface; WindowsApi.h gives it the shape of the Windows calls.
 //
-// Results are Windows error codes (ERROR_SUCCESS is 0). All calls are safe from any thread.
+// Results are Windows error codes (ERROR_SUCCESS is 0). Where there is no room for a code, a lack
+// of memory or descriptors is thrown (Shortage.h); elsewhere it is a code that IsShortage knows, or
+// thrown. It is never taken for an answer. All calls are safe from any thread.
 #pragma once
 
 #include "contracts/Export.h"

@@ -146,6 +146,7 @@ struct SENDCMDOUTPARAMS
 #pragma pack(pop)
 
 inline constexpr CONFIGRET CR_SUCCESS = 0x00;
+inline constexpr CONFIGRET CR_OUT_OF_MEMORY = 0x02;
 inline constexpr CONFIGRET CR_INVALID_POINTER = 0x03;
 inline constexpr CONFIGRET CR_INVALID_FLAG = 0x04;
 inline constexpr CONFIGRET CR_INVALID_DEVNODE = 0x05;
@@ -171,9 +172,11 @@ inline constexpr DWORD FILE_ATTRIBUTE_NORMAL = 128;
 inline constexpr DWORD ERROR_SUCCESS = 0;
 inline constexpr DWORD ERROR_INVALID_FUNCTION = 1;
 inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
+inline constexpr DWORD ERROR_TOO_MANY_OPEN_FILES = 4;
 inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
 inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
 inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr DWORD ERROR_OUTOFMEMORY = 14;
 inline constexpr DWORD ERROR_NOT_READY = 21;
 inline constexpr DWORD ERROR_OPERATION_ABORTED = 995;
 inline constexpr DWORD ERROR_GEN_FAILURE = 31;
@@ -181,7 +184,14 @@ inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
 inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
 inline constexpr DWORD ERROR_NO_MORE_ITEMS = 259;
 inline constexpr DWORD ERROR_IO_DEVICE = 1117;
+inline constexpr DWORD ERROR_NO_SYSTEM_RESOURCES = 1450;
+inline constexpr DWORD ERROR_NONPAGED_SYSTEM_RESOURCES = 1451;
+inline constexpr DWORD ERROR_PAGED_SYSTEM_RESOURCES = 1452;
+inline constexpr DWORD ERROR_WORKING_SET_QUOTA = 1453;
+inline constexpr DWORD ERROR_PAGEFILE_QUOTA = 1454;
+inline constexpr DWORD ERROR_COMMITMENT_LIMIT = 1455;
 inline constexpr DWORD ERROR_INVALID_USER_BUFFER = 1784;
+inline constexpr DWORD ERROR_NOT_ENOUGH_QUOTA = 1816;
 
 inline constexpr DWORD IOCTL_STORAGE_GET_DEVICE_NUMBER = 0x002D1080;
 inline constexpr DWORD IOCTL_DISK_GET_LENGTH_INFO = 0x0007405C;
@@ -236,7 +246,8 @@ static_assert(static_cast<DWORD>(SMART_RCV_DRIVE_DATA) == 0x0007C088);
 static_assert(ID_CMD == 0xEC && SMART_CMD == 0xB0 && READ_ATTRIBUTES == 0xD0);
 static_assert(SMART_CYL_LOW == 0x4F && SMART_CYL_HI == 0xC2);
 static_assert(CM_DRP_SERVICE == 5);
-static_assert(CR_SUCCESS == 0 && CR_INVALID_POINTER == 3 && CR_INVALID_FLAG == 4);
+static_assert(CR_SUCCESS == 0 && CR_OUT_OF_MEMORY == 2);
+static_assert(CR_INVALID_POINTER == 3 && CR_INVALID_FLAG == 4);
 static_assert(CR_INVALID_DEVNODE == 5 && CR_NO_SUCH_DEVNODE == 13 && CR_FAILURE == 19);
 static_assert(CR_BUFFER_SMALL == 26 && CR_INVALID_PROPERTY == 53 && CR_NO_SUCH_VALUE == 37);
 static_assert(DIGCF_PRESENT == 2 && DIGCF_DEVICEINTERFACE == 16);
@@ -249,5 +260,10 @@ static_assert(ERROR_NOT_ENOUGH_MEMORY == 8 && ERROR_NOT_READY == 21 && ERROR_GEN
 static_assert(ERROR_INVALID_PARAMETER == 87 && ERROR_INSUFFICIENT_BUFFER == 122);
 static_assert(ERROR_NO_MORE_ITEMS == 259 && ERROR_IO_DEVICE == 1117);
 static_assert(ERROR_INVALID_USER_BUFFER == 1784);
+static_assert(ERROR_TOO_MANY_OPEN_FILES == 4 && ERROR_OUTOFMEMORY == 14);
+static_assert(ERROR_NO_SYSTEM_RESOURCES == 1450 && ERROR_NONPAGED_SYSTEM_RESOURCES == 1451);
+static_assert(ERROR_PAGED_SYSTEM_RESOURCES == 1452 && ERROR_WORKING_SET_QUOTA == 1453);
+static_assert(ERROR_PAGEFILE_QUOTA == 1454 && ERROR_COMMITMENT_LIMIT == 1455);
+static_assert(ERROR_NOT_ENOUGH_QUOTA == 1816);
 
 } // namespace Platform

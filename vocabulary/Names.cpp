@@ -1,6 +1,7 @@
 #include "vocabulary/Names.h"
 
 #include <cstddef>
+#include <mutex>
 
 namespace
 {
@@ -35,6 +36,7 @@ const Vocabulary::NameMap properties = MapOf({
 Vocabulary::NameMap values = MapOf({
 #include "vocabulary/rows/values.inc"
 });
+std::mutex valuesLock; // of whoever asks for a name: a new number is entered
 const Vocabulary::NameMap events = MapOf({
 #include "vocabulary/rows/events.inc"
 });
@@ -83,5 +85,6 @@ const NameMap& unitNames()
 
 const std::string& valueName(int number)
 {
+    const std::lock_guard guard(valuesLock);
     return values[number];
 }

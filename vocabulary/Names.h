@@ -23,5 +23,6 @@ const NameMap& unitNames();
 } // namespace Vocabulary
 
 /// Name of a value number. A number that no row has is entered with an empty name, which the
-/// reference then stays good for. The map has no lock: the plug-in calls this under its data lock.
+/// reference then stays good for. Safe from any thread; who walks through valueNames() meanwhile is
+/// not.
 const std::string& valueName(int number);

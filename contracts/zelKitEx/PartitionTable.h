@@ -33,6 +33,7 @@ class ZELKITEX_API CSystemPartitionTable
     explicit CSystemPartitionTable(const std::string& osDevice);
 
     /// Replaces the vector's content. A disk that cannot be asked has no partitions.
+    /// @throws std::bad_alloc without memory or descriptors to ask it
     void GetPartitions(std::vector<CSystemPartition>& partitions) const;
 
   private:

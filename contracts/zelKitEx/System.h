@@ -12,6 +12,7 @@ class ZELKITEX_API CSystem
   public:
     /// Version text of a driver, by its service name (letter case does not count).
     /// @return false, with an empty text, when the machine does not know it
+    /// @throws std::bad_alloc without memory or descriptors to find it out
     static bool GetModuleVersion(const std::string& serviceName, std::string& version);
 
     /// Makes the machine ready that all further calls ask: the one of the file TARNIS_MACHINE, or

@@ -1,8 +1,9 @@
 #include "platform/linux/AtaPassThrough.h"
 
+#include "platform/linux/SystemFiles.h"
+
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <optional>
 #include <span>
 
@@ -186,23 +187,6 @@ DWORD ReadSector(DiskPort& port, const CommandFile& file, const CommandBlock& bl
 }
 
 } // namespace
-
-DWORD ErrorOfCall(int error)
-{
-    switch (error)
-    {
-    case EPERM:
-    case EACCES:
-        return ERROR_ACCESS_DENIED;
-    case ENODEV:
-    case ENXIO:
-        return ERROR_NOT_READY;
-    case ENOMEM:
-        return ERROR_NOT_ENOUGH_MEMORY;
-    default:
-        return ERROR_IO_DEVICE;
-    }
-}
 
 DWORD SendIdentify(DiskPort& port, const CommandFile& file, Sector& page)
 {

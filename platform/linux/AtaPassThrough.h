@@ -12,9 +12,6 @@ namespace Platform
 /// How long the kernel lets one command take, in milliseconds, before it resets the link.
 inline constexpr unsigned SgTimeout = 10'000;
 
-/// What a failed call on a disk means.
-DWORD ErrorOfCall(int error);
-
 // These give Windows error codes: ERROR_NOT_READY for a disk that is gone, ERROR_ACCESS_DENIED for
 // a caller without CAP_SYS_RAWIO, ERROR_IO_DEVICE for all that goes wrong at the disk, time-outs
 // and short transfers included. The page is written on success alone.

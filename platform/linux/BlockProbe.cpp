@@ -1,7 +1,11 @@
 #include "platform/linux/BlockProbe.h"
 
+#include "platform/Shortage.h"
+#include "platform/linux/SystemFiles.h"
+
 #include <boost/format.hpp>
 
+#include <cerrno>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -28,10 +32,26 @@ using Probe = std::unique_ptr<std::remove_pointer_t<blkid_probe>, ProbeCloser>;
 Probe OpenProbe(int descriptor)
 {
     Probe probe(blkid_new_probe());
-    if (!probe || blkid_probe_set_device(probe.get(), descriptor, 0, 0) != 0)
+    if (!probe)
+        throw Shortage(); // it asks for nothing but memory
+    errno = 0;
+    if (blkid_probe_set_device(probe.get(), descriptor, 0, 0) != 0)
+    {
+        CheckResources(errno);
         return nullptr;
+    }
     blkid_probe_enable_superblocks(probe.get(), 0);
     return probe;
+}
+
+/// What blkid_do_safeprobe gives.
+int Search(const Probe& probe)
+{
+    errno = 0;
+    const int found = blkid_do_safeprobe(probe.get());
+    if (found == Unreadable)
+        CheckResources(errno);
+    return found;
 }
 
 std::string TextOf(const char* text)
@@ -53,7 +73,7 @@ std::optional<TableFacts> ProbeTable(int descriptor)
     if (!probe)
         return std::nullopt;
     blkid_probe_enable_partitions(probe.get(), 1);
-    const int found = blkid_do_safeprobe(probe.get());
+    const int found = Search(probe);
     if (found == Unreadable)
         return std::nullopt;
     TableFacts facts;
@@ -86,7 +106,7 @@ std::optional<ContentFacts> ProbeContent(int descriptor)
         return std::nullopt;
     blkid_probe_enable_superblocks(probe.get(), 1);
     blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_TYPE | BLKID_SUBLKS_LABEL);
-    const int found = blkid_do_safeprobe(probe.get());
+    const int found = Search(probe);
     if (found == Unreadable)
         return std::nullopt;
     ContentFacts facts;

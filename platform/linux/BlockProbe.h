@@ -33,7 +33,8 @@ struct ContentFacts
     std::string label;
 };
 
-// These give nothing when the disk cannot be read, which is no word on what stands there.
+// These give nothing when the disk cannot be read, which is no word on what stands there. They
+// throw Shortage when there is no memory left.
 
 /// @param descriptor  a whole disk, open for reading
 std::optional<TableFacts> ProbeTable(int descriptor);

@@ -1,5 +1,6 @@
 #include "platform/linux/DiskContents.h"
 
+#include "platform/Shortage.h"
 #include "platform/linux/AtaPassThrough.h"
 
 #include <boost/algorithm/string/classification.hpp>
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <system_error>
 #include <utility>
 
 #include <sys/file.h>
@@ -167,34 +167,35 @@ std::vector<ZKTX::CSystemPartition> DiskContents::MakePartitions(const Remembere
 /// Reads the disk if there may be something new on it.
 void DiskContents::LookAgain(Remembered& facts) const
 {
-    try
+    const std::uint64_t written = WrittenSectors(*facts.disk);
+    if (!facts.isComplete || facts.written != written)
     {
-        const std::uint64_t written = WrittenSectors(*facts.disk);
-        if (!facts.isComplete || facts.written != written)
-        {
-            facts.written = written;
-            Read(*facts.disk, facts);
-        }
-    }
-    catch (const std::system_error&)
-    {
-        facts.isComplete = false;
+        facts.written = written;
+        Read(*facts.disk, facts);
     }
 }
 
 /// Takes from the disk what it gives; what it does not give stays as it was.
 void DiskContents::Read(const KernelDisk& disk, Remembered& facts) const
 {
-    const auto openFile = [&](const KernelPartition& extent, FileDescriptor& file) {
-        return m_Port->Open(m_Folders.dev + "/" + extent.name, {extent.device, {}}, file) == 0;
+    const auto openFile = [&](const KernelPartition& extent, FileDescriptor& file)
+    {
+        const int error =
+            m_Port->Open(m_Folders.dev + "/" + extent.name, {extent.device, {}}, file);
+        CheckResources(error);
+        return error == 0;
+    };
+    const auto mayRead = [&](const FileDescriptor& file)
+    {
+        bool isAsleep = false;
+        const DWORD error = SendCheckPowerMode(*m_Port, {file.Get()}, isAsleep);
+        ThrowShortage(error);
+        return error == ERROR_SUCCESS && !isAsleep;
     };
 
     facts.isComplete = false;
     FileDescriptor file;
-    bool isAsleep = disk.IsSuspended();
-    if (isAsleep || !openFile(disk.whole, file) ||
-        (disk.isAta &&
-         (SendCheckPowerMode(*m_Port, {file.Get()}, isAsleep) != ERROR_SUCCESS || isAsleep)))
+    if (disk.IsSuspended() || !openFile(disk.whole, file) || (disk.isAta && !mayRead(file)))
         return;
     // Whoever changes a table holds this lock alone, and must not find a partition in use.
     if (flock(file.Get(), LOCK_SH | LOCK_NB) != 0)

@@ -1,6 +1,7 @@
 #include "platform/HostSystem.h"
 
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/SystemFiles.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -66,6 +67,8 @@ std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& con
     const FileDescriptor descriptor(
         open(file.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (descriptor.Get() < 0)
+        CheckResources(errno);
+    if (descriptor.Get() < 0)
         return "cannot be opened (" + Reason(errno) + ")";
     struct stat status = {};
     if (fstat(descriptor.Get(), &status) != 0)
@@ -86,6 +89,8 @@ std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& con
         const ssize_t count = read(descriptor.Get(), block.data(), block.size());
         if (count < 0 && errno == EINTR)
             continue;
+        if (count < 0)
+            CheckResources(errno);
         if (count < 0)
             return "cannot be read (" + Reason(errno) + ")";
         if (count == 0)

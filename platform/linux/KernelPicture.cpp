@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <optional>
 #include <string_view>
 #include <tuple>
@@ -34,8 +35,13 @@ std::optional<std::string> DevicePathOf(const std::string& link)
     const std::size_t at = target->find(Folder);
     if (at == std::string::npos || target->find_first_not_of("./") < at ||
         target->find("/../", at + Folder.size() - 1) != std::string::npos ||
-        LastName(*target) != LastName(link) || access(link.c_str(), F_OK) != 0)
+        LastName(*target) != LastName(link))
         return std::nullopt;
+    if (access(link.c_str(), F_OK) != 0)
+    {
+        CheckResources(errno);
+        return std::nullopt;
+    }
     return target->substr(at + Folder.size());
 }
 

@@ -5,7 +5,6 @@
 #include "platform/linux/SystemState.h"
 
 #include <chrono>
-#include <system_error>
 #include <utility>
 
 namespace Platform
@@ -65,39 +64,24 @@ bool LinuxMachine::ModuleVersion(const std::string& service, std::string& versio
     const std::string driver = DriverOfService(service);
     if (driver.empty() || driver.find('/') != std::string::npos || driver.front() == '.')
         return false;
-    try
-    {
-        const std::string& sys = m_State->folders.sys;
-        auto text = ReadAttribute(sys + "/module/" + driver + "/version");
-        // A driver of the kernel's own need not have a version of its own.
-        if (!text && !ListFolder(sys + "/bus/pci/drivers/" + driver).empty())
-            text = ReadAttribute(m_State->folders.proc + "/sys/kernel/osrelease");
-        version = text.value_or("");
-        return text.has_value();
-    }
-    catch (const std::system_error&)
-    {
-        return false;
-    }
+    const std::string& sys = m_State->folders.sys;
+    auto text = ReadAttribute(sys + "/module/" + driver + "/version");
+    // A driver of the kernel's own need not have a version of its own.
+    if (!text && !ListFolder(sys + "/bus/pci/drivers/" + driver).empty())
+        text = ReadAttribute(m_State->folders.proc + "/sys/kernel/osrelease");
+    version = text.value_or("");
+    return text.has_value();
 }
 
 bool LinuxMachine::Partitions(DWORD diskNumber, std::vector<ZKTX::CSystemPartition>& partitions)
 {
-    try
-    {
-        const auto picture = m_State->tables.Last();
-        const auto found = picture->disks.find(diskNumber);
-        if (found == picture->disks.end())
-            return false;
-        const auto now = std::chrono::steady_clock::now();
-        m_State->contents.AppendPartitions(found->second, m_State->tables.Mounts(now), now,
-                                           partitions);
-        return true;
-    }
-    catch (const std::system_error&)
-    {
+    const auto picture = m_State->tables.Last();
+    const auto found = picture->disks.find(diskNumber);
+    if (found == picture->disks.end())
         return false;
-    }
+    const auto now = std::chrono::steady_clock::now();
+    m_State->contents.AppendPartitions(found->second, m_State->tables.Mounts(now), now, partitions);
+    return true;
 }
 
 std::shared_ptr<Machine> ThisComputer()

@@ -1,5 +1,7 @@
 #include "platform/linux/SystemFiles.h"
 
+#include "platform/Shortage.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -22,14 +24,32 @@ namespace
 constexpr std::size_t AttributeBytes = 4096; // a page of memory is the kernel's own limit
 constexpr std::size_t NamesKept = 65536;
 
-/// Tells what is not there from what cannot be found out.
-void CheckResources(int error)
+} // namespace
+
+DWORD ErrorOfCall(int error)
 {
-    if (error == EMFILE || error == ENFILE || error == ENOMEM)
-        throw std::system_error(error, std::generic_category());
+    switch (error)
+    {
+    case EPERM:
+    case EACCES:
+        return ERROR_ACCESS_DENIED;
+    case ENODEV:
+    case ENXIO:
+        return ERROR_NOT_READY;
+    case EMFILE:
+    case ENFILE:
+        return ERROR_TOO_MANY_OPEN_FILES;
+    case ENOMEM:
+        return ERROR_NOT_ENOUGH_MEMORY;
+    default:
+        return ERROR_IO_DEVICE;
+    }
 }
 
-} // namespace
+void CheckResources(int error)
+{
+    ThrowShortage(ErrorOfCall(error));
+}
 
 FileDescriptor OpenSystemFile(const std::string& path)
 {
@@ -111,11 +131,17 @@ std::vector<std::string> ListFolder(const std::string& path)
         CheckResources(errno);
         return names;
     }
-    while (const dirent* entry = readdir(folder.get()))
+    const auto next = [&]
+    {
+        errno = 0; // of the end of the folder
+        return readdir(folder.get());
+    };
+    while (const dirent* entry = next())
     {
         if (entry->d_name[0] != '.' && names.size() < NamesKept)
             names.emplace_back(entry->d_name);
     }
+    CheckResources(errno);
     return names;
 }
 

@@ -1,6 +1,7 @@
 // The small files by which the kernel tells of itself, below /sys and /proc.
 #pragma once
 
+#include "platform/WindowsTypes.h"
 #include "platform/linux/FileDescriptor.h"
 
 #include <cstddef>
@@ -20,9 +21,15 @@ struct SystemFolders
     std::string dev = "/dev";
 };
 
+/// What a failed call of the kernel means, as a Windows error code.
+DWORD ErrorOfCall(int error);
+
+/// Tells what is not there from what cannot be found out. @throws Shortage
+void CheckResources(int error);
+
 // All of these give nothing for what is not there, vanishes meanwhile, may not be read or is of
 // another kind. When this process has no memory or no descriptor left to find that out, they throw
-// std::system_error. None blocks.
+// Shortage. None blocks.
 
 /// Opens a regular file for reading; none for anything else.
 FileDescriptor OpenSystemFile(const std::string& path);

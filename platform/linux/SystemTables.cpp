@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -74,12 +75,12 @@ std::shared_ptr<const KernelPicture> SystemTables::Refresh()
     const auto now = Clock::now();
     if (!m_Picture || !announced || announced != m_Announced || now - m_Taken > Trust)
     {
-        auto picture = std::make_shared<KernelPicture>();
+        std::shared_ptr<KernelPicture> picture;
         try
         {
-            *picture = ReadKernelPicture(m_Folders);
+            picture = std::make_shared<KernelPicture>(ReadKernelPicture(m_Folders));
         }
-        catch (const std::system_error&)
+        catch (const std::bad_alloc&)
         {
             // Nothing is known for lack of memory or descriptors, which is no word on the disks.
             if (!m_Picture)
@@ -124,7 +125,7 @@ std::shared_ptr<const MountTable> SystemTables::Mounts(Clock::time_point now)
                 ReadSystemFile(m_Folders.proc + "/swaps", MountBytes).value_or(""));
             m_MountsTakenWith = m_Picture;
         }
-        catch (const std::system_error&)
+        catch (const std::bad_alloc&)
         {
             if (!m_Mounts)
                 throw;

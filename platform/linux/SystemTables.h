@@ -20,7 +20,7 @@ class SystemTables
 
     /// The disks as they are now. The same picture as before while the kernel has announced no
     /// change of any device; one of more than a minute is not trusted any more. When there is no
-    /// memory or descriptor left to read it, the last one stands; @throws std::system_error without
+    /// memory or descriptor left to read it, the last one stands; @throws std::bad_alloc without
     /// one.
     std::shared_ptr<const KernelPicture> Refresh();
 
@@ -28,7 +28,7 @@ class SystemTables
     std::shared_ptr<const KernelPicture> Last();
 
     /// What is mounted now, or was a tenth of a second ago: the same table as long as nothing was
-    /// mounted or unmounted. @throws std::system_error as above
+    /// mounted or unmounted. @throws std::bad_alloc as above
     std::shared_ptr<const MountTable> Mounts(std::chrono::steady_clock::time_point now);
 
   private:

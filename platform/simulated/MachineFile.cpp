@@ -63,7 +63,7 @@ std::shared_ptr<MachineRecord> WithMessage(const std::string& name, std::string&
     }
     catch (const std::bad_alloc&)
     {
-        message = "file: memory ran out; make the file smaller";
+        throw; // says nothing about the file
     }
     catch (const std::exception& error)
     {

@@ -42,6 +42,7 @@ struct MachineRecord
 /// @param files   the page files that were looked at are appended, on failure too
 /// @param message on failure one line "name: place: what is wrong; what to do"
 /// @return null on failure
+/// @throws std::bad_alloc without memory or descriptors
 std::shared_ptr<MachineRecord> ParseMachine(const std::string& text, const std::string& name,
                                             const std::string& folder,
                                             std::vector<WatchedFile>& files, std::string& message);

@@ -25,12 +25,12 @@ struct SimulatedMachine::Source
     std::vector<WatchedFile> files; ///< of the last version, good or wrong
     std::string complaint;          ///< about the last version, if wrong
 
-    std::shared_ptr<MachineRecord> Read(std::string& message)
+    /// @param looked  the files of this version
+    std::shared_ptr<MachineRecord> Read(std::vector<WatchedFile>& looked,
+                                        std::string& message) const
     {
-        files.clear();
-        auto record = path.empty() ? ParseMachine(text, "machine text", folder, files, message)
-                                   : ReadMachine(path, files, message);
-        return record;
+        return path.empty() ? ParseMachine(text, "machine text", folder, looked, message)
+                            : ReadMachine(path, looked, message);
     }
 
     bool IsAnyFresh() const
@@ -170,7 +170,7 @@ SimulatedMachine::~SimulatedMachine() = default;
 std::shared_ptr<SimulatedMachine> SimulatedMachine::Make(std::unique_ptr<Source> source,
                                                          std::string& message)
 {
-    auto record = source->Read(message);
+    auto record = source->Read(source->files, message);
     if (!record)
         return nullptr;
     std::shared_ptr<SimulatedMachine> machine(new SimulatedMachine(std::move(source)));
@@ -218,12 +218,15 @@ std::shared_ptr<const DeviceTree> SimulatedMachine::ReadDeviceTree()
     const bool hasChanged = source.HasChanged();
     if (hasChanged || source.IsAnyFresh())
     {
+        // Taken over together: a version for which memory runs out meanwhile is read again.
         std::string message;
-        auto record = source.Read(message);
+        std::vector<WatchedFile> files;
+        auto record = source.Read(files, message);
+        if (!record && (hasChanged || message != source.complaint))
+            Warn(message + " (the last good version stays in force)");
         if (record)
             m_State->Set(std::move(record));
-        else if (hasChanged || message != source.complaint)
-            Warn(message + " (the last good version stays in force)");
+        source.files = std::move(files);
         source.complaint = std::move(message);
     }
     return m_State->Current()->tree;

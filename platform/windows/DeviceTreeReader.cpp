@@ -1,6 +1,7 @@
 #include "platform/windows/DeviceTreeReader.h"
 
 #include "contracts/zelKit/windows/WideText.h"
+#include "platform/Shortage.h"
 
 #include <cstddef>
 #include <iterator>
@@ -18,11 +19,20 @@ namespace
 
 using InterfacesByNode = std::map<DEVINST, std::vector<std::string>>;
 
+/// Whether a call of the system has succeeded. @throws Shortage
+bool SystemSucceeded(BOOL result)
+{
+    if (result == 0)
+        ThrowShortage(::GetLastError());
+    return result != 0;
+}
+
 /// The path of a disk interface, and the node that it belongs to.
 bool ReadInterface(HDEVINFO list, SP_DEVICE_INTERFACE_DATA& data, DEVINST& node, std::string& path)
 {
     DWORD size = 0;
     ::SetupDiGetDeviceInterfaceDetailW(list, &data, nullptr, 0, &size, nullptr);
+    ThrowShortage(::GetLastError());
     if (::GetLastError() != ERROR_INSUFFICIENT_BUFFER ||
         size < sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W))
         return false;
@@ -31,7 +41,8 @@ bool ReadInterface(HDEVINFO list, SP_DEVICE_INTERFACE_DATA& data, DEVINST& node,
     detail->cbSize = sizeof *detail;
     SP_DEVINFO_DATA device = {};
     device.cbSize = sizeof device;
-    if (::SetupDiGetDeviceInterfaceDetailW(list, &data, detail, size, nullptr, &device) == 0)
+    if (!SystemSucceeded(
+            ::SetupDiGetDeviceInterfaceDetailW(list, &data, detail, size, nullptr, &device)))
         return false;
     node = device.DevInst;
     path = ZKT::Misc::FromWide(detail->DevicePath);
@@ -53,12 +64,12 @@ InterfacesByNode ReadDiskInterfaces()
     InterfacesByNode interfaces;
     const List list{::SetupDiGetClassDevsW(&DiskInterfaceClass, nullptr, nullptr,
                                            DIGCF_PRESENT | DIGCF_DEVICEINTERFACE)};
-    if (list.handle == INVALID_HANDLE_VALUE)
+    if (!SystemSucceeded(list.handle != INVALID_HANDLE_VALUE))
         return interfaces;
     SP_DEVICE_INTERFACE_DATA data = {};
     data.cbSize = sizeof data;
-    for (DWORD index = 0; ::SetupDiEnumDeviceInterfaces(list.handle, nullptr, &DiskInterfaceClass,
-                                                        index, &data) != 0;
+    for (DWORD index = 0; SystemSucceeded(::SetupDiEnumDeviceInterfaces(
+             list.handle, nullptr, &DiskInterfaceClass, index, &data));
          ++index)
     {
         DEVINST node = 0;
@@ -73,12 +84,12 @@ DeviceNode ReadNode(DEVINST node, const InterfacesByNode& interfaces)
 {
     DeviceNode device;
     wchar_t id[MAX_DEVICE_ID_LEN + 1] = {};
-    if (::CM_Get_Device_IDW(node, id, std::size(id), 0) == CR_SUCCESS)
+    if (Stepped(::CM_Get_Device_IDW(node, id, std::size(id), 0)))
         device.id = ZKT::Misc::FromWide(id);
     wchar_t service[256] = {};
     ULONG bytes = sizeof service - sizeof(wchar_t);
-    if (::CM_Get_DevNode_Registry_PropertyW(node, CM_DRP_SERVICE, nullptr, service, &bytes, 0) ==
-        CR_SUCCESS)
+    if (Stepped(
+            ::CM_Get_DevNode_Registry_PropertyW(node, CM_DRP_SERVICE, nullptr, service, &bytes, 0)))
         device.service = ZKT::Misc::FromWide(service);
     if (const auto found = interfaces.find(node); found != interfaces.end())
         device.diskInterfaces = found->second;
@@ -89,7 +100,7 @@ bool IsThere(DEVINST node)
 {
     ULONG status = 0;
     ULONG problem = 0;
-    return ::CM_Get_DevNode_Status(&status, &problem, node, 0) == CR_SUCCESS;
+    return Stepped(::CM_Get_DevNode_Status(&status, &problem, node, 0));
 }
 
 /// Reads all nodes. @return whether the tree stood still: a node that goes takes the way to its
@@ -106,8 +117,8 @@ bool ReadTree(DEVINST root, const InterfacesByNode& interfaces, DeviceTree& tree
     {
         std::size_t previous = parent;
         DEVINST child = 0;
-        for (CONFIGRET result = ::CM_Get_Child(&child, nodes[parent], 0); result == CR_SUCCESS;
-             result = ::CM_Get_Sibling(&child, child, 0))
+        for (bool isThere = Stepped(::CM_Get_Child(&child, nodes[parent], 0)); isThere;
+             isThere = Stepped(::CM_Get_Sibling(&child, child, 0)))
         {
             if (!seen.insert(child).second)
             {
@@ -135,7 +146,7 @@ std::shared_ptr<const DeviceTree> ReadSystemTree()
     for (int attempt = 0; attempt < Attempts; ++attempt)
     {
         DEVINST root = 0;
-        if (::CM_Locate_DevNodeW(&root, nullptr, CM_LOCATE_DEVNODE_NORMAL) != CR_SUCCESS)
+        if (!Stepped(::CM_Locate_DevNodeW(&root, nullptr, CM_LOCATE_DEVNODE_NORMAL)))
             return nullptr;
         tree = std::make_shared<DeviceTree>();
         if (ReadTree(root, ReadDiskInterfaces(), *tree))

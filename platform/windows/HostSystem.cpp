@@ -1,6 +1,7 @@
 #include "platform/HostSystem.h"
 
 #include "contracts/zelKit/windows/WideText.h"
+#include "platform/Shortage.h"
 #include "platform/windows/SystemHandle.h"
 
 #include <algorithm>
@@ -76,6 +77,8 @@ std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& con
     // Of a file that cannot be opened, too: it is not read again until it changes.
     file.stamp = StampOf(file.path);
     const SystemHandle opened = Open(file.path, GENERIC_READ);
+    if (!opened.IsOpen())
+        ThrowShortage(::GetLastError());
     if (!opened.IsOpen())
         return "cannot be opened (" + Reason(::GetLastError()) + ")";
     if (::GetFileType(opened.Get()) != FILE_TYPE_DISK)

@@ -1,6 +1,7 @@
 #include "platform/windows/WindowsMachine.h"
 
 #include "platform/DriveControl.h"
+#include "platform/Shortage.h"
 #include "platform/windows/DeviceTreeReader.h"
 #include "platform/windows/DriveLayout.h"
 #include "platform/windows/DriverVersion.h"
@@ -119,10 +120,11 @@ static_assert(IOCTL_DISK_GET_DRIVE_LAYOUT_EX == 0x00070050);
 bool ReadDriveLayout(DWORD diskNumber, std::vector<BYTE>& answer)
 {
     SystemHandle disk;
-    if (OpenSystemFile("\\\\.\\PhysicalDrive" + std::to_string(diskNumber), 0, disk) !=
-        ERROR_SUCCESS)
-        return false;
-    return AskDevice(disk, IOCTL_DISK_GET_DRIVE_LAYOUT_EX, answer) == ERROR_SUCCESS;
+    DWORD error = OpenSystemFile("\\\\.\\PhysicalDrive" + std::to_string(diskNumber), 0, disk);
+    if (error == ERROR_SUCCESS)
+        error = AskDevice(disk, IOCTL_DISK_GET_DRIVE_LAYOUT_EX, answer);
+    ThrowShortage(error);
+    return error == ERROR_SUCCESS;
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tarnis/Src/tarnisPlugin/Discovery.h"
 
 #include "platform/Handles.h"
+#include "platform/Shortage.h"
 #include "platform/WindowsApi.h"
 
 #include <boost/algorithm/string/predicate.hpp>
@@ -34,8 +35,8 @@ std::string ServiceOf(DEVINST node)
 {
     char name[ServiceNameBytes]; // not looked at unless it was filled
     ULONG length = ServiceNameBytes;
-    if (Platform::CM_Get_DevNode_Registry_PropertyA(node, CM_DRP_SERVICE, nullptr, name, &length,
-                                                    0) != CR_SUCCESS)
+    if (!Platform::Stepped(Platform::CM_Get_DevNode_Registry_PropertyA(node, CM_DRP_SERVICE,
+                                                                       nullptr, name, &length, 0)))
         return {};
     name[ServiceNameBytes - 1] = '\0';
     return name;
@@ -47,7 +48,7 @@ using Step = CONFIGRET (*)(DEVINST* to, DEVINST from, ULONG flags);
 std::optional<DEVINST> Go(Step step, DEVINST node)
 {
     DEVINST to = 0;
-    return step(&to, node, 0) == CR_SUCCESS ? std::optional<DEVINST>(to) : std::nullopt;
+    return Platform::Stepped(step(&to, node, 0)) ? std::optional<DEVINST>(to) : std::nullopt;
 }
 
 /// What the system tells of an interface; longer than its type by the path.
@@ -66,20 +67,21 @@ std::optional<InterfaceDetail> DetailOf(HDEVINFO list, SP_DEVICE_INTERFACE_DATA&
 {
     DWORD size = 0;
     Platform::SetupDiGetDeviceInterfaceDetailA(list, &interfaceData, nullptr, 0, &size, nullptr);
+    Platform::ThrowShortage(Platform::GetLastError());
     if (Platform::GetLastError() != ERROR_INSUFFICIENT_BUFFER ||
         size < sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A))
         return std::nullopt;
 
-    // The size comes from the system: as much as it asks for, or none when memory is short.
+    // The size comes from the system.
     const std::size_t units = (std::size_t{size} + sizeof(DWORD) - 1) / sizeof(DWORD) + 1;
     InterfaceDetail detail{std::unique_ptr<DWORD[]>(new (std::nothrow) DWORD[units]())};
     if (!detail.block)
-        return std::nullopt;
+        throw Platform::Shortage();
     detail.Get()->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A);
     SP_DEVINFO_DATA device = {};
     device.cbSize = sizeof device;
-    if (!Platform::SetupDiGetDeviceInterfaceDetailA(list, &interfaceData, detail.Get(), size, &size,
-                                                    &device))
+    if (!Platform::Succeeded(Platform::SetupDiGetDeviceInterfaceDetailA(
+            list, &interfaceData, detail.Get(), size, &size, &device)))
         return std::nullopt;
     return detail;
 }
@@ -90,12 +92,13 @@ std::optional<std::uint32_t> DiskNumberOf(const char* path)
     const Platform::DeviceHandle device(
         Platform::CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                               OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!device.IsOpen())
+    if (!Platform::GaveHandle(device.Get()))
         return std::nullopt;
     STORAGE_DEVICE_NUMBER number = {};
     DWORD returned = 0;
-    if (!Platform::DeviceIoControl(device.Get(), IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0,
-                                   &number, sizeof number, &returned, nullptr))
+    if (!Platform::Succeeded(Platform::DeviceIoControl(device.Get(),
+                                                       IOCTL_STORAGE_GET_DEVICE_NUMBER, nullptr, 0,
+                                                       &number, sizeof number, &returned, nullptr)))
         return std::nullopt;
     return number.DeviceNumber;
 }
@@ -104,19 +107,19 @@ std::optional<std::uint32_t> DiskNumberOf(const char* path)
 void AppendDiskNumbers(DEVINST node, std::vector<std::uint32_t>& driveNumbers)
 {
     char deviceId[DeviceIdBytes];
-    if (Platform::CM_Get_Device_IDA(node, deviceId, DeviceIdBytes, 0) != CR_SUCCESS)
+    if (!Platform::Stepped(Platform::CM_Get_Device_IDA(node, deviceId, DeviceIdBytes, 0)))
         return;
     const Platform::DeviceInfoList list(Platform::SetupDiGetClassDevsA(
         &Platform::DiskInterfaceClass, deviceId, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE));
-    if (!list.IsOpen())
+    if (!Platform::GaveHandle(list.Get()))
         return;
 
     for (DWORD index = 0;; ++index)
     {
         SP_DEVICE_INTERFACE_DATA interfaceData = {};
         interfaceData.cbSize = sizeof interfaceData;
-        if (!Platform::SetupDiEnumDeviceInterfaces(
-                list.Get(), nullptr, &Platform::DiskInterfaceClass, index, &interfaceData))
+        if (!Platform::Succeeded(Platform::SetupDiEnumDeviceInterfaces(
+                list.Get(), nullptr, &Platform::DiskInterfaceClass, index, &interfaceData)))
             return;
         if (const auto detail = DetailOf(list.Get(), interfaceData))
             if (const auto number = DiskNumberOf(detail->Get()->DevicePath))
@@ -130,7 +133,7 @@ bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driv
 {
     DEVINST root = 0;
     std::optional<DEVINST> node;
-    if (Platform::CM_Locate_DevNodeA(&root, nullptr, 0) == CR_SUCCESS)
+    if (Platform::Stepped(Platform::CM_Locate_DevNodeA(&root, nullptr, 0)))
         node = root;
 
     while (node)

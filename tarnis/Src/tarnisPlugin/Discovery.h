@@ -1,7 +1,9 @@
 // Which supported storage driver runs on the machine, and which disks hang below it.
 //
 // Nothing is kept between calls: every call walks the device tree afresh. A step that fails drops
-// its own node or interface and nothing else. No lock is needed: only the arguments are touched.
+// its own node or interface and nothing else, but for a lack of memory or of descriptors, which
+// says nothing about a disk and ends the walk with std::bad_alloc. No lock is needed: only the
+// arguments are touched.
 #pragma once
 
 #include "platform/WindowsTypes.h"

@@ -1,11 +1,13 @@
 #include "tarnis/Src/tarnisPlugin/DriveCommands.h"
 
 #include "contracts/zelKit.h"
+#include "platform/Shortage.h"
 #include "platform/WindowsApi.h"
 
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
 #include <vector>
 
@@ -28,6 +30,38 @@ struct SmartCacheEntry
 };
 
 std::vector<SmartCacheEntry> SmartCache;
+std::mutex SmartCacheLock; ///< for moments: several instances may scan at once
+
+/// Null for a drive that has none. Under the lock.
+SmartCacheEntry* CachedPage(std::uint8_t driveNumber)
+{
+    const auto found = std::find_if(SmartCache.begin(), SmartCache.end(),
+                                    [driveNumber](const SmartCacheEntry& entry)
+                                    { return entry.driveNumber == driveNumber; });
+    return found == SmartCache.end() ? nullptr : &*found;
+}
+
+/// @return whether the drive has a page that is good still
+bool FindPage(std::uint8_t driveNumber, PI::_IDE_SMART_DATA& page)
+{
+    const std::lock_guard guard(SmartCacheLock);
+    const SmartCacheEntry* cached = CachedPage(driveNumber);
+    if (cached == nullptr)
+        return false;
+    page = cached->data;
+    // A clock that was set back makes the age huge, and the page is read anew.
+    return ZKT::Misc::now() - cached->readTime <= SmartPageLifetime;
+}
+
+void KeepPage(std::uint8_t driveNumber, const PI::_IDE_SMART_DATA& page)
+{
+    const std::lock_guard guard(SmartCacheLock);
+    const std::uint64_t readTime = ZKT::Misc::now();
+    if (SmartCacheEntry* cached = CachedPage(driveNumber))
+        *cached = {driveNumber, readTime, page};
+    else
+        SmartCache.push_back({driveNumber, readTime, page});
+}
 
 constexpr IDEREGS Registers(BYTE features, BYTE cylinderLow, BYTE cylinderHigh, BYTE command)
 {
@@ -45,7 +79,7 @@ std::unique_ptr<std::uint8_t[]> SendCommand(HANDLE drive, std::uint8_t driveNumb
 {
     std::unique_ptr<std::uint8_t[]> block(new (std::nothrow) std::uint8_t[ReplyBytes]());
     if (!block)
-        return nullptr;
+        throw Platform::Shortage();
     SENDCMDINPARAMS command = {};
     command.cBufferSize = Platform::SectorBytes;
     command.irDriveRegs = registers;
@@ -53,8 +87,9 @@ std::unique_ptr<std::uint8_t[]> SendCommand(HANDLE drive, std::uint8_t driveNumb
     std::memcpy(block.get(), &command, sizeof command);
 
     DWORD returned = 0;
-    if (!Platform::DeviceIoControl(drive, SMART_RCV_DRIVE_DATA, block.get(), CommandBytes,
-                                   block.get(), ReplyBytes, &returned, nullptr))
+    if (!Platform::Succeeded(Platform::DeviceIoControl(drive, SMART_RCV_DRIVE_DATA, block.get(),
+                                                       CommandBytes, block.get(), ReplyBytes,
+                                                       &returned, nullptr)))
         return nullptr;
     return block;
 }
@@ -65,8 +100,9 @@ bool GetDriveLength(HANDLE drive, std::uint64_t& bytes)
 {
     GET_LENGTH_INFORMATION length = {};
     DWORD returned = 0;
-    if (!Platform::DeviceIoControl(drive, IOCTL_DISK_GET_LENGTH_INFO, nullptr, 0, &length,
-                                   sizeof length, &returned, nullptr))
+    if (!Platform::Succeeded(Platform::DeviceIoControl(drive, IOCTL_DISK_GET_LENGTH_INFO, nullptr,
+                                                       0, &length, sizeof length, &returned,
+                                                       nullptr)))
         return false;
     bytes = static_cast<std::uint64_t>(length.Length.QuadPart);
     return true;
@@ -76,8 +112,8 @@ bool GetSmartVersion(HANDLE drive)
 {
     GETVERSIONINPARAMS version = {};
     DWORD returned = 0;
-    return Platform::DeviceIoControl(drive, SMART_GET_VERSION, nullptr, 0, &version, sizeof version,
-                                     &returned, nullptr) != 0;
+    return Platform::Succeeded(Platform::DeviceIoControl(
+        drive, SMART_GET_VERSION, nullptr, 0, &version, sizeof version, &returned, nullptr));
 }
 
 bool IdentifyDrive(HANDLE drive, std::uint8_t driveNumber, IdentifyData& words)
@@ -94,30 +130,13 @@ bool IdentifyDrive(HANDLE drive, std::uint8_t driveNumber, IdentifyData& words)
 
 PI::_ERROR_CODE ReadSmartData(HANDLE drive, std::uint8_t driveNumber, PI::_IDE_SMART_DATA& page)
 {
-    const auto cached = std::find_if(SmartCache.begin(), SmartCache.end(),
-                                     [driveNumber](const SmartCacheEntry& entry)
-                                     { return entry.driveNumber == driveNumber; });
-    if (cached != SmartCache.end())
-    {
-        page = cached->data;
-        // A clock that was set back makes the age huge, and the page is read anew.
-        if (ZKT::Misc::now() - cached->readTime <= SmartPageLifetime)
-            return PI::ERR_SUCCESS;
-    }
-
+    if (FindPage(driveNumber, page))
+        return PI::ERR_SUCCESS;
     const auto reply = SendCommand(drive, driveNumber, SmartReadRegisters);
     if (!reply)
         return PI::ERR_GENERAL;
     std::memcpy(&page, reply.get() + Platform::ReplyDataOffset, sizeof page);
-
-    const std::uint64_t readTime = ZKT::Misc::now();
-    if (cached != SmartCache.end())
-    {
-        cached->readTime = readTime;
-        cached->data = page;
-    }
-    else
-        SmartCache.push_back({driveNumber, readTime, page});
+    KeepPage(driveNumber, page);
     return PI::ERR_SUCCESS;
 }
 

@@ -1,7 +1,11 @@
 // The picture of the machine at one moment: an adapter, and a record for each drive that answers.
 // Built afresh on every call. Ids and change counts carry over from the last picture, and what
 // follows from the same answers of a drive is not worked out again.
+//
+// A drive that fails is left out. A lack of memory or of descriptors says nothing about any drive:
+// it ends the scan with std::bad_alloc, and whoever asked keeps what he had.
 #include "platform/Handles.h"
+#include "platform/Shortage.h"
 #include "platform/WindowsApi.h"
 #include "tarnis/Src/tarnis/Instance.h"
 #include "tarnis/Src/tarnis/Trace.h"
@@ -29,6 +33,27 @@ struct DriveAnswers
     std::optional<std::uint64_t> length;
 };
 
+/// Gives ids back that went to records which nobody will see.
+class IdsOnTrial
+{
+  public:
+    explicit IdsOnTrial(std::uint64_t& next) : m_Next(next), m_Before(next) {}
+    ~IdsOnTrial()
+    {
+        if (!m_AreKept)
+            m_Next = m_Before;
+    }
+    IdsOnTrial(const IdsOnTrial&) = delete;
+    IdsOnTrial& operator=(const IdsOnTrial&) = delete;
+
+    void Keep() { m_AreKept = true; }
+
+  private:
+    std::uint64_t& m_Next;
+    const std::uint64_t m_Before;
+    bool m_AreKept = false;
+};
+
 /// Opens a drive, asks it and closes it. False for a drive that cannot be opened, takes no SMART
 /// commands or does not identify itself.
 bool AskDrive(std::uint32_t diskNumber, DriveAnswers& answers)
@@ -39,7 +64,7 @@ bool AskDrive(std::uint32_t diskNumber, DriveAnswers& answers)
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                               OPEN_EXISTING, 0, nullptr));
     const auto driveNumber = static_cast<std::uint8_t>(diskNumber);
-    if (!drive.IsOpen() || !GetSmartVersion(drive.Get()) ||
+    if (!Platform::GaveHandle(drive.Get()) || !GetSmartVersion(drive.Get()) ||
         !IdentifyDrive(drive.Get(), driveNumber, answers.words))
         return false;
 
@@ -122,6 +147,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     Trace(TRACE_FLOW, "ENTER ScanSystem(%d) PhyDrive=%d", firstScan, drives.size());
     adapters.clear();
     drives.clear();
+    IdsOnTrial ids(m_NextObjectId);
     CAHCIAdapter adapter = MakeAdapter(firstScan);
 
     std::string driverName; // the instance keeps the one that Initialize found
@@ -143,6 +169,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     for (CAHCIPhysicalDrive& drive : drives)
         drive.m_GlobalAdapterNumber = adapter.m_GlobalAdapterNumber;
     adapters.push_back(std::move(adapter));
+    ids.Keep();
 
     Trace(TRACE_FLOW, "LEAVE ScanSystem() -> %d", PI::ERR_SUCCESS);
     return PI::ERR_SUCCESS;

@@ -85,6 +85,10 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::Initialize(std::vector<PI::CAdapterID>& adapter
     std::vector<CAHCIAdapter> adapters;
     std::vector<CAHCIPhysicalDrive> drives;
     PI::_ERROR_CODE result = ScanSystem(adapters, drives, true);
+    for (CAHCIAdapter& adapter : adapters)
+        adapter.GetParents().reserve(1);
+    m_Plugin.GetChildren().reserve(adapters.size());
+    adapterIDs.reserve(adapterIDs.size() + adapters.size());
     m_Adapters.swap(adapters);
     m_PhysicalDrives.swap(drives);
     Trace(TRACE_PROGRESS, "ScanSystem() ret = %d m_PhysicalDrives=%d", result,
