@@ -7,6 +7,10 @@
 #include <thread>
 #include <vector>
 
+#if !defined(_WIN32)
+#include <sys/resource.h>
+#endif
+
 namespace
 {
 
@@ -99,6 +103,29 @@ TEST_F(Rereading, AWrongVersionLeavesTheLastGoodOneWithOneWarning)
     EXPECT_FALSE(machine->Replace("{", message));
     EXPECT_EQ(Letter(), 'b');
 }
+
+#if !defined(_WIN32)
+TEST_F(Rereading, AVersionThatCannotBeReadForAShortageIsReadAgain)
+{
+    const std::string paged = R"({"number": 0, "identify": "page"})";
+    folder.Write("page", std::string(512, 'p'));
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    for (const std::string& text : {OneDisk("B"), MachineText("0", paged)})
+    {
+        folder.Write("m.json", text);
+        // Beyond the time in which a file counts as freshly changed, and is read again anyway.
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        const rlimit none = {3, limit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+        EXPECT_THROW(machine->ReadDeviceTree(), std::bad_alloc);
+        EXPECT_THROW(Platform::SimulatedMachine::FromFile(file, message), std::bad_alloc);
+        setrlimit(RLIMIT_NOFILE, &limit);
+        ExpectWarnings(0,
+                       [&] { EXPECT_EQ(Letter(), text == MachineText("0", paged) ? 'p' : 'B'); });
+    }
+}
+#endif
 
 TEST_F(Rereading, ReadersMayWorkWhileTheFileChanges)
 {

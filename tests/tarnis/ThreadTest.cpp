@@ -152,13 +152,18 @@ TEST_F(Threads, WorkerStartsAnswersAndStops)
     EXPECT_EQ(Platform::OpenHandleCount(), 0U);
 }
 
+// Of two instances in one process, which share what is kept for it.
 TEST_F(Threads, CommandsOfAllKindsAtOnce)
 {
     UseMachine(MachineOf(8));
-    LoadedPlugin plugin;
-    Host host(plugin, 10);
-    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
-    ASSERT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs), PI::ERR_SUCCESS);
+    LoadedPlugin plugins[2];
+    Host hosts[] = {Host(plugins[0], 10), Host(plugins[1], 10)};
+    for (LoadedPlugin& plugin : plugins)
+    {
+        ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
+        ASSERT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs),
+                  PI::ERR_SUCCESS);
+    }
 
     std::atomic<int> wrong = 0;
     const unsigned steps = Amount("TARNIS_TEST_COMMANDS", 2400) / 8;
@@ -168,12 +173,14 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
         {
             while (!done)
             {
+                AdvanceClock(300001); // SMART pages are read anew
                 ZKT::Internals::SkipTime(std::chrono::seconds(1000));
                 std::this_thread::yield();
             }
         });
     const auto run = [&](unsigned seed)
     {
+        LoadedPlugin& plugin = plugins[seed % 2];
         for (unsigned step = 0; step < steps; ++step)
         {
             const unsigned kind = (seed * 7 + step) % 7;
@@ -182,13 +189,14 @@ TEST_F(Threads, CommandsOfAllKindsAtOnce)
                 wrong += SetInterval(plugin, 2 + static_cast<int>(step % 250)) != 0;
         }
     };
-    std::vector<std::thread> hosts;
+    std::vector<std::thread> threads;
     for (unsigned seed = 0; seed < 8; ++seed)
-        hosts.emplace_back(run, seed);
-    for (std::thread& thread : hosts)
+        threads.emplace_back(run, seed);
+    for (std::thread& thread : threads)
         thread.join();
     done = true;
     passes.join();
     EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
+    for (LoadedPlugin& plugin : plugins)
+        EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);
 }
