@@ -222,11 +222,30 @@ std::optional<Options> FormOfCheck(const std::vector<std::string>& arguments)
     return options;
 }
 
+namespace
+{
+
+/// The database that the command line names.
+std::string DatabaseOf(const Options& options)
+{
+    const auto isNamed = [](const std::string& option, const char* variable)
+    { return !option.empty() || !ZKT::Misc::GetVariable(variable).empty(); };
+    const bool isPassing = options.verb != nullptr && !options.verb->keepsDrives &&
+                           isNamed(options.machine, "TARNIS_MACHINE") &&
+                           !isNamed(options.database, "TARNIS_DATABASE");
+    return isPassing ? ":memory:" : options.database;
+}
+
+} // namespace
+
 void ApplyEnvironment(const Options& options)
 {
+    const std::string database = DatabaseOf(options);
     const std::pair<const char*, const std::string*> variables[] = {
-        {"TARNIS_MACHINE", &options.machine},      {"TARNIS_CONFIG_DIR", &options.configDir},
-        {"TARNIS_DATABASE", &options.database},    {"TARNIS_TRACE_MASK", &options.traceMask},
+        {"TARNIS_MACHINE", &options.machine},
+        {"TARNIS_CONFIG_DIR", &options.configDir},
+        {"TARNIS_DATABASE", &database},
+        {"TARNIS_TRACE_MASK", &options.traceMask},
         {"TARNIS_TRACE_FILE", &options.traceFile},
     };
     for (const auto& [name, value] : variables)

@@ -1,5 +1,6 @@
 #include "host/StateFile.h"
 
+#include "contracts/zelKit/Environment.h"
 #include "contracts/zelStore/RowState.h"
 #include "host/Failure.h"
 
@@ -54,6 +55,15 @@ std::string FreshName(const std::string& path)
     return path + suffix;
 }
 
+/// What sets the files of a machine file apart from those of the computer, in whose folder they lie
+/// when nobody names another: its database's name.
+std::string PrefixOf(const fs::path& database)
+{
+    const bool isBesideOther = ZKT::Misc::GetVariable("TARNIS_DATABASE").empty() &&
+                               !ZKT::Misc::GetVariable("TARNIS_MACHINE").empty();
+    return isBesideOther ? database.stem().string() + "-" : std::string();
+}
+
 } // namespace
 
 std::string JsonText(const json& content)
@@ -72,7 +82,7 @@ StateFile::StateFile(const std::string& name, const std::string& remedy) : m_Rem
 {
     const std::string database = DatabaseWrapper::DatabaseFile();
     if (!database.empty())
-        m_Path = (fs::path(database).parent_path() / name).string();
+        m_Path = (fs::path(database).parent_path() / (PrefixOf(database) + name)).string();
 }
 
 void StateFile::FailContent() const

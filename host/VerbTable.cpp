@@ -247,7 +247,8 @@ trouble begin with !!. What stands is repeated at the report times.
   4  as 0, but a right is missing to read a disk
 )",
      .addArguments = AddWatch,
-     .run = Host::Watch},
+     .run = Host::Watch,
+     .keepsDrives = true},
     {.name = "check",
      .arguments = "[OBJECT...]",
      .summary = "one line and an exit code for cron and monitoring",
@@ -269,7 +270,8 @@ that were seen are kept beside the database (tarnisctl-check.json).
   3  unknown: no plug-in, no hardware, a right is missing, or wrong usage
 )",
      .addArguments = AddCheck,
-     .run = Host::Check},
+     .run = Host::Check,
+     .keepsDrives = true},
     {.name = "explain",
      .arguments = "NUMBER|NAME|--all",
      .summary = "what a number, a name or a word of the output means",

@@ -33,6 +33,10 @@ struct VerbRow
 
     /// Null when parsing alone finds the answer.
     ExitCode (*run)(const Options& options, Output& output);
+
+    /// Whether it remembers drives from one run to the next, or keeps their rows up to date. Others
+    /// leave no database of a machine file behind.
+    bool keepsDrives = false;
 };
 
 /// The first one is the default.

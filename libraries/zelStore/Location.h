@@ -9,7 +9,8 @@ namespace DatabaseWrapper::Internals
 /// The name that stands for a database in memory.
 inline constexpr const char* inMemory = ":memory:";
 
-/// The file that the environment names at this moment, as an absolute path, or inMemory. Empty when
+/// The file that the environment names at this moment, as an absolute path, or inMemory. Where it
+/// names none, a machine file has a database of its own beside that of the computer. Empty when
 /// there is no place for it.
 std::string LocateDatabase();
 

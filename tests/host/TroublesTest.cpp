@@ -1,8 +1,10 @@
 // What goes wrong around the plug-in, with the remedy.
-#include "tests/host/Process.h"
+#include "tests/host/Running.h"
 #include "tests/support/MachineBuilder.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 #include <sys/stat.h>
 
@@ -22,6 +24,33 @@ void ReplaceAll(std::string& text, const std::string& what, const std::string& b
 {
     for (std::size_t at = 0; (at = text.find(what, at)) != text.npos; at += by.size())
         text.replace(at, what.size(), by);
+}
+
+// A machine file that stands in for the computer leaves the computer's rows and memory alone.
+TEST(Troubles, AMachineFileHasFilesOfItsOwn)
+{
+    if (std::filesystem::exists("/var/lib/tarnis"))
+        GTEST_SKIP() << "this computer has a database of its own";
+    const TestFolder folder;
+    const std::string machine = PutMachine({Support::Disk(0), Support::Disk(1)});
+    const Environment unnamed{{"TARNIS_DATABASE", ""}, {"XDG_STATE_HOME", folder.Path()}};
+    for (const Arguments& looks : {Arguments{"show"}, {"get", "disk0", "STATUS"}})
+    {
+        Arguments words = looks;
+        words.insert(words.end(), {"--machine", machine});
+        EXPECT_EQ(RunTarnisctl(words, unnamed).exitCode, 0);
+        EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+    }
+    EXPECT_EQ(RunTarnisctl({"check", "--machine", machine}, unnamed).exitCode, 0);
+    const std::filesystem::path place = folder.File("tarnis");
+    for (const auto& entry : std::filesystem::directory_iterator(place))
+        EXPECT_TRUE(entry.path().filename().string().starts_with("machine-machine-")) << entry;
+    // Another machine of that name has never seen the drive of this one.
+    const std::string twin =
+        folder.Write("machine.json", Support::MachineWith({Support::Disk(2)}).dump());
+    EXPECT_FALSE(Holds(RunTarnisctl({"check", "--machine", twin}, unnamed).out, "gone"));
+    PutMachine({Support::Disk(0)});
+    EXPECT_TRUE(Holds(RunTarnisctl({"check", "--machine", machine}, unnamed).out, "gone"));
 }
 
 TEST(Troubles, AreToldInOneLineEach)

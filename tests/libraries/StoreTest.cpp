@@ -452,6 +452,18 @@ TEST_F(File, IsFoundByTheEnvironment)
     Store("").Add("state");
     EXPECT_EQ(Store(m_Folder.File(".local/state/tarnis/tarnis.db")).Names(), Cells{"home"});
     EXPECT_EQ(Store(m_Folder.File("tarnis/tarnis.db")).Names(), Cells{"state"});
+
+    // Each machine file has a database of its own, however the file is called.
+    for (const std::string machine : {"/a/lab.json", "/b/lab.json", "/a/\xC3\xA4 b.json"})
+    {
+        setenv("TARNIS_MACHINE", machine.c_str(), 1);
+        Store("").Add(machine);
+        EXPECT_EQ(Store("").Names(), Cells{machine});
+        setenv("TARNIS_MACHINE", "/c/../a/lab.json", 1); // as long as the name means the same file
+        EXPECT_EQ(Store("").Names(), Cells{"/a/lab.json"});
+    }
+    unsetenv("TARNIS_MACHINE");
+    EXPECT_EQ(Store("").Names(), Cells{"state"});
     unsetenv("XDG_STATE_HOME");
     unsetenv("HOME");
     EXPECT_EQ(Store("").Refusal("SELECT 1"),
