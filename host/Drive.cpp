@@ -4,6 +4,7 @@
 #include "host/PropertyText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 #include <map>
@@ -96,19 +97,34 @@ void TakePage(const CSystemDisk& disk, Drive& drive)
     }
 }
 
-/// The plug-in keeps pages by the low 8 bits of a disk's number. Of the disks that share one, it
-/// holds the page of the one that was asked last.
-const CSystemDisk* PageSourceOf(const CSystemDisk& disk, const std::vector<CSystemDisk>& disks)
+/// The SMART pages of the disks. The plug-in keeps pages by the low 8 bits of a disk's number: of
+/// the disks that share one, it holds the page of the one that was asked last.
+class PageSources
 {
-    const CSystemDisk* source = &disk;
-    if (disk.m_Number)
-        for (const CSystemDisk& other : disks)
-            if (other.m_Number && ((*other.m_Number ^ *disk.m_Number) & 0xFF) == 0 &&
-                !other.m_SmartPage.empty() &&
-                (source->m_SmartPage.empty() || other.m_SmartPageAge < source->m_SmartPageAge))
-                source = &other;
-    return source;
-}
+  public:
+    explicit PageSources(const std::vector<CSystemDisk>& disks)
+    {
+        for (const CSystemDisk& disk : disks)
+            if (disk.m_Number && !disk.m_SmartPage.empty())
+            {
+                const CSystemDisk*& last = m_Last[*disk.m_Number & 0xFF];
+                if (last == nullptr || disk.m_SmartPageAge < last->m_SmartPageAge)
+                    last = &disk;
+            }
+    }
+
+    /// The disk whose page the plug-in holds for this one.
+    const CSystemDisk& Of(const CSystemDisk& disk) const
+    {
+        const CSystemDisk* last = disk.m_Number ? m_Last[*disk.m_Number & 0xFF] : nullptr;
+        const bool isOwn = last == nullptr || (!disk.m_SmartPage.empty() &&
+                                               disk.m_SmartPageAge <= last->m_SmartPageAge);
+        return isOwn ? disk : *last;
+    }
+
+  private:
+    std::array<const CSystemDisk*, 256> m_Last = {};
+};
 
 void MarkSharedPages(std::vector<Drive>& drives)
 {
@@ -132,7 +148,9 @@ std::vector<Drive> DrivesOf(const Objects& objects, const std::vector<CSystemDis
     for (const CSystemDisk& disk : disks)
         if (disk.m_Number)
             diskOf[*disk.m_Number] = &disk;
+    const PageSources pages(disks);
     std::vector<Drive> drives;
+    drives.reserve(disks.size());
     for (const PI::CObject& object : objects)
     {
         if (object.m_Type != PI::OBJECT_PHYSICAL_DRIVE)
@@ -148,7 +166,7 @@ std::vector<Drive> DrivesOf(const Objects& objects, const std::vector<CSystemDis
             continue;
         drive.systemName = disk->second->m_Name;
         drive.bytes = disk->second->m_Bytes;
-        TakePage(*PageSourceOf(*disk->second, disks), drive);
+        TakePage(pages.Of(*disk->second), drive);
         diskOf.erase(disk);
     }
     for (const CSystemDisk& disk : disks)

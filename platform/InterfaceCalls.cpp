@@ -106,8 +106,8 @@ BOOL SetupDiEnumDeviceInterfaces(HDEVINFO list, SP_DEVINFO_DATA* device, const G
             return FailCall<BOOL>(ERROR_INVALID_USER_BUFFER, 0);
         if (!IsDiskClass(*interfaceClass))
             return FailCall<BOOL>(ERROR_NO_MORE_ITEMS, 0);
-        DWORD seen = 0;
-        for (std::size_t position = 0; position < found->interfaces.size(); ++position)
+        DWORD seen = device == nullptr ? index : 0; // without a device to look for, all count
+        for (std::size_t position = seen; position < found->interfaces.size(); ++position)
         {
             if (device != nullptr && device->DevInst != found->interfaces[position].node)
                 continue;

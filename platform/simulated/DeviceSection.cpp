@@ -1,7 +1,9 @@
 #include "platform/DeviceNames.h"
 #include "platform/simulated/Sections.h"
 
+#include <algorithm>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -75,8 +77,15 @@ class DeviceReader
         // Ids that differ in '\' and '#' only have paths alike; the next position tells them apart.
         std::size_t position = node.diskInterfaces.size();
         std::string path = DiskInterfacePath(node.id, position);
-        while (!m_Machine.interfaces.emplace(path, disk).second)
-            path = DiskInterfacePath(node.id, ++position);
+        if (!m_Machine.interfaces.emplace(path, disk).second)
+        {
+            std::size_t& last = m_LastPositions[DiskInterfacePath(node.id, 0)];
+            position = std::max(position, last);
+            do
+                path = DiskInterfacePath(node.id, ++position);
+            while (!m_Machine.interfaces.emplace(path, disk).second);
+            last = position;
+        }
         node.diskInterfaces.push_back(std::move(path));
         m_Machine.disks.emplace(disk, nullptr);
     }
@@ -84,15 +93,17 @@ class DeviceReader
     MachineRecord& m_Machine;
     DeviceTree m_Tree;
     std::unordered_set<std::string> m_Ids;
+    /// The last position in use of paths that several ids have.
+    std::unordered_map<std::string, std::size_t> m_LastPositions;
 };
 
 } // namespace
 
-void ReadDevices(const JsonValue* devices, MachineRecord& machine)
+void ReadDevices(const JsonValue& top, MachineRecord& machine)
 {
     DeviceReader reader(machine);
-    if (devices != nullptr)
-        reader.ReadChildren(*devices, 0, 1);
+    if (top.Has("devices"))
+        reader.ReadChildren(top.Member("devices"), 0, 1);
     machine.tree = std::make_shared<const DeviceTree>(reader.Take());
 }
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 #include <string>
-#include <unordered_map>
 #include <utility>
 
 namespace Platform
@@ -97,23 +96,17 @@ DiskRecord ReadDisk(const JsonValue& value, PageFiles& files)
 
 } // namespace
 
-void ReadDisks(const JsonValue& disks, PageFiles& files, MachineRecord& machine)
+void DisksReader::Read(const JsonValue& disk, std::size_t position)
 {
-    std::unordered_map<DWORD, std::size_t> positions;
-    disks.EachItem(
-        [&](std::size_t position, const JsonValue& value)
-        {
-            value.DemandObject(
-                {"number", "bytes", "identify", "smart", "partitions", "faults", "delay_ms"});
-            const JsonValue numberValue = value.Member("number");
-            const auto number = static_cast<DWORD>(numberValue.Number(0, HighestDiskNumber));
-            const auto [known, isNew] = positions.emplace(number, position);
-            if (!isNew)
-                numberValue.Fail("disk " + std::to_string(number) + " stands in disks[" +
-                                     std::to_string(known->second) + "] already",
-                                 "give each disk a number of its own");
-            machine.disks[number] = std::make_shared<const DiskRecord>(ReadDisk(value, files));
-        });
+    disk.DemandObject({"number", "bytes", "identify", "smart", "partitions", "faults", "delay_ms"});
+    const JsonValue numberValue = disk.Member("number");
+    const auto number = static_cast<DWORD>(numberValue.Number(0, HighestDiskNumber));
+    const auto [known, isNew] = m_Positions.emplace(number, position);
+    if (!isNew)
+        numberValue.Fail("disk " + std::to_string(number) + " stands in disks[" +
+                             std::to_string(known->second) + "] already",
+                         "give each disk a number of its own");
+    m_Machine.disks[number] = std::make_shared<const DiskRecord>(ReadDisk(disk, m_Files));
 }
 
 } // namespace Platform

@@ -15,6 +15,8 @@ namespace
 
 using Json = nlohmann::json;
 
+constexpr std::size_t MostValues = 4'000'000;
+
 /// Deeper than any device tree that is taken: each of its levels has an array and an object.
 constexpr std::size_t DeepestNesting = 160;
 
@@ -28,12 +30,22 @@ std::string LineAndColumn(const std::string& text, std::size_t position)
     return "line " + std::to_string(line + 1) + ", column " + std::to_string(column + 1);
 }
 
+/// From the leaves up, so that nothing with content is left to a destructor.
+void TakeApart(Json& value)
+{
+    if (!value.is_structured())
+        return;
+    for (Json& child : value)
+        TakeApart(child);
+    value.clear();
+}
+
 /// Takes the reader's events and builds the values. A handler of our own, since the library's keeps
 /// the last of two members with one name and nests as deep as it is told.
 class Builder : public nlohmann::json_sax<Json>
 {
   public:
-    explicit Builder(const std::string& text) : m_Text(text) {}
+    Builder(const std::string& text, const ItemReader& reader) : m_Text(text), m_Reader(reader) {}
 
     JsonDocument Take() { return std::move(m_Document); }
 
@@ -81,8 +93,25 @@ class Builder : public nlohmann::json_sax<Json>
     template <class Value> bool Put(Value&& value)
     {
         if (!IsInComment())
+        {
             Add(Json(std::forward<Value>(value)));
+            Complete();
+        }
         return true;
+    }
+
+    /// A value is whole. One that a reader takes is not kept.
+    void Complete()
+    {
+        constexpr std::size_t inTopList = 2; // open: the top level and one of its lists
+        if (m_Open.size() != inTopList || !m_Open.back()->is_array() ||
+            m_Names.front() != m_Reader.list)
+            return;
+        Json& items = *m_Open.back();
+        m_Reader.read(m_Document.root, items.size() - 1);
+        TakeApart(items.back());
+        items.back() = nullptr;
+        m_Values = m_ValuesBefore;
     }
 
     /// Whether the value that comes belongs to a comment.
@@ -94,6 +123,10 @@ class Builder : public nlohmann::json_sax<Json>
 
     Json* Add(Json value)
     {
+        if (++m_Values > MostValues)
+            throw Complaint(Place(),
+                            "more than " + std::to_string(MostValues) + " values besides the disks",
+                            "make the file smaller");
         if (m_Open.empty())
         {
             m_Document.root = std::move(value);
@@ -116,6 +149,8 @@ class Builder : public nlohmann::json_sax<Json>
             ++m_CommentDepth;
             return true;
         }
+        if (m_Open.size() == 2)
+            m_ValuesBefore = m_Values;
         Json* added = Add(Json(kind));
         if (m_Open.size() == DeepestNesting)
             throw Complaint(Place(),
@@ -135,6 +170,7 @@ class Builder : public nlohmann::json_sax<Json>
         }
         m_Open.pop_back();
         m_Names.pop_back();
+        Complete();
         return true;
     }
 
@@ -156,22 +192,15 @@ class Builder : public nlohmann::json_sax<Json>
     }
 
     const std::string& m_Text;
+    const ItemReader& m_Reader;
     JsonDocument m_Document;
+    std::size_t m_Values = 0;       ///< in the document
+    std::size_t m_ValuesBefore = 0; ///< the value under way inside a member of the top level
     std::vector<Json*> m_Open;
     std::vector<std::string> m_Names; ///< of the member under way in each open object
     Json* m_Member = nullptr;         ///< its place; null for a comment's
     std::size_t m_CommentDepth = 0;   ///< open objects and arrays inside a comment
 };
-
-/// From the leaves up, so that nothing with content is left to a destructor.
-void TakeApart(Json& value)
-{
-    if (!value.is_structured())
-        return;
-    for (Json& child : value)
-        TakeApart(child);
-    value.clear();
-}
 
 } // namespace
 
@@ -210,9 +239,9 @@ JsonDocument::~JsonDocument()
     TakeApart(root);
 }
 
-JsonDocument ParseJson(const std::string& text)
+JsonDocument ParseJson(const std::string& text, const ItemReader& reader)
 {
-    Builder builder(text);
+    Builder builder(text, reader);
     Json::sax_parse(text, &builder);
     return builder.Take();
 }

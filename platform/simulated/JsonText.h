@@ -3,6 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -42,8 +44,17 @@ class JsonDocument
     nlohmann::json root;
 };
 
-/// Reads JSON of bounded nesting. The values of comments are left out. Throws a Complaint for what
-/// is none, and for a name that an object holds twice.
-JsonDocument ParseJson(const std::string& text);
+/// Reads the items of one list of the top level while the text is parsed, so that no more than one
+/// of them is in memory.
+struct ItemReader
+{
+    std::string_view list;
+    /// For each item in turn, which is null in the document afterwards.
+    std::function<void(const nlohmann::json& root, std::size_t position)> read;
+};
+
+/// Reads JSON of bounded nesting and size. The values of comments are left out. Throws a Complaint
+/// for what is none, and for a name that an object holds twice.
+JsonDocument ParseJson(const std::string& text, const ItemReader& reader);
 
 } // namespace Platform

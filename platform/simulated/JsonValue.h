@@ -54,8 +54,14 @@ class JsonValue
     {
         DemandKind(m_Value.is_array(), "a list");
         for (std::size_t position = 0; position < m_Value.size(); ++position)
-            visit(position, JsonValue(m_Value[position], *this, nullptr, position));
+            visit(position, Item(position));
     }
+    /// Of a list that has it. As for members, the list has to outlive it.
+    JsonValue Item(std::size_t position) const&
+    {
+        return JsonValue(m_Value[position], *this, nullptr, position);
+    }
+    JsonValue Item(std::size_t position) const&& = delete;
     std::size_t Count() const { return m_Value.size(); }
 
     std::uint64_t Number(std::uint64_t lowest, std::uint64_t highest) const;

@@ -6,6 +6,7 @@
 
 #include <exception>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace Platform
@@ -17,33 +18,55 @@ namespace
 constexpr std::size_t LongestFile = 64 * 1024 * 1024;
 constexpr std::size_t LongestVersion = 255;
 
-std::shared_ptr<MachineRecord> ReadDocument(const JsonDocument& document, PageFiles& pages)
+void ReadModules(const JsonValue& modules, MachineRecord& machine)
 {
-    const JsonValue top(document.root);
+    modules.EachMember(
+        [&](const std::string& service, const JsonValue& text)
+        {
+            if (service.empty() || service.size() > LongestService)
+                text.Fail("a service name has 1 to 199 bytes", "correct it");
+            if (!machine.modules.emplace(FoldCase(service), text.Text(LongestVersion)).second)
+                text.Fail("this service stands twice, letter case does not count",
+                          "remove one of them");
+        });
+}
+
+/// All but the disks' items, which are read by then.
+void ReadTop(const JsonValue& top, MachineRecord& machine)
+{
     top.DemandObject({"version", "modules", "devices", "disks"});
     if (const JsonValue version = top.Member("version"); !version.Is(1))
         version.Fail("found " + version.Shown(), "this program reads version 1");
-
-    auto machine = std::make_shared<MachineRecord>();
     if (top.Has("modules"))
-        top.Member("modules").EachMember(
-            [&](const std::string& service, const JsonValue& text)
-            {
-                if (service.empty() || service.size() > LongestService)
-                    text.Fail("a service name has 1 to 199 bytes", "correct it");
-                if (!machine->modules.emplace(FoldCase(service), text.Text(LongestVersion)).second)
-                    text.Fail("this service stands twice, letter case does not count",
-                              "remove one of them");
-            });
-    if (top.Has("devices"))
-    {
-        const JsonValue devices = top.Member("devices");
-        ReadDevices(&devices, *machine);
-    }
-    else
-        ReadDevices(nullptr, *machine);
+        ReadModules(top.Member("modules"), machine);
+    ReadDevices(top, machine);
     if (top.Has("disks"))
-        ReadDisks(top.Member("disks"), pages, *machine);
+        top.Member("disks").DemandKind(top.Member("disks").IsList(), "a list");
+}
+
+std::shared_ptr<MachineRecord> ReadText(const std::string& text, PageFiles& pages)
+{
+    auto machine = std::make_shared<MachineRecord>();
+    DisksReader disks(pages, *machine);
+    std::optional<Complaint> wrongDisk; // told when all that comes before it is right
+    const auto read = [&](const nlohmann::json& root, std::size_t position)
+    {
+        const JsonValue top(root);
+        const JsonValue list = top.Member("disks");
+        try
+        {
+            if (!wrongDisk)
+                disks.Read(list.Item(position), position);
+        }
+        catch (const Complaint& complaint)
+        {
+            wrongDisk = complaint;
+        }
+    };
+    const JsonDocument document = ParseJson(text, {"disks", read});
+    ReadTop(JsonValue(document.root), *machine);
+    if (wrongDisk)
+        throw *wrongDisk;
     return machine;
 }
 
@@ -83,7 +106,7 @@ std::shared_ptr<MachineRecord> ParseMachine(const std::string& text, const std::
                        [&]
                        {
                            PageFiles pages(folder, files);
-                           return ReadDocument(ParseJson(text), pages);
+                           return ReadText(text, pages);
                        });
 }
 
@@ -104,7 +127,7 @@ std::shared_ptr<MachineRecord> ReadMachine(const std::string& path, std::vector<
             if (text.empty())
                 throw Complaint("file", "is empty", "write a machine into it, or name another");
             PageFiles pages(FolderOf(path), files);
-            return ReadDocument(ParseJson(text), pages);
+            return ReadText(text, pages);
         });
 }
 

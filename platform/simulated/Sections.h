@@ -5,6 +5,9 @@
 #include "platform/simulated/MachineFile.h"
 #include "platform/simulated/Pages.h"
 
+#include <cstddef>
+#include <unordered_map>
+
 namespace Platform
 {
 
@@ -12,9 +15,20 @@ inline constexpr DWORD HighestDiskNumber = 0x7FFFFFFF;
 inline constexpr std::size_t LongestService = 199; ///< a buffer of 200 bytes has room for it
 
 /// "devices": fills the tree and the interfaces, and enters the disks that it names.
-void ReadDevices(const JsonValue* devices, MachineRecord& machine);
+void ReadDevices(const JsonValue& top, MachineRecord& machine);
 
-/// "disks".
-void ReadDisks(const JsonValue& disks, PageFiles& files, MachineRecord& machine);
+/// "disks", item by item.
+class DisksReader
+{
+  public:
+    DisksReader(PageFiles& files, MachineRecord& machine) : m_Files(files), m_Machine(machine) {}
+
+    void Read(const JsonValue& disk, std::size_t position);
+
+  private:
+    PageFiles& m_Files;
+    MachineRecord& m_Machine;
+    std::unordered_map<DWORD, std::size_t> m_Positions; ///< in the list, by number
+};
 
 } // namespace Platform

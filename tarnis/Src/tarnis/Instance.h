@@ -106,7 +106,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
                                std::vector<CAHCIPhysicalDrive>& drives, bool firstScan)
         TARNIS_REQUIRES(m_DataLock);
     CAHCIAdapter MakeAdapter(bool firstScan) TARNIS_REQUIRES(m_DataLock);
-    bool MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan, CAHCIAdapter& adapter,
+    bool MakePhysicalDrive(std::uint32_t diskNumber, CAHCIAdapter& adapter,
                            CAHCIPhysicalDrive& drive) TARNIS_REQUIRES(m_DataLock);
     const PI::CAdapterID* FindAdapterID(const CAHCIAdapter& adapter) const;
     std::uint64_t NextObjectId() TARNIS_REQUIRES(m_DataLock);

@@ -2,9 +2,9 @@
 
 #include "tarnis/Src/tarnisPlugin/Health.h"
 
-#include <algorithm>
 #include <cstring>
 #include <string>
+#include <unordered_set>
 #include <utility>
 
 namespace NAMESPACE_tarnis
@@ -58,9 +58,10 @@ const CAHCIPhysicalDrive& KnownDrives::RecordOf(std::uint32_t diskNumber, const 
 
 void KnownDrives::Keep(const std::vector<std::uint32_t>& diskNumbers)
 {
-    if (m_Drives.size() > diskNumbers.size())
-        std::erase_if(m_Drives, [&](const auto& known)
-                      { return std::ranges::find(diskNumbers, known.first) == diskNumbers.end(); });
+    if (m_Drives.size() <= diskNumbers.size())
+        return;
+    const std::unordered_set<std::uint32_t> kept(diskNumbers.begin(), diskNumbers.end());
+    std::erase_if(m_Drives, [&](const auto& known) { return !kept.contains(known.first); });
 }
 
 KnownDrives::KnownDrive& KnownDrives::DriveOf(std::uint32_t diskNumber, const IdentifyData& words,

@@ -84,10 +84,9 @@ bool HasPartitions(const std::string& osDevice)
     return !partitions.empty();
 }
 
-/// Takes id and change count of the record that the object has in the last picture.
-template <class Record> bool InheritIdentity(const std::vector<Record>& last, Record& record)
+/// Takes id and change count of the record that the object has in the last picture, if any.
+template <class Record> bool InheritIdentity(const Record* old, Record& record)
 {
-    const Record* old = FindSame(last, record);
     if (old == nullptr)
         return false;
     record.SetID(old->GetID());
@@ -107,15 +106,15 @@ CAHCIAdapter IPLUGINAPI_IMPL::MakeAdapter(bool firstScan)
     const PI::CAdapterID* hostID = FindAdapterID(adapter);
     adapter.m_Name = AdapterName(adapter.m_Product, hostID ? hostID->m_GlobalAdapterID : 0);
 
-    if (firstScan || !InheritIdentity(m_Adapters, adapter))
+    if (firstScan || !InheritIdentity(FindSame(m_Adapters, adapter), adapter))
         adapter.SetID(NextObjectId());
     adapter.m_DriverName = m_DriverName;
     adapter.m_DriverVersion = m_DriverVersion;
     return adapter;
 }
 
-bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan,
-                                        CAHCIAdapter& adapter, CAHCIPhysicalDrive& drive)
+bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, CAHCIAdapter& adapter,
+                                        CAHCIPhysicalDrive& drive)
 {
     DriveAnswers answers;
     if (!AskDrive(diskNumber, answers))
@@ -125,19 +124,8 @@ bool IPLUGINAPI_IMPL::MakePhysicalDrive(std::uint32_t diskNumber, bool firstScan
     if (answers.length)
         drive.m_SizeMB = *answers.length >> MegabyteShift;
 
-    if (firstScan)
-        drive.SetID(NextObjectId());
-    else if (!InheritIdentity(m_PhysicalDrives, drive))
-    {
-        Trace(TRACE_FLOW, "The drive is not found yet!");
-        drive.SetID(NextObjectId());
-    }
-
     drive.m_Status = HasPartitions(drive.m_OSDevice) ? PI::VAL_OPERATIONAL : PI::VAL_AVAILABLE;
     ApplyHealthLimits(drive, adapter);
-
-    adapter.GetChildren().push_back(drive.GetID());
-    drive.GetParents().push_back(adapter.GetID());
     return true;
 }
 
@@ -156,10 +144,23 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     m_KnownDrives.Keep(diskNumbers);
     drives.reserve(diskNumbers.size());
     adapter.GetChildren().reserve(diskNumbers.size());
+    const DriveIndex last(m_PhysicalDrives);
     for (const std::uint32_t diskNumber : diskNumbers)
     {
-        if (!MakePhysicalDrive(diskNumber, firstScan, adapter, drives.emplace_back()))
+        CAHCIPhysicalDrive& drive = drives.emplace_back();
+        if (!MakePhysicalDrive(diskNumber, adapter, drive))
+        {
             drives.pop_back();
+            continue;
+        }
+        if (firstScan || !InheritIdentity(last.Find(drive), drive))
+        {
+            if (!firstScan)
+                Trace(TRACE_FLOW, "The drive is not found yet!");
+            drive.SetID(NextObjectId());
+        }
+        adapter.GetChildren().push_back(drive.GetID());
+        drive.GetParents().push_back(adapter.GetID());
     }
 
     PI::CGlobalAdapterID globalID("localhost");

@@ -17,9 +17,10 @@ std::vector<CAHCIPhysicalDrive> RaiseMissing(std::vector<CAHCIPhysicalDrive>& dr
                                              std::vector<PI::CEvent>& raised)
 {
     std::vector<CAHCIPhysicalDrive> missing;
+    const DriveIndex known(others);
     for (CAHCIPhysicalDrive& drive : drives)
     {
-        if (FindSame(others, drive) != nullptr)
+        if (known.Find(drive) != nullptr)
             continue;
         for (const CAHCIAdapter& adapter : adapters)
             if (adapter.m_AdapterNumber == drive.m_AdapterNumber)
@@ -65,9 +66,10 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateSystem(std::vector<CAHCIAdapter>& adapter
     std::vector<PI::CEvent> raised;
     const auto added = RaiseMissing(drives, m_PhysicalDrives, adapters, raised);
     const auto removed = RaiseMissing(m_PhysicalDrives, drives, adapters, raised);
+    const DriveIndex current(drives);
     for (const CAHCIPhysicalDrive& old : m_PhysicalDrives)
     {
-        CAHCIPhysicalDrive* drive = FindSame(drives, old);
+        CAHCIPhysicalDrive* drive = current.Find(old);
         if (drive == nullptr || *drive == old)
             continue;
         if (drive->m_Status == PI::VAL_AVAILABLE_SMART && old.m_Status == PI::VAL_AVAILABLE)
