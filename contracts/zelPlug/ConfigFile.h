@@ -17,7 +17,8 @@ namespace PI
 /// stands behind the first "=", blanks included, without the line's end (LF or CR LF). Of a
 /// repeated key the first line holds. Lines without "=", lines that begin with "#", ";" or "[", and
 /// a byte order mark at the start are no keys and are kept. A file of more than 64 MiB, or one that
-/// is not a regular file, counts as unreadable.
+/// is not a regular file, counts as unreadable, and so does one that a symbolic link leads to which
+/// others may have made: a link is followed unless it lies in a folder that they may write to.
 ///
 /// A bare file name is looked for in the folder TARNIS_CONFIG_DIR; without it in /etc/tarnis if
 /// that exists, else in $XDG_CONFIG_HOME/tarnis ($HOME/.config/tarnis).
@@ -38,9 +39,10 @@ class ZELPLUG_API CConfigFile
                              int index) const;
 
     /// Replaces the value in the first line of the key, or appends a line. All else stays as it is,
-    /// byte for byte, and so do the file's permissions; a symbolic link is followed. The file is
-    /// written beside the old one and put in its place in one step, so that a crash leaves the old
-    /// file or the new one. Creates file and folder where they are missing.
+    /// byte for byte, and so do the file's permissions. The file is written beside the old one and
+    /// put in its place in one step, so that a crash leaves the old file or the new one. Creates
+    /// the file where it is missing, with mode 0640, and the folder, with 0750, both with the group
+    /// of the folder above; on Windows they inherit their rights.
     /// @return 0; 20006 (INVALID_PARAMETER) for a key or value that no line can hold;
     ///         20018 (WRITE_ACCESS_DENIED) when the file could not be read or put in place, which
     ///         leaves the old file as it was

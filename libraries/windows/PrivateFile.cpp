@@ -7,10 +7,21 @@
 namespace PrivateFile
 {
 
-// Only administrators may make links here.
-bool ResolveLinks(boost::filesystem::path&)
+// Only administrators may make links here: all are followed.
+bool ResolveLinks(boost::filesystem::path& path)
 {
-    return true;
+    constexpr int longestChain = 40;
+    for (int links = 0; links < longestChain; ++links)
+    {
+        boost::system::error_code error;
+        if (!boost::filesystem::is_symlink(boost::filesystem::symlink_status(path, error)))
+            return true;
+        const boost::filesystem::path target = boost::filesystem::read_symlink(path, error);
+        if (error)
+            return false;
+        path = target.is_absolute() ? target : path.parent_path() / target;
+    }
+    return false;
 }
 
 boost::system::error_code MakeFolders(const boost::filesystem::path& folder)

@@ -74,7 +74,9 @@ CSystemDisk Told(Platform::DiskAnswer& answer)
 void CSystemDisks::GetDisks(std::vector<CSystemDisk>& disks)
 {
     disks.clear();
-    for (Platform::DiskAnswer& answer : Platform::LastDiskAnswers())
+    std::vector<Platform::DiskAnswer> answers = Platform::LastDiskAnswers();
+    disks.reserve(answers.size());
+    for (Platform::DiskAnswer& answer : answers)
         disks.push_back(Told(answer));
 }
 

@@ -2,6 +2,7 @@
 
 #include "contracts/zelKit/Environment.h"
 #include "contracts/zelKit/Text.h"
+#include "libraries/PrivateFile.h"
 #include "libraries/zelPlug/ConfigFolder.h"
 #include "libraries/zelPlug/FileReplacement.h"
 
@@ -122,7 +123,7 @@ void SetValue(std::string& text, std::string_view key, std::string_view value)
 _ERROR_CODE Write(const path& name, std::string_view key, std::string_view value)
 {
     path target = Internals::LocateConfigFile(name);
-    if (target.empty() || !Internals::FollowLinks(target))
+    if (target.empty() || !PrivateFile::ResolveLinks(target))
         return ERR_WRITE_ACCESS_DENIED;
     Internals::FileContent content;
     std::optional<Internals::FileAttributes> attributes;
@@ -132,11 +133,7 @@ _ERROR_CODE Write(const path& name, std::string_view key, std::string_view value
         attributes = content.attributes;
         break;
     case Internals::ReadResult::Missing:
-    {
-        boost::system::error_code error;
-        boost::filesystem::create_directories(target.parent_path(), error);
-        break; // without a folder, what follows fails
-    }
+        break;
     case Internals::ReadResult::Unreadable:
         return ERR_WRITE_ACCESS_DENIED;
     }
@@ -188,6 +185,9 @@ class UnreadableFiles
             return "this user may not read it" + effect + "give this user the right to";
         case Internals::Unreadable::NoFile:
             return "not a regular file" + effect + "put a text file in its place";
+        case Internals::Unreadable::Link:
+            return "a link in a folder that others may write to is not followed" + effect +
+                   "put the file itself there, or let this user alone write to the folder";
         case Internals::Unreadable::TooLong:
             return "longer than " + std::to_string(largestFile >> 20) + " MiB" + effect +
                    "shorten it";
@@ -211,8 +211,12 @@ UnreadableFiles& TheUnreadableFiles()
 /// Reads a file of settings, and notes when that cannot be done.
 bool Read(const path& file, Internals::FileContent& content)
 {
-    const Internals::ReadResult result =
-        Internals::ReadWhole(file, Internals::Purpose::Read, largestFile, content);
+    path target = file;
+    Internals::ReadResult result = Internals::ReadResult::Unreadable;
+    if (PrivateFile::ResolveLinks(target))
+        result = Internals::ReadWhole(target, Internals::Purpose::Read, largestFile, content);
+    else
+        content.why = Internals::Unreadable::Link;
     if (result == Internals::ReadResult::Unreadable)
         TheUnreadableFiles().Note(file, content);
     else

@@ -32,6 +32,7 @@ enum class Unreadable
     Nothing,
     Forbidden,
     NoFile, ///< a folder, a pipe, a device
+    Link,   ///< one that others may have put there
     TooLong,
     Failure,
 };
@@ -41,10 +42,6 @@ enum class Purpose
     Read,
     Replace, ///< a file that this process may not write counts as unreadable
 };
-
-/// Where a chain of symbolic links ends, whether anything is there or not.
-/// @return false for a chain without end
-bool FollowLinks(boost::filesystem::path& path);
 
 /// A file that was read whole, or why not.
 struct FileContent
@@ -56,12 +53,15 @@ struct FileContent
 };
 
 /// Reads a regular file. Never waits for a pipe or a device.
+/// @param path   PrivateFile::ResolveLinks gave it
 /// @param limit  size in bytes from which on a file counts as unreadable
 ReadResult ReadWhole(const boost::filesystem::path& path, Purpose purpose, std::size_t limit,
                      FileContent& content);
 
 /// Writes the content to disk under another name in the same folder, then renames it. Whatever
-/// happens, the path names the whole old file or the whole new one.
+/// happens, the path names the whole old file or the whole new one. Makes the folder if it is
+/// missing.
+/// @param path        PrivateFile::ResolveLinks gave it
 /// @param attributes  of the old file, none when there is no old one
 bool PutInPlace(const boost::filesystem::path& path, const std::string& content,
                 const std::optional<FileAttributes>& attributes);

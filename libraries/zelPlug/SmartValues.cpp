@@ -88,6 +88,8 @@ bool CSmartValues::Explain(const _IDE_SMART_DATA& page, CSmartExplanation& expla
     explanation = {};
     const PageIndex index(page);
     const Internals::SmartFamily* family = FamilyOf(index);
+    explanation.m_Attributes.reserve(static_cast<std::size_t>(std::ranges::count_if(
+        page.m_Attributes, [](const _IDE_SMART_ATTRIBUTE& entry) { return entry.m_ID != 0; })));
     for (const _IDE_SMART_ATTRIBUTE& entry : page.m_Attributes)
     {
         if (entry.m_ID == 0)

@@ -1,5 +1,7 @@
 #include "libraries/zelPlug/FileReplacement.h"
 
+#include "libraries/PrivateFile.h"
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -17,8 +19,8 @@ namespace
 class FileDescriptor
 {
   public:
-    FileDescriptor(const char* path, int flags, mode_t mode = 0)
-        : m_File(open(path, flags | O_CLOEXEC | O_NOCTTY, mode))
+    FileDescriptor(const boost::filesystem::path& path, int flags)
+        : m_File(PrivateFile::Open(path, flags))
     {
     }
     ~FileDescriptor() { Close(); }
@@ -42,6 +44,8 @@ class FileDescriptor
 Unreadable WhyNot(int error, std::string& reason)
 {
     reason = std::generic_category().message(error);
+    if (error == ELOOP)
+        return Unreadable::Link;
     return error == EACCES || error == EPERM ? Unreadable::Forbidden : Unreadable::Failure;
 }
 
@@ -120,7 +124,7 @@ ReadResult ReadWhole(const boost::filesystem::path& path, Purpose purpose, std::
                      FileContent& content)
 {
     const int access = purpose == Purpose::Read ? O_RDONLY : O_RDWR;
-    FileDescriptor file(path.c_str(), access | O_NONBLOCK);
+    FileDescriptor file(path, access | O_NONBLOCK);
     struct stat status = {};
     if (!file.IsOpen() || fstat(file.Get(), &status) != 0)
     {
@@ -144,22 +148,20 @@ bool PutInPlace(const boost::filesystem::path& path, const std::string& content,
                 const std::optional<FileAttributes>& attributes)
 {
     const boost::filesystem::path temporary = TemporaryBeside(path);
-    if (temporary.empty())
-        return false;
-    FileDescriptor file(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL,
-                        attributes ? attributes->permissions & 0600 : 0666);
-    if (!file.IsOpen())
+    if (temporary.empty() || PrivateFile::MakeFolders(FolderOf(path)) ||
+        PrivateFile::MakeFile(temporary))
         return false;
     Remains remains(temporary);
-    if ((attributes && !TakeOver(file.Get(), *attributes)) || !WriteAll(file.Get(), content) ||
-        fsync(file.Get()) != 0 || !file.Close() ||
+    FileDescriptor file(temporary, O_WRONLY);
+    if (!file.IsOpen() || (attributes && !TakeOver(file.Get(), *attributes)) ||
+        !WriteAll(file.Get(), content) || fsync(file.Get()) != 0 || !file.Close() ||
         std::rename(temporary.c_str(), path.c_str()) != 0)
         return false;
     remains.Disarm();
 
     // The new file is in its place. That it also stays there when the power goes now is all that a
     // failure here takes away.
-    FileDescriptor folderFile(FolderOf(path).c_str(), O_RDONLY | O_DIRECTORY);
+    FileDescriptor folderFile(FolderOf(path), O_RDONLY | O_DIRECTORY);
     if (folderFile.IsOpen())
         fsync(folderFile.Get());
     return true;

@@ -1,5 +1,7 @@
 #include "libraries/zelPlug/FileReplacement.h"
 
+#include "libraries/PrivateFile.h"
+
 #include <boost/filesystem/operations.hpp>
 
 #include <algorithm>
@@ -175,7 +177,7 @@ bool PutInPlace(const boost::filesystem::path& path, const std::string& content,
                 const std::optional<FileAttributes>& attributes)
 {
     const boost::filesystem::path temporary = TemporaryBeside(path);
-    if (temporary.empty())
+    if (temporary.empty() || PrivateFile::MakeFolders(FolderOf(path)))
         return false;
     Rights rights(attributes ? &path : nullptr);
     OpenFile file(temporary, GENERIC_WRITE, CREATE_NEW, AttributesFrom(attributes), rights.Get());

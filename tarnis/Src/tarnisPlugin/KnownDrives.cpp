@@ -47,7 +47,8 @@ const CAHCIPhysicalDrive& KnownDrives::RecordOf(std::uint32_t diskNumber, const 
     KnownDrive& known = DriveOf(diskNumber, words, adapter);
     if (!IsSame(known.page, page))
     {
-        CAHCIPhysicalDrive record = known.identified;
+        CAHCIPhysicalDrive record = known.record;
+        ForgetReadings(record);
         if (page)
             EvaluateSmartPage(*page, known.smartValues, record);
         known.record = std::move(record);
@@ -73,7 +74,7 @@ KnownDrives::KnownDrive& KnownDrives::DriveOf(std::uint32_t diskNumber, const Id
     const CAHCIPhysicalDrive record = MakeRecord(words, diskNumber, adapter);
     const PI::CSmartValues smartValues(record.m_Vendor, record.m_Product);
     return m_Drives
-        .insert_or_assign(diskNumber, KnownDrive{words, record, smartValues, std::nullopt, record})
+        .insert_or_assign(diskNumber, KnownDrive{words, smartValues, std::nullopt, record})
         .first->second;
 }
 

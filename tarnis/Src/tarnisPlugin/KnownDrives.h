@@ -36,8 +36,7 @@ class KnownDrives
     struct KnownDrive
     {
         IdentifyData words;
-        CAHCIPhysicalDrive identified; ///< by its words alone
-        PI::CSmartValues smartValues;  ///< of its model, without a reading
+        PI::CSmartValues smartValues; ///< of its model, without a reading
         SmartPage page;
         CAHCIPhysicalDrive record;
     };
