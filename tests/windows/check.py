@@ -16,11 +16,12 @@ import sys
 import tempfile
 
 SHIPPED = {"tarnis.dll", "zelPlug.dll", "zelKit.dll", "zelKitEx.dll", "zelStore.dll",
-           "libstdc++-6.dll", "libgcc_s_seh-1.dll", "libwinpthread-1.dll"}
+           "libstdc++-6.dll", "libgcc_s_seh-1.dll", "libwinpthread-1.dll", "libssp-0.dll"}
 WINDOWS = {"KERNEL32.dll", "msvcrt.dll", "ADVAPI32.dll", "SETUPAPI.dll", "CFGMGR32.dll",
            "VERSION.dll", "SHELL32.dll"}
 VERSION = {"FileDescription": "Plugin for AHCI", "FileVersion": "7.8.1", "InternalName": "tarnis",
            "ProductVersion": "7.8.1"}
+PROTECTIONS = 0x0160  # addresses of 64 bits that differ from start to start, data that cannot run
 EXPORTS, IMPORTS, RESOURCES = 0, 1, 2  # directories of an image
 VERSION_RESOURCE = 16
 VERBS = (["show"], ["show", "--json"], ["explain", "--all", "--json"], ["get", "disk0", "NAME"],
@@ -45,6 +46,7 @@ class Image:
         header = self.words(0x3C)[0]
         expect(f"{path}: an image for x86-64", self.data[header:][:6], b"PE\0\0\x64\x86")
         count, size = (struct.unpack_from("<H", self.data, header + at)[0] for at in (6, 20))
+        self.protections = struct.unpack_from("<H", self.data, header + 24 + 70)[0]
         self.directories = self.words(header + 24 + 112, 6)[::2]
         # Of each section: address, size in the file, place in the file.
         self.sections = [self.words(header + 24 + size + 40 * i + 12, 3) for i in range(count)]
@@ -94,8 +96,12 @@ def version_text(resource, name):
 def check_files(folder):
     expect("what is shipped", SHIPPED - set(os.listdir(folder)), set())
     for name in [*SHIPPED, "tarnisctl.exe"]:
-        foreign = set(Image(f"{folder}/{name}").imports()) - SHIPPED - WINDOWS
-        expect(f"{name}: libraries that nobody gives", foreign, set())
+        image = Image(f"{folder}/{name}")
+        imports = set(image.imports())
+        expect(f"{name}: libraries that nobody gives", imports - SHIPPED - WINDOWS, set())
+        if name.startswith(("tarnis", "zel")):
+            expect(f"{name}: protections", image.protections & PROTECTIONS, PROTECTIONS)
+            expect(f"{name}: checks its stack", "libssp-0.dll" in imports, True)
     plugin = Image(f"{folder}/tarnis.dll")
     expect("exports", plugin.exports(), (2, ["createIf", "releaseIf"]))
     version = plugin.resource(VERSION_RESOURCE)
