@@ -3,14 +3,12 @@
 #pragma once
 
 #include "contracts/zelStore.h"
+#include "tests/support/OtherProgram.h"
 
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
-
-struct sqlite3;
 
 namespace Support
 {
@@ -39,20 +37,5 @@ struct RecordingDatabase : DatabaseWrapper::DatabaseDAO
 /// Refuses the statements that hold one of some texts, with "no".
 /// @param texts  "|" between them; an empty one stands in every statement
 std::function<void(const std::string&)> Refusing(const std::string& texts);
-
-/// A connection of another program.
-class OtherProgram
-{
-  public:
-    explicit OtherProgram(const std::string& file);
-    /// @return a text a row, "|" between its cells
-    std::vector<std::string> Run(const std::string& sql);
-
-  private:
-    std::shared_ptr<sqlite3> m_Connection;
-};
-
-/// All rows of the four tables without their ids, sorted.
-std::vector<std::string> AllRows(const std::string& file);
 
 } // namespace Support

@@ -38,12 +38,12 @@ class SteppedPlugin
     {
         std::unique_lock guard(m_Lock);
         m_Answered = m_Rings; // the first pass may have come by itself
-        for (int tries = 0; tries < 30000; ++tries)
+        for (int tries = 0; tries < 120000; ++tries)
         {
             // The worker may still be on its way to its wait: then this time lies before it. The
             // lock keeps it from ringing between the look and the skip: that would be two passes.
             ZKT::Internals::SkipTime(std::chrono::seconds(300));
-            if (Rings(guard, std::chrono::milliseconds(2)))
+            if (Rings(guard, std::chrono::microseconds(500)))
                 return true;
         }
         return false;
@@ -76,7 +76,7 @@ class SteppedPlugin
     LoadedPlugin plugin;
 
   private:
-    bool Rings(std::unique_lock<std::mutex>& guard, std::chrono::milliseconds patience)
+    bool Rings(std::unique_lock<std::mutex>& guard, std::chrono::microseconds patience)
     {
         m_Released = m_Answered;
         m_Changed.notify_all();

@@ -1,10 +1,10 @@
 // The worker's passes on real threads: what the host is told, when, and that nothing else happens.
 // Time is skipped, not waited for.
+#include "tests/support/DriveModel.h"
 #include "tests/support/MachineBuilder.h"
 #include "tests/support/SteppedPlugin.h"
 
 #include <atomic>
-#include <random>
 #include <thread>
 
 using namespace Support;
@@ -16,54 +16,6 @@ namespace
 constexpr int RandomSteps = 1000 / Slowness;
 
 using Texts = std::vector<std::string>;
-
-struct Drive
-{
-    std::string serial;
-    unsigned wear = 0; ///< percent
-    unsigned temperature = 30;
-    bool partitioned = false;
-    bool isMute = false; ///< gives no SMART page
-
-    /// As in the status of a drive: 2 is trouble.
-    int Status() const { return wear >= 96 && !isMute ? 2 : partitioned ? 1 : 0; }
-    /// Of partitions a host sees the status alone.
-    bool LooksLike(const Drive& other) const
-    {
-        return serial == other.serial && Status() == other.Status() && isMute == other.isMute &&
-               (isMute || (wear == other.wear && temperature == other.temperature));
-    }
-};
-using Drives = std::map<unsigned, Drive>;
-
-nlohmann::json MachineHolding(const Drives& drives)
-{
-    std::vector<nlohmann::json> disks;
-    for (const auto& [number, drive] : drives)
-    {
-        nlohmann::json& disk = disks.emplace_back(Disk(number));
-        disk["identify"] = Identity("CRUCIAL CT480MX500SSD1", drive.serial);
-        disk["smart"] = SmartPage({{194, 0, drive.temperature}, {202, 0, drive.wear}});
-        if (!drive.partitioned)
-            disk.erase("partitions");
-        if (drive.isMute)
-            disk["faults"] = {"smart_data"};
-    }
-    return MachineWith(disks);
-}
-
-std::string Came(unsigned disk, const std::string& serial)
-{
-    const std::string number = std::to_string(disk);
-    return "10920 CRUCIAL CT480MX500SSD1 (" + number + ") [" + number + "][FW0001][" + serial +
-           "] severity 2";
-}
-
-std::string Failing(unsigned disk)
-{
-    const std::string number = std::to_string(disk);
-    return "10045 CRUCIAL CT480MX500SSD1 (" + number + ") [" + number + "][][] severity 3";
-}
 
 } // namespace
 
@@ -89,10 +41,7 @@ class Watch : public SteppedTest
         Texts texts;
         EXPECT_EQ(Execute(PI::OP_GET_EVENTS, m_Events), PI::ERR_SUCCESS);
         for (const PI::CEvent& event : m_Events)
-            texts.push_back(std::to_string(event.m_EventID) + ' ' + event.GetSource() + " [" +
-                            event.GetPlaceHolder2() + "][" + event.GetPlaceHolder3() + "][" +
-                            event.GetPlaceHolder4() + "] severity " +
-                            std::to_string(event.m_Severity));
+            texts.push_back(EventText(event));
         return texts;
     }
 
@@ -137,87 +86,18 @@ class Watch : public SteppedTest
 // Random changes of 64 disks against a small model of what must come.
 TEST_F(Watch, EveryEventExactlyOnce)
 {
-    std::mt19937 random(20261122);
-    const auto pick = [&](unsigned of) { return static_cast<unsigned>(random() % of); };
-    Drives drives;
-    EXPECT_EQ(Start(MachineHolding(drives)), Texts());
-    std::map<unsigned, std::uint64_t> ids;
-    std::map<std::uint64_t, std::uint64_t> counts;
-    std::uint64_t nextId = FirstDriveId; // none is ever used again
-    int serial = 0;
-
+    RandomDrives machine(20261122);
+    ExpectedInstance expected;
+    EXPECT_EQ(Start(MachineHolding(machine.drives)), Texts());
     for (int step = 0; step < RandomSteps; ++step)
     {
-        const Drives old = drives;
-        for (unsigned change = pick(5); change > 0; --change)
-        {
-            const unsigned number = pick(64);
-            const unsigned kind = pick(7);
-            if (drives.count(number) == 0)
-            {
-                if (kind < 2)
-                    drives[number] = {"S" + std::to_string(++serial), pick(120)};
-                continue;
-            }
-            Drive& drive = drives[number];
-            if (kind < 2)
-                drives.erase(number);
-            else if (kind == 2)
-                drive.serial = "S" + std::to_string(++serial); // swapped under its number
-            else if (kind == 3)
-                drive.wear = pick(2) ? 96 : 95;
-            else if (kind == 4)
-                drive.partitioned = !drive.partitioned;
-            else if (kind == 5)
-                drive.isMute = !drive.isMute;
-            else
-                ++drive.temperature %= 100;
-        }
-
-        // A drive that went is told as one that came: a reader tells them apart by the topology.
-        // Of a drive in use trouble is told at report times alone.
-        Texts expected, failing;
-        for (const auto& [number, drive] : drives)
-            if (old.count(number) == 0)
-                expected.push_back(Came(number, drive.serial));
-        const std::size_t came = expected.size();
-        for (const auto& [number, drive] : old)
-        {
-            const auto now = drives.find(number);
-            if (now == drives.end())
-                expected.push_back(Came(number, drive.serial));
-            else if (now->second.Status() == 2 && drive.Status() == 0)
-                failing.push_back(Failing(number));
-        }
-        const std::size_t cameOrWent = expected.size();
-        expected.insert(expected.end(), failing.begin(), failing.end());
-
-        UseMachine(MachineHolding(drives));
+        machine.Change();
+        UseMachine(MachineHolding(machine.drives));
         AdvanceClock(Day); // SMART pages are read anew
-        ASSERT_EQ(Pass(), expected) << "step " << step;
-
-        std::map<unsigned, std::uint64_t> newIds;
-        for (const PI::CObject& object : m_Plugin->plugin.Topology())
-        {
-            if (object.m_Type != PI::OBJECT_PHYSICAL_DRIVE)
-                continue;
-            const std::string told = ValueText(object, PI::PROP_DEVICE_NUMBER).substr(7);
-            const auto number = static_cast<unsigned>(std::stoul(told));
-            newIds[number] = object.m_ID;
-            const auto before = old.find(number);
-            ASSERT_EQ(object.m_ID, before == old.end() ? nextId++ : ids[number]);
-            if (before != old.end())
-                counts[object.m_ID] += !before->second.LooksLike(drives[number]);
-            ASSERT_EQ(object.m_ChangeCount, counts[object.m_ID]) << "step " << step;
-        }
-        ASSERT_EQ(newIds.size(), drives.size());
-        for (std::size_t i = 0; i < m_Events.size(); ++i)
-        {
-            const auto number = static_cast<unsigned>(std::stoul(m_Events[i].GetPlaceHolder2()));
-            const bool gone = i >= came && i < cameOrWent;
-            ASSERT_EQ(m_Events[i].m_ObjectID, gone ? ids[number] : newIds[number]);
-        }
-        ids = newIds;
+        expected.Pass(machine.drives, false);
+        Pass();
+        ASSERT_EQ(ExpectedInstance::Texts(m_Events), expected.TakeEvents()) << "step " << step;
+        ASSERT_EQ(ExpectedInstance::TextOf(m_Plugin->plugin.Topology()), expected.Text());
     }
 }
 
@@ -247,8 +127,7 @@ TEST_F(Watch, StandingConditionsAtReportTimes)
     SetZone("CET-1CEST,M3.5.0,M10.5.0/3");
     m_Folder.Write("CustomOpts.ini", "WearLevelThreshold=97\nReservedCellsThreshold=0\n"
                                      "SnmpTrapReportTime1=11:00\nSnmpTrapReportTime2=2:30\n");
-    const Texts report = {Failing(1), Failing(7),
-                          "11090 CRUCIAL CT480MX500SSD1 (7) [7][][] severity 3"};
+    const Texts report = {Failing(1), Failing(7), Worn(7)};
     const auto set = [](const char* utc)
     {
         int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
