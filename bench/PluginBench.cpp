@@ -1,8 +1,9 @@
-// What a topology and a scan cost for many drives, each beside its floor, and what the evaluation
-// of a page costs.
+// What a topology, a scan and a pass cost for many drives, two of them beside their floors, and
+// what the evaluation of a page costs.
 #include "contracts/PluginInterface.h"
 #include "contracts/zelKitEx.h"
 #include "contracts/zelPlug.h"
+#include "libraries/zelKit/Clock.h"
 #include "platform/Handles.h"
 #include "platform/WindowsApi.h"
 #include "platform/simulated/SimulatedMachine.h"
@@ -13,12 +14,16 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <iostream>
 #include <map>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace
@@ -106,6 +111,54 @@ void Scan(benchmark::State& state)
         plugin = Start();
         releaseIf(&plugin);
     }
+}
+
+/// The processor time of the worker at its last ring, in nanoseconds, and how often it rang.
+std::atomic<std::int64_t> workerTime;
+std::atomic<int> rings;
+
+void Ring(void*, IPLUGINAPI*)
+{
+    timespec time = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    workerTime = time.tv_sec * std::int64_t{1000000000} + time.tv_nsec;
+    ++rings;
+}
+
+void AwaitPass()
+{
+    for (const int before = rings; rings == before;)
+    {
+        ZKT::Internals::SkipTime(std::chrono::seconds(30));
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+/// A pass of the worker in which nothing changed, with its rows.
+void Pass(benchmark::State& state)
+{
+    UseMachine(state.range(0));
+    IPLUGINAPI* plugin = nullptr;
+    std::vector<PI::CAdapterID> ids;
+    if (createIf(&plugin) != 0)
+        Fail("the plug-in does not start");
+    plugin->m_HostCallback = &Ring;
+    if (plugin->Command(PI::COMMAND_INITIALIZE, 0, &ids) != 0 ||
+        plugin->Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &ids) != 0)
+        Fail("the plug-in does not start");
+    AwaitPass();
+    AwaitPass(); // the second makes up for what the first one lacked
+    for (auto _ : state)
+    {
+        const std::int64_t before = workerTime;
+        const int ringsBefore = rings;
+        AwaitPass();
+        // More than one may have been run.
+        state.SetIterationTime(static_cast<double>(workerTime - before) / 1e9 /
+                               (rings - ringsBefore));
+    }
+    plugin->Command(PI::COMMAND_DEINITIALIZE, 0, nullptr);
+    releaseIf(&plugin);
 }
 
 void Walk(std::vector<DWORD>& numbers)
@@ -251,7 +304,9 @@ class Keeper : public benchmark::ConsoleReporter
     void ReportRuns(const std::vector<Run>& runs) override
     {
         for (const Run& run : runs)
-            times[run.benchmark_name()] = run.GetAdjustedCPUTime();
+            times[run.run_name.function_name + "/" + run.run_name.args] =
+                run.run_name.time_type.empty() ? run.GetAdjustedCPUTime()
+                                               : run.GetAdjustedRealTime();
         ConsoleReporter::ReportRuns(runs);
     }
 
@@ -260,8 +315,10 @@ class Keeper : public benchmark::ConsoleReporter
 
 } // namespace
 
-BENCHMARK(Topology)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Topology)->RangeMultiplier(10)->Range(10, 10000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(TopologyFloor)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Pass)->RangeMultiplier(10)->Range(10, 10000)->UseManualTime()->Unit(
+    benchmark::kMicrosecond);
 BENCHMARK(Scan)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(ScanFloor)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Evaluation)->Unit(benchmark::kMicrosecond);
@@ -285,13 +342,22 @@ int main(int argc, char** argv)
                      "%.2f times a copy of the tree\n",
                      t["Topology/1000"] / 1000, t["Topology/1000"] / t["Topology/100"],
                      t["Topology/1000"] / t["TopologyFloor/1000"]);
+    for (const char* name : {"Topology", "Pass"})
+        if (const std::string text = name; t.count(text + "/100") + t.count(text + "/10000") == 2)
+        {
+            std::fprintf(stderr, "%s, us a drive:", name);
+            for (const char* count : {"/10", "/100", "/1000", "/10000"})
+                std::fprintf(stderr, " %.2f", t[text + count] / std::atof(count + 1));
+            std::fprintf(stderr, "; 10000 drives to 100 of them: %.2f of proportion\n",
+                         t[text + "/10000"] / t[text + "/100"] / 100);
+        }
     if (t.count("Scan/1000") + t.count("ScanFloor/1000") == 2)
         std::fprintf(stderr,
                      "scan of 1000 drives: %.2f us a drive over the %.2f us of the answers alone\n",
                      (t["Scan/1000"] - t["ScanFloor/1000"]) / 1000, t["ScanFloor/1000"] / 1000);
-    if (t.count("Evaluation") + t.count("Model") == 2)
+    if (t.count("Evaluation/") + t.count("Model/") == 2)
         std::fprintf(stderr,
                      "a new page of an unknown model: %.2f us, and once %.2f us for its families\n",
-                     t["Evaluation"], t["Model"]);
+                     t["Evaluation/"], t["Model/"]);
     return 0;
 }

@@ -11,6 +11,7 @@ from disks import output_of
 MODULES = "virtio_pci 9pnet_virtio 9p ahci sd_mod virtio_scsi ext4 crc32c_generic vfat nls_ascii nls_cp437"
 OURS = ["tarnisctl", "tarnis.so", "libzelPlug.so", "libzelKit.so", "libzelKitEx.so", "libzelStore.so"]
 TOOLS = ["busybox", "smartctl", "lsblk", "setpriv"]
+BENCHES, RIVALS = ["scan_bench", "rival_bench"], ["smartd", "skdump"]
 PORTS = 6  # of an AHCI controller
 
 
@@ -40,10 +41,10 @@ def make_initramfs(kernel, binaries, bench, target):
     for folder in "bin dev etc/tarnis mnt modules proc share sys tarnis tmp usr/applets".split():
         os.makedirs(f"{root}/{folder}")
     shutil.copy(os.path.join(os.path.dirname(__file__), "init.sh"), f"{root}/init")
-    ours = [os.path.abspath(f"{binaries}/{name}") for name in OURS + ["scan_bench"] * bench]
+    ours = [os.path.abspath(f"{binaries}/{name}") for name in OURS + BENCHES * bench]
     for program in ours:
         output_of("strip", "-g", "-o", f"{root}/tarnis/{os.path.basename(program)}", program)
-    tools = [shutil.which(name) for name in TOOLS]
+    tools = [shutil.which(name) for name in TOOLS + RIVALS * bench]
     for tool in tools:
         shutil.copy(tool, f"{root}/bin")
     for library in set(re.findall(r"(/\S+) \(0x", output_of("ldd", *ours, *tools[1:]))) - set(ours):

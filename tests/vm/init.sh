@@ -50,7 +50,20 @@ see() {
 }
 
 await 30 blocks_are "$blocks" # disks and partitions; a word of the kernel's command line
-[ "$task" = bench ] && { keep bench scan_bench; : >/share/done; stop; }
+if [ "$task" = bench ]; then
+    keep bench scan_bench
+    # What a program writes shall be counted: to a disk that nobody watches.
+    for disk in /sys/block/sd*; do
+        case $(readlink "$disk") in */ata*) ;; *) other=${disk##*/} ;; esac
+    done
+    mkdir -p /var/lib
+    mount -t ext4 "/dev/${other}1" /var/lib
+    mkdir -p /var/lib/smartmontools /var/lib/tarnis
+    export TARNIS_DATABASE=/var/lib/tarnis/tarnis.db
+    keep rivals rival_bench $(ahci_disks | sed 's#^#/dev/#')
+    : >/share/done
+    stop
+fi
 
 # File systems in use: one mounted twice and in part, one in the file system of a whole disk.
 gpt=$(disk_of PHDV7241014X240AGN-1)
