@@ -4,9 +4,11 @@
 #include <boost/algorithm/string/replace.hpp>
 
 #include <chrono>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <numeric>
+#include <regex>
 #include <sqlite3.h>
 #include <thread>
 #include <tuple>
@@ -186,6 +188,29 @@ TEST(Tables, KeepTheirKeys)
     store("PRAGMA foreign_keys = OFF");
     store("PRAGMA foreign_keys = ON; UPDATE raid_pd SET pd_uniqueId=\"v\" WHERE ID = 1;");
     EXPECT_EQ(store("SELECT drive_unique_id, host FROM partitions"), (Cells{"v", "NULL"}));
+}
+
+// Programs go by the page: its columns, in this order.
+TEST(Tables, HaveTheViewsThatThePageShows)
+{
+    const Store store(":memory:");
+    std::ifstream page(DATABASE_PAGE);
+    const std::regex row(R"(\| `(drives|partitions|adapters|plugins)` \|[^|]*\|(.*)\|)");
+    const std::regex name("`([^`]+)`");
+    int views = 0;
+    std::smatch found;
+    for (std::string line; std::getline(page, line);)
+        if (std::regex_match(line, found, row))
+        {
+            ++views;
+            const std::string columns = found[2];
+            Cells shown;
+            for (std::sregex_iterator at(columns.begin(), columns.end(), name), end; at != end;
+                 ++at)
+                shown.push_back((*at)[1]);
+            EXPECT_EQ(store("SELECT name FROM pragma_table_info('" + found[1].str() + "')"), shown);
+        }
+    EXPECT_EQ(views, 4);
 }
 
 TEST_F(File, OfAnotherKindIsRefusedAndUntouchedUntilItIsMovedAway)

@@ -22,6 +22,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -178,6 +179,8 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     std::string m_DriverName; ///< written by Initialize before any query runs
     std::string m_DriverVersion;
     RowsInStep m_RowsInStep TARNIS_GUARDED_BY(m_DataLock);
+    std::set<std::int32_t>
+        m_DrivesGone TARNIS_GUARDED_BY(m_DataLock); ///< numbers, until they are back
     KnownDrives m_KnownDrives TARNIS_GUARDED_BY(m_DataLock);
 };
 

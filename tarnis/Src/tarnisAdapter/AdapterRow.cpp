@@ -72,8 +72,13 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIAdapter& adap
         adapter.m_Name, adapter.m_GlobalAdapterNumber);
     if (result != PI::ERR_SUCCESS)
         return result;
+    if (!found && m_RowsInStep.catchUp)
+        return InsertObjectToDatabase(adapter);
     if (!found)
-        return m_RowsInStep.catchUp ? InsertObjectToDatabase(adapter) : result;
+    {
+        m_RowsInStep.behind = true;
+        return result;
+    }
     Trace(TRACE_DATABASE, "Adapter (%s) (%d) entry updated in db.", adapter.m_Name,
           adapter.m_GlobalAdapterNumber);
     return result;

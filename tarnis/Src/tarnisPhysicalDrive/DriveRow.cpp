@@ -3,6 +3,7 @@
 #include "tarnis/Src/tarnis/RowOperation.h"
 #include "tarnis/Src/tarnisPhysicalDrive/EndOfLife.h"
 #include "tarnis/Src/tarnisPhysicalDrive/PartitionRows.h"
+#include "tarnis/Src/tarnisPlugin/Discovery.h"
 #include "tarnis/Src/tarnisPlugin/Identity.h"
 #include "vocabulary/Names.h"
 
@@ -57,6 +58,19 @@ void SetHealth(PD& row, const CAHCIPhysicalDrive& drive)
     if (drive.m_RemainingLifeTimeHours != NoReading64)
         row.endOfLifeDate = EndOfLifeDate(drive.m_RemainingLifeTimeHours);
 }
+
+/// A drive that does not answer this process may answer another one, which keeps its row.
+struct DisksOfTree
+{
+    std::vector<std::uint32_t> numbers;
+    bool isComplete = true;
+
+    bool Lacks(std::int32_t number) const
+    {
+        return isComplete && std::find(numbers.begin(), numbers.end(),
+                                       static_cast<std::uint32_t>(number)) == numbers.end();
+    }
+};
 
 /// Lets out what the database throws.
 void WritePartitionRow(DatabaseORM::storage_t& database, const PartitionChange& change)
@@ -159,6 +173,8 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateDriveRow(const CAHCIPhysicalDrive& drive,
         }
         else if (m_RowsInStep.catchUp)
             InsertDriveRow(drive);
+        else
+            m_RowsInStep.behind = true;
         return PI::ERR_SUCCESS;
     }
     catch (const DBEXCEPTION::DatabaseException& failure)
@@ -203,7 +219,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPhysicalDrive
     if (CountPartitionRows(drive) == 0 && system.empty())
         return result;
 
-    // Rows of partitions need their drive's. That one was removed by somebody, and stays removed.
+    // Rows of partitions need their drive's, which comes with the next pass.
     RowsInStep notCounted;
     const bool removeFirst = m_RowsInStep.catchUp;
     std::string name; // of the partition in hand; empty while the rows are read
@@ -245,10 +261,13 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIPhysicalDri
 void IPLUGINAPI_IMPL::RemoveStaleDriveRows(const CAHCIAdapter& adapter)
 {
     std::vector<PD> rows;
+    DisksOfTree present;
     RunRowOperation(
         m_RowsInStep,
         [&]
         {
+            std::string driverName;
+            FindStorageDriver(driverName, present.numbers, &present.isComplete);
             rows = m_Database->select<PD>(
                 And{Equal(&PD::globalAdapterNumber, adapter.m_GlobalAdapterNumber),
                     Equal(&PD::hostName, RowHost)});
@@ -257,6 +276,8 @@ void IPLUGINAPI_IMPL::RemoveStaleDriveRows(const CAHCIAdapter& adapter)
          "Storage query exception thrown during looking for rows of removed PDs in DB. (%s)"});
     for (const PD& row : rows)
     {
+        if (m_DrivesGone.count(row.deviceNumber) == 0 && !present.Lacks(row.deviceNumber))
+            continue;
         CAHCIPhysicalDrive gone;
         gone.m_AdapterNumber = adapter.m_AdapterNumber;
         gone.m_GlobalAdapterNumber = row.globalAdapterNumber;

@@ -129,7 +129,8 @@ void AppendDiskNumbers(DEVINST node, std::vector<std::uint32_t>& driveNumbers)
 
 } // namespace
 
-bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driveNumbers)
+bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driveNumbers,
+                       bool* isComplete)
 {
     DEVINST root = 0;
     std::optional<DEVINST> node;
@@ -145,7 +146,7 @@ bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driv
         if (supported)
         {
             driverName = service;
-            CollectDiskNumbers(*node, driveNumbers);
+            CollectDiskNumbers(*node, driveNumbers, isComplete);
         }
 
         // Pre-order; the walk is over when it has climbed past the root.
@@ -161,14 +162,20 @@ bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driv
     return !driverName.empty();
 }
 
-void CollectDiskNumbers(DEVINST controllerNode, std::vector<std::uint32_t>& driveNumbers)
+void CollectDiskNumbers(DEVINST controllerNode, std::vector<std::uint32_t>& driveNumbers,
+                        bool* isComplete)
 {
     std::optional<DEVINST> node = Go(Platform::CM_Get_Child, controllerNode);
     int depth = 1;
     while (node)
     {
         if (SameName(ServiceOf(*node), DiskService))
+        {
+            const std::size_t known = driveNumbers.size();
             AppendDiskNumbers(*node, driveNumbers);
+            if (isComplete != nullptr && driveNumbers.size() == known)
+                *isComplete = false;
+        }
 
         std::optional<DEVINST> next = Go(Platform::CM_Get_Child, *node);
         if (next)

@@ -19,10 +19,13 @@ namespace NAMESPACE_tarnis
 /// @param driverName    overwritten at every matching node with the service name as the system
 ///                      writes it, and not cleared before
 /// @param driveNumbers  the disk numbers below all matching nodes are appended, in walk order
+/// @param isComplete    cleared when a disk is there whose number cannot be had; may be null
 /// @return whether `driverName` is not empty in the end
-bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driveNumbers);
+bool FindStorageDriver(std::string& driverName, std::vector<std::uint32_t>& driveNumbers,
+                       bool* isComplete = nullptr);
 
 /// Appends the number of every disk below a controller's node, however deep.
-void CollectDiskNumbers(DEVINST controllerNode, std::vector<std::uint32_t>& driveNumbers);
+void CollectDiskNumbers(DEVINST controllerNode, std::vector<std::uint32_t>& driveNumbers,
+                        bool* isComplete = nullptr);
 
 } // namespace NAMESPACE_tarnis

@@ -67,6 +67,8 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPlugin& plugi
         Trace(TRACE_DATABASE, "Plugin AHCI updated in db.");
     else if (m_RowsInStep.catchUp)
         InsertObjectToDatabase(plugin);
+    else
+        m_RowsInStep.behind = true;
     return PI::ERR_SUCCESS;
 }
 
