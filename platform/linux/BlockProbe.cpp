@@ -3,9 +3,9 @@
 #include "platform/Shortage.h"
 #include "platform/linux/SystemFiles.h"
 
-#include <boost/format.hpp>
-
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -59,6 +59,13 @@ std::string TextOf(const char* text)
     return text != nullptr ? text : "";
 }
 
+std::string Hexadecimal(int number)
+{
+    std::array<char, 16> text = {'0', 'x'};
+    const auto end = std::to_chars(text.data() + 2, text.data() + text.size(), number, 16).ptr;
+    return {text.data(), end};
+}
+
 std::string ValueOf(const Probe& probe, const char* name)
 {
     const char* value = nullptr;
@@ -92,7 +99,7 @@ std::optional<TableFacts> ProbeTable(int descriptor)
         entry.type = TextOf(blkid_partition_get_type_string(partition));
         // A table of the old kind has type numbers alone.
         if (entry.type.empty())
-            entry.type = (boost::format("0x%x") % blkid_partition_get_type(partition)).str();
+            entry.type = Hexadecimal(blkid_partition_get_type(partition));
         entry.uuid = TextOf(blkid_partition_get_uuid(partition));
         facts.entries.push_back(std::move(entry));
     }

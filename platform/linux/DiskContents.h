@@ -23,7 +23,7 @@ namespace Platform
 /// the disk, when something was mounted or unmounted, and every 300 seconds. A sleeping disk is not
 /// read, and one that somebody has locked to change its partitions is left alone. What cannot be
 /// read is tried again at the next of these occasions; until then what was read before stands.
-class DiskContents
+class PLATFORM_API DiskContents
 {
   public:
     DiskContents(SystemFolders folders, std::shared_ptr<DiskPort> port);

@@ -73,7 +73,7 @@ struct KernelPicture
 /// service the name of their driver, "storahci" for the kernel's ahci. SCSI disks are nodes of the
 /// service "disk" below their controller, or below the root when they have none.
 /// What vanishes while it is read, cannot be read or makes no sense is left out, and nothing else.
-KernelPicture ReadKernelPicture(const SystemFolders& folders);
+PLATFORM_API KernelPicture ReadKernelPicture(const SystemFolders& folders);
 
 /// The driver name of Linux that stands for a service; the service itself if there is no other.
 std::string DriverOfService(const std::string& service);

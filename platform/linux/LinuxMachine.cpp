@@ -20,7 +20,7 @@ LinuxMachine::~LinuxMachine() = default;
 std::shared_ptr<const DeviceTree> LinuxMachine::ReadDeviceTree()
 {
     const auto before = m_State->tables.Last();
-    const auto picture = m_State->tables.Refresh();
+    const auto picture = m_State->tables.Refresh(std::chrono::steady_clock::now());
     if (picture != before)
         m_State->contents.Keep(*picture);
     return picture->tree;

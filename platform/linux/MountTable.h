@@ -1,6 +1,8 @@
 // Which partition is mounted where, from the kernel's tables.
 #pragma once
 
+#include "contracts/Export.h"
+
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -10,7 +12,7 @@ namespace Platform
 {
 
 /// Where partitions are in use at one moment.
-class MountTable
+class PLATFORM_API MountTable
 {
   public:
     MountTable() = default;

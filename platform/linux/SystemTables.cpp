@@ -67,12 +67,11 @@ std::optional<std::uint64_t> SystemTables::Announcements() const
     return number;
 }
 
-std::shared_ptr<const KernelPicture> SystemTables::Refresh()
+std::shared_ptr<const KernelPicture> SystemTables::Refresh(Clock::time_point now)
 {
     const std::lock_guard guard(m_Lock);
     // Before the picture: what is announced while it is read shows the next time.
     const auto announced = Announcements();
-    const auto now = Clock::now();
     if (!m_Picture || !announced || announced != m_Announced || now - m_Taken > Trust)
     {
         std::shared_ptr<KernelPicture> picture;
@@ -103,7 +102,7 @@ std::shared_ptr<const KernelPicture> SystemTables::Last()
         if (m_Picture)
             return m_Picture;
     }
-    return Refresh();
+    return Refresh(Clock::now());
 }
 
 std::shared_ptr<const MountTable> SystemTables::Mounts(Clock::time_point now)

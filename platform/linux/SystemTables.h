@@ -13,7 +13,7 @@ namespace Platform
 {
 
 /// Keeps the last picture of the disks and the last mount table. Safe from any thread.
-class SystemTables
+class PLATFORM_API SystemTables
 {
   public:
     explicit SystemTables(SystemFolders folders);
@@ -22,7 +22,7 @@ class SystemTables
     /// change of any device; one of more than a minute is not trusted any more. When there is no
     /// memory or descriptor left to read it, the last one stands; @throws std::bad_alloc without
     /// one.
-    std::shared_ptr<const KernelPicture> Refresh();
+    std::shared_ptr<const KernelPicture> Refresh(std::chrono::steady_clock::time_point now);
 
     /// The last picture; takes one if there is none.
     std::shared_ptr<const KernelPicture> Last();

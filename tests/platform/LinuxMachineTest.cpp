@@ -1,5 +1,8 @@
 // This computer: over files as a kernel shows them, and disks that answer as told.
 #include "platform/linux/LinuxMachine.h"
+#include "platform/linux/DiskContents.h"
+#include "platform/linux/DiskNames.h"
+#include "platform/linux/SystemTables.h"
 #include "tests/support/PluginTest.h"
 #include "tests/support/TestFolder.h"
 
@@ -10,6 +13,7 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -37,6 +41,7 @@ struct Linux : Support::PluginTest, DiskPort
     const TestFolder folder;
     std::shared_ptr<LinuxMachine> machine;
     int announced = 0;
+    int tablesRead = 0;
 
     std::string Answer(const std::string& question, const std::string& call)
     {
@@ -89,6 +94,7 @@ struct Linux : Support::PluginTest, DiskPort
     }
     std::optional<TableFacts> ReadTable(int) override
     {
+        ++tablesRead;
         return answers["table"].empty()
                    ? std::optional(TableFacts{true, {{1, 4096, "t1", ""}, {10, 8, "t10", ""}}})
                    : std::nullopt;
@@ -320,6 +326,147 @@ TEST_F(Linux, WhatCannotBeReadStandsAsItWas)
     EXPECT_EQ(nodes, 8u);
     EXPECT_EQ(kept, "ct1 c ");
     EXPECT_EQ(Walk(), before);
+}
+
+TEST_F(Linux, ADiskIsReadAgainWhenItMayHoldSomethingNew)
+{
+    // What is changed by then, and after what time; whether the disk is read for it.
+    const struct
+    {
+        const char *file, *text;
+        int seconds;
+        bool isRead;
+    } rows[] = {{"", "", 0, true},
+                {"stat", "_1_2_3_4_5_6_7_8", 0, false},
+                {"", "", 300, false},
+                {"", "", 1, true},
+                {"", "", 301, false},
+                {"stat", "_1_2_3_4_5_6_7_8_9_10_11_12_13_14_15", 301, true}, // discarded
+                {"stat", "_1_2_3_4_5_6_7_8_9_10_11_12_13_24_15", 301, true},
+                {"stat", "_9_9_9_9_9_9_7_9_9_99_99_99_99_24_99", 301, false},
+                {"stat", "_9_9_9_9_9_9_8_9_9_99_99_99_99_24_99", 301, true},
+                // The kernel tells something new.
+                {"sda1/start", "9", 0, true},
+                {"sda1/size", "17", 0, true},
+                {"diskseq", "77", 0, true},
+                {"size", "32", 0, true},
+                {"sda1/ro", "1", 0, false},
+                {"", "", 0, false}};
+    SystemFolders folders{folder.File("sys"), folder.File("proc"), folder.File("dev")};
+    DiskContents contents(folders, std::shared_ptr<DiskPort>(std::shared_ptr<void>(), this));
+    auto now = std::chrono::steady_clock::now();
+    std::shared_ptr<const KernelDisk> disk;
+    const auto mounts = std::make_shared<const MountTable>();
+    for (const auto& [file, text, seconds, isRead] : rows)
+    {
+        if (*file != '\0')
+            Put(std::string("sys/block/sda/") + file, text);
+        now += std::chrono::seconds(seconds);
+        if (!disk || (*file != '\0' && std::string(file) != "stat"))
+            disk = ReadKernelPicture(folders).disks.at(0);
+        tablesRead = 0;
+        std::vector<ZKTX::CSystemPartition> parts;
+        contents.AppendPartitions(disk, mounts, now, parts);
+        EXPECT_EQ(tablesRead > 0, isRead) << file << text << ' ' << seconds;
+        ASSERT_EQ(parts.size(), 2u);
+        EXPECT_EQ(parts[0].m_PartitionName + parts[1].m_PartitionName, "sda1sda10");
+    }
+}
+
+TEST_F(Linux, APictureIsTrustedForAMinuteUnlessAChangeIsAnnounced)
+{
+    const struct
+    {
+        const char* announced;
+        int milliseconds;
+        bool isNew;
+    } rows[] = {{"1", 0, true},       {"1", 59'000, false}, {"1", 2'000, true},
+                {"1", 60'000, false}, {"2", 0, true},       {"2", 1, false},
+                {"x", 0, true},       {"x", 0, true},       {"1", 59'000, true}};
+    SystemTables tables({folder.File("sys"), folder.File("proc"), folder.File("dev")});
+    auto now = std::chrono::steady_clock::now();
+    std::string size = "16";
+    for (const auto& [announcement, milliseconds, isNew] : rows)
+    {
+        folder.Write("sys/kernel/uevent_seqnum", announcement);
+        Put("sys/block/sda/size", size += "0");
+        now += std::chrono::milliseconds(milliseconds);
+        const auto picture = tables.Refresh(now);
+        EXPECT_EQ(picture->disks.at(0)->whole.bytes == 512 * std::stoull(size), isNew)
+            << announcement << ' ' << milliseconds;
+        EXPECT_EQ(tables.Last(), picture);
+    }
+}
+
+TEST_F(Linux, ADiskThatSomebodyChangesIsLeftAlone)
+{
+    Walk();
+    const int other = open(folder.File("dev/sda").c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0600);
+    for (const bool isLocked : {true, false})
+    {
+        EXPECT_EQ(flock(other, isLocked ? LOCK_EX : LOCK_UN), 0);
+        Put("sys/block/sda/stat", isLocked ? "_1_2_3_4_5_6_7" : "_1_2_3_4_5_6_8");
+        Put("sys/block/sda/diskseq", isLocked ? "5" : "6"), tablesRead = 0, Walk();
+        EXPECT_EQ(tablesRead, isLocked ? 0 : 1);
+    }
+    close(other);
+}
+
+TEST_F(Linux, NumbersOfDisksAreThoseOfTheKernel)
+{
+    const std::pair<const char*, std::int64_t> names[] = {
+        {"sda", 0},        {"sdz", 25},
+        {"sdaa", 26},      {"sdzz", 701},
+        {"sdaaa", 702},    {"sdfxshrxx", 2147483647},
+        {"sdfxshrxy", -1}, {"sdzzzzzzzzzzzzzzzzz", -1},
+        {"sd", -1},        {"sda1", -1},
+        {"sdA", -1},       {"sd{", -1},
+        {"hda", -1},       {"sd`", -1}};
+    for (const auto& [name, number] : names)
+        EXPECT_EQ(DiskNumberOfName(name),
+                  number < 0 ? std::nullopt : std::optional(static_cast<DWORD>(number)))
+            << name;
+}
+
+TEST_F(Linux, AShortageIsNoWordOnADisk)
+{
+    Walk();
+    const std::pair<const char*, DWORD> opening[] = {{"24", ERROR_TOO_MANY_OPEN_FILES},
+                                                     {"23", ERROR_TOO_MANY_OPEN_FILES},
+                                                     {"12", ERROR_NOT_ENOUGH_MEMORY},
+                                                     {"5", ERROR_IO_DEVICE}};
+    for (const auto& [error, expected] : opening)
+    {
+        answers = {{"open sda", error}, {"open sda1", error}};
+        std::unique_ptr<Device> device;
+        EXPECT_EQ(machine->OpenDevice("\\\\.\\PhysicalDrive0", true, device), expected);
+        std::vector<ZKTX::CSystemPartition> parts;
+        Put("sys/block/sda/diskseq", error), machine->ReadDeviceTree();
+        folder.Write("sys/kernel/uevent_seqnum", std::to_string(++announced) + "\n");
+        machine->ReadDeviceTree();
+        bool isShort = false;
+        try
+        {
+            machine->Partitions(0, parts);
+        }
+        catch (const std::bad_alloc&)
+        {
+            isShort = true;
+        }
+        EXPECT_EQ(isShort, expected != ERROR_IO_DEVICE) << error;
+    }
+    // No picture was ever taken.
+    LinuxMachine fresh({folder.File("sys"), folder.File("proc"), folder.File("dev")},
+                       std::shared_ptr<DiskPort>(std::shared_ptr<void>(), this));
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const rlimit none = {3, limit.rlim_max};
+    std::string version;
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_THROW(fresh.ReadDeviceTree(), std::bad_alloc);
+    EXPECT_THROW(fresh.ModuleVersion("storahci", version), std::bad_alloc);
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_EQ(fresh.ReadDeviceTree()->size(), 8u);
 }
 
 TEST_F(Linux, AGenericDeviceTakesTheCommandsWhereItCanBeOpened)

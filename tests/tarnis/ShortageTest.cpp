@@ -317,7 +317,7 @@ TEST_F(ShortageTest, ACommandWithoutMemorySaysSo)
             // What can do without a block does.
             if (result == PI::ERR_SUCCESS)
             {
-                EXPECT_TRUE(objects.empty() || PictureText(objects) == whole) << command;
+                EXPECT_EQ(objects.empty() ? whole : PictureText(objects), whole) << command;
                 continue;
             }
             EXPECT_EQ(result, PI::ERR_MEMORY_ERROR) << command;

@@ -2,8 +2,8 @@
 
 #include "contracts/zelKit.h"
 #include "contracts/zelKitEx.h"
-#include "tarnis/Src/tarnis/Text.h"
 
+#include <cstdio>
 #include <limits>
 
 namespace NAMESPACE_tarnis
@@ -27,7 +27,9 @@ std::string EndOfLifeDate(std::uint64_t remainingHours)
 {
     ZKTX::CSystemDate_Win date;
     ZKTX::CSystemTime_Win::GetDate(EndOfLife(remainingHours), date);
-    return Formatted("%4d-%02d-%02d", date.m_Year, date.m_Month, date.m_Day);
+    char text[40]; // three numbers of ten digits
+    std::snprintf(text, sizeof text, "%4u-%02u-%02u", date.m_Year, date.m_Month, date.m_Day);
+    return text;
 }
 
 } // namespace NAMESPACE_tarnis

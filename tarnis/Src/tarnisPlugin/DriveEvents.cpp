@@ -1,7 +1,6 @@
 #include "tarnis/Src/tarnisPlugin/DriveEvents.h"
 
 #include "contracts/zelKit.h"
-#include "tarnis/Src/tarnis/Text.h"
 
 #include <algorithm>
 
@@ -27,7 +26,7 @@ PI::CEvent DriveEvent(const CAHCIPhysicalDrive& drive, const CAHCIAdapter& adapt
     event.m_Severity = severity;
     event.m_Time = ZKT::Misc::now();
     event.SetPlaceHolder1(adapter.m_Name);
-    event.SetPlaceHolder2(Formatted("%d", drive.m_DeviceNumber));
+    event.SetPlaceHolder2(std::to_string(drive.m_DeviceNumber));
     return event;
 }
 

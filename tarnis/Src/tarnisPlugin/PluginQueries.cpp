@@ -3,7 +3,6 @@
 #include "tarnis/Src/tarnis/Locks.h"
 #include "tarnis/Src/tarnis/PropertyRows.h"
 #include "tarnis/Src/tarnis/Settings.h"
-#include "tarnis/Src/tarnis/Text.h"
 #include "tarnis/Src/tarnis/Trace.h"
 
 #include <algorithm>
@@ -58,7 +57,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::GetPluginProperties(const CAHCIPlugin&,
     append(PI::PROP_UNIQUE_ID, false,
            [](PI::CProperty& property)
            {
-               property.SetValue(Formatted("Plugin:ID=%d", ModuleNumber));
+               property.SetValue("Plugin:ID=" + std::to_string(ModuleNumber));
                property.m_ViewMask = ViewNone;
            });
     text(PI::PROP_NAME, PluginName, LabelName);
@@ -111,7 +110,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::SetPollInterval(CAHCIPlugin& plugin, const PI::
 
     // The bounds are the record's own; a minimum above the maximum leaves the maximum.
     value = std::min(std::max(value, minimum), maximum);
-    const std::string text = Formatted("%d", value);
+    const std::string text = std::to_string(value);
     m_PollInterval = static_cast<std::uint32_t>(value);
     ++plugin.m_ChangeCount;
     const PI::_ERROR_CODE result = m_ConfigFile.WriteKeyValue("PollInterval", text, -1, -1);

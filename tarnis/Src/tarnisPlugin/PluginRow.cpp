@@ -2,7 +2,6 @@
 #include "tarnis/Src/tarnis/Instance.h"
 #include "tarnis/Src/tarnis/RowOperation.h"
 #include "tarnis/Src/tarnis/Settings.h"
-#include "tarnis/Src/tarnis/Text.h"
 
 namespace NAMESPACE_tarnis
 {
@@ -28,7 +27,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::SetDatabaseObjectProperties(Plugin& row,
 {
     row = Plugin();
     row.objectId = plugin.GetID();
-    row.uniqueId = Formatted("Plugin:ID=%d", ModuleNumber);
+    row.uniqueId = "Plugin:ID=" + std::to_string(ModuleNumber);
     row.pluginName = PluginName;
     row.version = PluginVersion;
     row.vendorName = PluginVendor;
