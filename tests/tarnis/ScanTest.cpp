@@ -77,6 +77,16 @@ TEST_F(Scan, FindsDisksBelowSupportedControllersInWalkOrder)
     // Of several supported drivers the last in the walk gives its name.
     EXPECT_EQ(ValueText(picture[1], PI::PROP_DRIVER_NAME), "text:msahci");
 
+    // Disks hang on each of the drivers.
+    for (const char* const driver : {"iastora", "IASTORA", "msahci", "storahci"})
+    {
+        machine["devices"] = {Controller(driver, {DiskNode(3)})};
+        const auto shown = Picture(machine);
+        ASSERT_EQ(shown.size(), 3U) << driver;
+        EXPECT_EQ(ValueText(shown[1], PI::PROP_DRIVER_NAME), "text:"s + driver);
+        EXPECT_EQ(ValueText(shown[2], PI::PROP_DEVICE_NUMBER), "number:3");
+    }
+
     // A supported controller without disks is hardware enough.
     machine["devices"] = {Controller("storahci", nlohmann::json::array())};
     EXPECT_EQ(Picture(machine).size(), 2U);
@@ -319,6 +329,12 @@ TEST_F(Scan, TextsAndMediaOfAPage)
         disks.back()["identify"] = Identity(c.model, "  SN 1234", c.rotation);
         disks.back()["identify"].update({{"firmware", "FW1\0xyz"s}, {"swapped", c.isSwapped}});
     }
+    for (const bool isSwapped : {false, true})
+    {
+        disks.push_back(Disk(static_cast<std::uint32_t>(disks.size())));
+        disks.back()["identify"] = Identity(cases[0].model, "ABCDEFGHIJKLMNOPQRST");
+        disks.back()["identify"].update({{"firmware", "12345678"}, {"swapped", isSwapped}});
+    }
     const auto picture = Picture(MachineWith(disks));
     for (std::size_t i = 0; i < std::size(cases); ++i)
     {
@@ -329,6 +345,12 @@ TEST_F(Scan, TextsAndMediaOfAPage)
         EXPECT_EQ(told, "text:"s + cases[i].vendor + "|text:" + cases[i].product +
                             "|text:SN 1234|text:FW1|choice:" +
                             (cases[i].isSsd ? "40293" : "40292") + " of 40292 40293|");
+    }
+    for (std::size_t i = std::size(cases); i < disks.size(); ++i)
+    {
+        EXPECT_EQ(ValueText(picture.at(i + 2), PI::PROP_SERIAL_NUMBER),
+                  "text:ABCDEFGHIJKLMNOPQRST");
+        EXPECT_EQ(ValueText(picture.at(i + 2), PI::PROP_FIRMWARE_VERSION), "text:12345678");
     }
 }
 
