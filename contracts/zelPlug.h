@@ -12,4 +12,5 @@
 #include "contracts/zelPlug/Property.h"
 #include "contracts/zelPlug/Settings.h"
 #include "contracts/zelPlug/SmartValues.h"
+#include "contracts/zelPlug/WholeFile.h"
 #include "vocabulary/Identifiers.h"

@@ -1,6 +1,7 @@
 #include "host/StateFile.h"
 
 #include "contracts/zelKit/Environment.h"
+#include "contracts/zelPlug/WholeFile.h"
 #include "contracts/zelStore/RowState.h"
 #include "host/Failure.h"
 
@@ -8,11 +9,7 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <random>
-#include <system_error>
 
 namespace Host
 {
@@ -25,35 +22,6 @@ using nlohmann::json;
 
 constexpr int version = 1;
 constexpr std::size_t largest = 16 << 20;
-
-[[noreturn]] void FailWriting(const std::string& path, const std::string& reason)
-{
-    throw Failure(EXIT_PLUGIN, path + ": what was seen cannot be kept, " + reason +
-                                   "; let this user write there, or name a database elsewhere with "
-                                   "--database");
-}
-
-/// @return nothing when it cannot be read
-std::optional<std::string> ReadAll(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::string text;
-    char buffer[65536];
-    do
-    {
-        file.read(buffer, sizeof buffer);
-        text.append(buffer, static_cast<std::size_t>(file.gcount()));
-    } while (file && text.size() <= largest);
-    return file.eof() || text.size() > largest ? std::optional(text) : std::nullopt;
-}
-
-/// A name that no other program writes to.
-std::string FreshName(const std::string& path)
-{
-    char suffix[16];
-    std::snprintf(suffix, sizeof suffix, ".%08x", std::random_device()());
-    return path + suffix;
-}
 
 /// What sets the files of a machine file apart from those of the computer, in whose folder they lie
 /// when nobody names another: its database's name.
@@ -92,17 +60,26 @@ void StateFile::FailContent() const
 
 std::optional<json> StateFile::Read() const
 {
-    std::error_code error;
-    if (m_Path.empty() || !fs::exists(m_Path, error))
+    if (m_Path.empty())
         return std::nullopt;
-    if (!fs::is_regular_file(m_Path, error))
+    std::string text;
+    switch (PI::ReadWholeFile(m_Path, largest, text))
+    {
+    case PI::FileState::Read:
+        break;
+    case PI::FileState::Missing:
+        return std::nullopt;
+    case PI::FileState::NoFile:
         throw Failure(EXIT_PLUGIN, m_Path + " is no regular file" + m_Remedy);
-    const std::optional<std::string> text = ReadAll(m_Path);
-    if (!text)
-        throw Failure(EXIT_PLUGIN, m_Path + " cannot be read" + m_Remedy);
-    if (text->size() > largest)
+    case PI::FileState::TooLong:
         FailContent();
-    json content = json::parse(*text, nullptr, false);
+    case PI::FileState::Link:
+        throw Failure(EXIT_PLUGIN,
+                      m_Path + " is reached by a link that others may have made" + m_Remedy);
+    case PI::FileState::Unreadable:
+        throw Failure(EXIT_PLUGIN, m_Path + " cannot be read" + m_Remedy);
+    }
+    json content = json::parse(text, nullptr, false);
     if (!content.is_object() || !content.contains("version"))
         FailContent();
     if (content["version"] != version)
@@ -115,24 +92,10 @@ void StateFile::Write(json content) const
     if (m_Path.empty())
         return;
     content["version"] = version;
-    const std::string fresh = FreshName(m_Path);
-    {
-        std::ofstream file(fresh, std::ios::binary | std::ios::trunc);
-        file << JsonText(content);
-        file.close();
-        if (!file)
-        {
-            std::remove(fresh.c_str());
-            FailWriting(m_Path, "the file cannot be written");
-        }
-    }
-    std::error_code error;
-    fs::rename(fresh, m_Path, error);
-    if (error)
-    {
-        std::remove(fresh.c_str());
-        FailWriting(m_Path, error.message());
-    }
+    if (!PI::ReplaceWholeFile(m_Path, JsonText(content)))
+        throw Failure(EXIT_PLUGIN, m_Path + ": what was seen cannot be kept, the file cannot be "
+                                            "written; let this user write there, or name a "
+                                            "database elsewhere with --database");
 }
 
 } // namespace Host

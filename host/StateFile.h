@@ -27,7 +27,7 @@ class StateFile
     ///         not of this version
     std::optional<nlohmann::json> Read() const;
 
-    /// Puts a new file in the place of the old one, in one step. @throws Failure
+    /// Puts a new file in the place of the old one, in one step and with mode 0640. @throws Failure
     void Write(nlohmann::json content) const;
 
     /// For a file that holds JSON, but not what is kept there. @throws Failure

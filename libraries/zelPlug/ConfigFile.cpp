@@ -186,8 +186,9 @@ class UnreadableFiles
         case Internals::Unreadable::NoFile:
             return "not a regular file" + effect + "put a text file in its place";
         case Internals::Unreadable::Link:
-            return "a link in a folder that others may write to is not followed" + effect +
-                   "put the file itself there, or let this user alone write to the folder";
+            return "a link on its way is not followed, because others may write to the folder "
+                   "of the link or it has no end" +
+                   effect + "name the file's own place";
         case Internals::Unreadable::TooLong:
             return "longer than " + std::to_string(largestFile >> 20) + " MiB" + effect +
                    "shorten it";

@@ -207,6 +207,54 @@ TEST_F(Settings, KeepTheirPlaceAndPermissions)
     }
 }
 
+TEST_F(Settings, FollowNoLinksThatOthersMayHaveMade)
+{
+    SetBytes("Key=1\n");
+    const fs::path open = m_Folder / "open";
+    for (const fs::path& folder : {open, open / "mine"})
+        fs::create_directory(folder);
+    fs::create_symlink(m_File, open / "file");
+    fs::create_symlink(m_File, open / "mine/file");
+    fs::create_symlink(m_Folder, open / "folder");
+    fs::create_symlink(open / "file", m_Folder / "way");
+    const std::pair<mode_t, bool> rights[] = {{0755, true}, {0777, false}, {01777, false}};
+    for (const auto& [mode, isFollowed] : rights)
+    {
+        chmod(open.c_str(), mode);
+        for (const fs::path& place :
+             {open / "file", open / "folder/tarnis.ini", open / "folder/new.ini", m_Folder / "way"})
+        {
+            EXPECT_EQ(Write(place, "Key", "2"), isFollowed ? 0 : 20018) << place << mode;
+            EXPECT_EQ(Read(place, "Key"), isFollowed ? "2" : "none") << place << mode;
+        }
+        EXPECT_EQ(Bytes(), isFollowed ? "Key=2\n" : "Key=1\n");
+        EXPECT_EQ(Read(open / "mine/file", "Key"), isFollowed ? "2" : "1") << mode;
+        EXPECT_EQ(fs::remove(m_Folder / "new.ini"), isFollowed);
+        SetBytes("Key=1\n");
+    }
+}
+
+TEST_F(Settings, HaveTheirModesUnderAnyUmask)
+{
+    const gid_t group = geteuid() == 0 ? 1 : getegid();
+    ASSERT_EQ(chown(m_Folder.c_str(), static_cast<uid_t>(-1), group), 0);
+    for (const mode_t mask : {0000U, 0022U, 0077U})
+    {
+        const mode_t before = umask(mask);
+        const std::string name = "new" + std::to_string(mask);
+        EXPECT_EQ(Write(m_Folder / name / "deep/tarnis.ini", "Key", "1"), 0);
+        umask(before);
+        for (const auto& [place, mode] :
+             {std::pair{name, 0750U}, {name + "/deep", 0750U}, {name + "/deep/tarnis.ini", 0640U}})
+        {
+            struct stat status = {};
+            stat((m_Folder / place).c_str(), &status);
+            EXPECT_EQ(status.st_mode & 07777, mode) << place;
+            EXPECT_EQ(status.st_gid, group) << place;
+        }
+    }
+}
+
 TEST_F(Settings, InPlacesThatAreNoFilesGiveErrors)
 {
     const fs::path pipe = m_Folder / "pipe";
@@ -227,7 +275,8 @@ TEST_F(Settings, InPlacesThatAreNoFilesGiveErrors)
         {"/dev/zero", noFile},
         {m_Folder, noFile},
         {pipe, noFile},
-        {loop, "cannot be read (Too many levels of symbolic links)" + another},
+        {loop, "a link on its way is not followed, because others may write to the folder of the "
+               "link or it has no end; defaults apply; name the file's own place"},
         {m_File / "below", "cannot be read (Not a directory)" + another}};
     const std::vector<std::string> lines = PI::CConfigFile::GetUnreadableFiles();
     for (const auto& [place, reason] : reasons)
