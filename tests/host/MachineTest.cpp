@@ -125,6 +125,35 @@ TEST(Machine, GetAndSetPrintTheValueAndNothingElse)
     EXPECT_EQ(testFolder.Read("tarnis.ini"), "# mine\nPollInterval=255\n");
 }
 
+TEST(Machine, DisksAreInOrderAndNumbersComplete)
+{
+    json machine = Support::MachineWith({Support::Disk(10), Support::Disk(2), Support::Disk(1)});
+    machine["disks"][2]["smart"] = Support::SmartPage({{9, 100, 17544}, {194, 77, 23}});
+    machine["disks"][1]["smart"] = Support::SmartPage({{9, 100, 17543}});
+    machine["disks"][0]["smart"] = Support::SmartPage({{9, 100, 47}});
+    const std::string file = testFolder.Write("order.json", machine.dump());
+    const json shown = json::parse(RunTarnisctl({"--machine", file, "--json"}).out);
+    std::vector<std::string> labels;
+    for (const json& object : shown["objects"])
+        labels.push_back(object["label"]);
+    EXPECT_EQ(labels, (std::vector<std::string>{"plugin", "adapter", "disk1", "disk2", "disk10"}));
+    std::vector<json> children;
+    for (std::size_t i = 2; i < 5; ++i)
+        children.push_back(shown["objects"][i]["id"]);
+    EXPECT_EQ(shown["objects"][1]["children"], json(children));
+
+    const Outcome outcome =
+        RunTarnisctl({"get", "plugin", "POLL_INTERVAL", "--machine", file, "--json"});
+    const json interval = json::parse(outcome.out);
+    EXPECT_EQ(interval["minimum"], 2);
+    EXPECT_EQ(interval["maximum"], 255);
+    EXPECT_EQ(interval["step"], 1);
+    for (const auto& [disk, hours] : {std::pair{"disk1", "17544 h (2 years)"},
+                                      {"disk2", "17543 h (730 days)"},
+                                      {"disk10", "47 h\n"}})
+        EXPECT_TRUE(Holds(RunTarnisctl({"show", disk, "--machine", file}).out, hours)) << disk;
+}
+
 TEST(Machine, SeveralValuesAreLinesAndWhatFailsIsTold)
 {
     const std::tuple<Arguments, int, std::string, std::string> cases[] = {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <future>
 
 #include <fcntl.h>
@@ -75,6 +76,11 @@ pid_t StartTarnisctl(const Arguments& arguments, const Environment& environment,
     const pid_t child = ::fork();
     if (child != 0)
         return child;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) // whatever this program ignores
+        ::signal(signal, SIG_DFL);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
     ::dup2(out, STDOUT_FILENO);
     ::dup2(err, STDERR_FILENO);
     const rlimit limits[]{{fileSize, fileSize}, {memory, memory}};

@@ -44,7 +44,12 @@ TEST(Troubles, AMachineFileHasFilesOfItsOwn)
     EXPECT_EQ(RunTarnisctl({"check", "--machine", machine}, unnamed).exitCode, 0);
     const std::filesystem::path place = folder.File("tarnis");
     for (const auto& entry : std::filesystem::directory_iterator(place))
-        EXPECT_TRUE(entry.path().filename().string().starts_with("machine-machine-")) << entry;
+    {
+        const std::string name = entry.path().filename().string();
+        EXPECT_TRUE(name.starts_with("machine-machine-")) << entry;
+        const auto mode = static_cast<unsigned>(entry.status().permissions());
+        EXPECT_TRUE(mode == 0640 || !name.ends_with(".json")) << entry << ' ' << mode;
+    }
     // Another machine of that name has never seen the drive of this one.
     const std::string twin =
         folder.Write("machine.json", Support::MachineWith({Support::Disk(2)}).dump());

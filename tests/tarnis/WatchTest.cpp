@@ -167,6 +167,34 @@ TEST_F(Watch, StandingConditionsAtReportTimes)
     }
 }
 
+TEST_F(Watch, ReportsByDefaultsOfItsOwn)
+{
+    SetZone("UTC0");
+    // At their limits, and one beyond them.
+    std::vector<nlohmann::json> disks{Disk(0), Disk(1), Disk(2), Disk(3)};
+    disks[0]["smart"] = SmartPage({{9, 100, 60000}, {233, 5, 0}});
+    disks[1]["smart"] = SmartPage({{9, 100, 60000}, {233, 4, 0}});
+    for (const auto& [disk, spare] : {std::pair{2U, 43}, {3U, 42}}) // 10 and 9 percent above 36
+    {
+        disks[disk]["identify"] = Identity("ST4000DM004", "S", 5425);
+        disks[disk]["smart"] = SmartPage({{5, spare, 0}});
+    }
+    const std::string ssd = " INTEL SSDSC2BB240G7 (1) [1][][] severity 3";
+    const std::string hardDisk = " SEAGATE ST4000DM004 (3) [3][][] severity 3";
+    const Texts report = {"10045" + ssd, "11090" + ssd, "10045" + hardDisk, "11091" + hardDisk};
+    const auto minute = [](std::uint64_t hour, std::uint64_t minutes)
+    { return 1'768'608'000'000 + (hour * 60 + minutes) * 60'000; }; // of a day in UTC
+    SetClock(minute(8, 0));
+    EXPECT_EQ(Start(MachineWith(disks)), report);
+    const std::tuple<int, int, bool> passes[] = {{10, 59, false}, {11, 0, true}, {11, 1, false},
+                                                 {22, 59, false}, {23, 0, true}, {23, 1, false}};
+    for (const auto& [hour, minutes, reports] : passes)
+    {
+        SetClock(minute(static_cast<std::uint64_t>(hour), static_cast<std::uint64_t>(minutes)));
+        EXPECT_EQ(Pass(), reports ? report : Texts()) << hour << ':' << minutes;
+    }
+}
+
 TEST_F(Watch, EventsWaitForAHostThatCollectsLate)
 {
     EXPECT_EQ(Start(MachineHolding(Drives())), Texts());
