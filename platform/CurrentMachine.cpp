@@ -1,3 +1,4 @@
+#include "base/UntilUnload.h"
 #include "contracts/zelKit/Environment.h"
 #include "platform/DeviceNames.h"
 #include "platform/DeviceTreePicture.h"
@@ -42,7 +43,6 @@ class EmptyMachine : public Machine
     std::shared_ptr<const DeviceTree> m_Tree = std::make_shared<const DeviceTree>(RootAlone());
 };
 
-// Never destroyed: threads may still be in a call when the process ends.
 struct Current
 {
     std::atomic<Machine*> ready = nullptr; ///< machine.get() as soon as its complaint is told
@@ -53,8 +53,8 @@ struct Current
 
 Current& TheCurrent()
 {
-    static Current& current = *new Current;
-    return current;
+    static Base::UntilUnload<Current> current;
+    return *current;
 }
 
 /// Makes the machine if there is none yet. Under the lock.

@@ -1,3 +1,4 @@
+#include "base/UntilUnload.h"
 #include "platform/ApiCall.h"
 #include "platform/DiskAnswers.h"
 #include "platform/DriveControl.h"
@@ -40,8 +41,8 @@ struct OpenDevice
 
 HandleTable<const OpenDevice>& Devices()
 {
-    static HandleTable<const OpenDevice>& devices = *new HandleTable<const OpenDevice>;
-    return devices;
+    static Base::UntilUnload<HandleTable<const OpenDevice>> devices;
+    return *devices;
 }
 
 /// A control code carries in bits 14 and 15 the access that its handle must have.

@@ -1,3 +1,4 @@
+#include "base/UntilUnload.h"
 #include "platform/ApiCall.h"
 #include "platform/DeviceNames.h"
 #include "platform/DeviceTreePicture.h"
@@ -27,8 +28,8 @@ struct LastPictureHolder
 
 LastPictureHolder& Holder()
 {
-    static LastPictureHolder& holder = *new LastPictureHolder;
-    return holder;
+    static Base::UntilUnload<LastPictureHolder> holder;
+    return *holder;
 }
 
 /// The last picture as it stands under the lock, which is left locked.

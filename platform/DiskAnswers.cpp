@@ -1,5 +1,7 @@
 #include "platform/DiskAnswers.h"
 
+#include "base/UntilUnload.h"
+
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -16,7 +18,6 @@ struct KeptAnswer
     std::uint64_t walk = 0; ///< in which the disk was asked last
 };
 
-// Never destroyed: threads may still be in a call when the process ends.
 struct Keeper
 {
     std::mutex lock;
@@ -38,8 +39,8 @@ struct Keeper
 
 Keeper& TheKeeper()
 {
-    static Keeper& keeper = *new Keeper;
-    return keeper;
+    static Base::UntilUnload<Keeper> keeper;
+    return *keeper;
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "base/UntilUnload.h"
 #include "platform/ApiCall.h"
 #include "platform/DeviceTreePicture.h"
 #include "platform/HandleTable.h"
@@ -35,8 +36,8 @@ struct InterfaceList
 
 HandleTable<const InterfaceList>& Lists()
 {
-    static HandleTable<const InterfaceList>& lists = *new HandleTable<const InterfaceList>;
-    return lists;
+    static Base::UntilUnload<HandleTable<const InterfaceList>> lists;
+    return *lists;
 }
 
 bool IsDiskClass(const GUID& guid)

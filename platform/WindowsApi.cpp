@@ -1,5 +1,6 @@
 #include "platform/WindowsApi.h"
 
+#include "base/UntilUnload.h"
 #include "platform/ApiCall.h"
 #include "platform/CallGate.h"
 #include "platform/HandleTable.h"
@@ -17,7 +18,6 @@ namespace
 
 thread_local DWORD t_CallError = ERROR_SUCCESS;
 
-// Never destroyed: threads may still be in a call when the process ends.
 struct Gate
 {
     std::mutex lock;
@@ -26,8 +26,8 @@ struct Gate
 
 Gate& TheGate()
 {
-    static Gate& gate = *new Gate;
-    return gate;
+    static Base::UntilUnload<Gate> gate;
+    return *gate;
 }
 
 } // namespace

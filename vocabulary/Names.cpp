@@ -1,5 +1,7 @@
 #include "vocabulary/Names.h"
 
+#include "base/UntilUnload.h"
+
 #include <cstddef>
 #include <mutex>
 
@@ -33,10 +35,14 @@ const Vocabulary::NameMap operations = MapOf({
 const Vocabulary::NameMap properties = MapOf({
 #include "vocabulary/rows/properties.inc"
 });
-Vocabulary::NameMap values = MapOf({
-#include "vocabulary/rows/values.inc"
-});
 std::mutex valuesLock; // of whoever asks for a name: a new number is entered
+Vocabulary::NameMap& Values()
+{
+    static Base::UntilUnload<Vocabulary::NameMap> values(MapOf({
+#include "vocabulary/rows/values.inc"
+    }));
+    return *values;
+}
 const Vocabulary::NameMap events = MapOf({
 #include "vocabulary/rows/events.inc"
 });
@@ -66,7 +72,7 @@ const NameMap& propertyNames()
 }
 const NameMap& valueNames()
 {
-    return values;
+    return Values();
 }
 const NameMap& eventNames()
 {
@@ -86,5 +92,5 @@ const NameMap& unitNames()
 const std::string& valueName(int number)
 {
     const std::lock_guard guard(valuesLock);
-    return values[number];
+    return Values()[number];
 }

@@ -19,6 +19,8 @@ std::uint64_t ThreadNumber();
 /// @return its descriptor; -1, and errno tells why
 int OpenForAppending(const std::string& path);
 
+void CloseFile(int file);
+
 /// Writes as much of a text as the system takes at once, which may be nothing.
 /// @return 0, or the system's error
 int WriteSome(int file, std::string_view text, std::size_t& written);

@@ -1,5 +1,6 @@
 #include "contracts/zelKit/Trace.h"
 
+#include "base/UntilUnload.h"
 #include "contracts/zelKit/Environment.h"
 #include "contracts/zelKit/Text.h"
 #include "contracts/zelKit/Time.h"
@@ -36,11 +37,22 @@ int OpenTraceTarget()
     return Internals::StandardError;
 }
 
-/// Opened at the first line and never closed: lines come until the very end of the process.
-int TraceTarget()
+/// Opened at the first line. Lines come until the very end of the process.
+struct TraceTarget
 {
-    static const int target = OpenTraceTarget();
-    return target;
+    const int file = OpenTraceTarget();
+
+    ~TraceTarget()
+    {
+        if (file != Internals::StandardError)
+            Internals::CloseFile(file);
+    }
+};
+
+int TraceFile()
+{
+    static Base::UntilUnload<TraceTarget> target;
+    return (*target).file;
 }
 
 /// Tells of the first line that the target did not take. The later ones are tried all the same: a
@@ -94,7 +106,7 @@ CTraceStreamBuffer::~CTraceStreamBuffer()
                 TextOf(Internals::ThreadNumber(), 10) + "] ";
         line += Misc::Printable(m_Text);
         line += '\n';
-        if (const int error = WriteText(TraceTarget(), line); error != 0)
+        if (const int error = WriteText(TraceFile(), line); error != 0)
             TellOnce(error);
     }
     catch (const std::exception&)

@@ -1,5 +1,6 @@
 #include "contracts/zelPlug/ConfigFile.h"
 
+#include "base/UntilUnload.h"
 #include "contracts/zelKit/Environment.h"
 #include "contracts/zelKit/Text.h"
 #include "libraries/PrivateFile.h"
@@ -205,8 +206,8 @@ class UnreadableFiles
 
 UnreadableFiles& TheUnreadableFiles()
 {
-    static UnreadableFiles files;
-    return files;
+    static Base::UntilUnload<UnreadableFiles> files;
+    return *files;
 }
 
 /// Reads a file of settings, and notes when that cannot be done.

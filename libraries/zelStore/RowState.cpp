@@ -1,5 +1,6 @@
 #include "libraries/zelStore/RowState.h"
 
+#include "base/UntilUnload.h"
 #include "contracts/zelKit/Text.h"
 #include "contracts/zelStore/RowState.h"
 
@@ -60,8 +61,8 @@ struct Asked
 
 Asked& TheAsked()
 {
-    static Asked asked;
-    return asked;
+    static Base::UntilUnload<Asked> asked;
+    return *asked;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "database/Storage.h"
 
+#include "base/UntilUnload.h"
 #include "database/Schema.h"
 #include "libraries/zelStore/Connection.h"
 #include "libraries/zelStore/Location.h"
@@ -25,11 +26,11 @@ struct Common
 std::shared_ptr<Common> GetCommon()
 {
     static std::mutex mutex;
-    static std::weak_ptr<Common> last;
+    static Base::UntilUnload<std::weak_ptr<Common>> last;
     const std::lock_guard lock(mutex);
-    std::shared_ptr<Common> common = last.lock();
+    std::shared_ptr<Common> common = (*last).lock();
     if (!common)
-        last = common = std::make_shared<Common>();
+        *last = common = std::make_shared<Common>();
     return common;
 }
 

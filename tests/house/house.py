@@ -18,13 +18,14 @@ SKIPPED = 77
 # Room -> rooms it may include, besides itself. Rooms that are not named may include anything. Each
 # library is a room of its own; what lies directly in libraries/ is shared by them.
 ROOMS = {
-    "vocabulary": set(),
-    "contracts": {"vocabulary"},
-    "database": {"contracts"},
-    "platform": {"contracts", "vocabulary"},
-    "tarnis": {"contracts", "vocabulary", "database", "platform"},
-    "libraries": {"contracts", "database", "platform", "vocabulary", "libraries"},
-    "host": {"contracts", "vocabulary"},
+    "base": set(),
+    "vocabulary": {"base"},
+    "contracts": {"base", "vocabulary"},
+    "database": {"base", "contracts"},
+    "platform": {"base", "contracts", "vocabulary"},
+    "tarnis": {"base", "contracts", "vocabulary", "database", "platform"},
+    "libraries": {"base", "contracts", "database", "platform", "vocabulary", "libraries"},
+    "host": {"base", "contracts", "vocabulary"},
 }
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]', re.MULTILINE)
 NEEDED = re.compile(

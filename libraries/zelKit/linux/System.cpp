@@ -65,6 +65,11 @@ int OpenForAppending(const std::string& path)
                 0644);
 }
 
+void CloseFile(int file)
+{
+    close(file);
+}
+
 int WriteSome(int file, std::string_view text, std::size_t& written)
 {
     const ssize_t result = write(file, text.data(), text.size());

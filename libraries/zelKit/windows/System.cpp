@@ -36,6 +36,11 @@ int OpenForAppending(const std::string& path)
                   _S_IREAD | _S_IWRITE);
 }
 
+void CloseFile(int file)
+{
+    _close(file);
+}
+
 int WriteSome(int file, std::string_view text, std::size_t& written)
 {
     const auto size = static_cast<unsigned>(std::min<std::size_t>(text.size(), INT_MAX));

@@ -1,5 +1,6 @@
 #include "tarnis/Src/tarnisPlugin/DriveCommands.h"
 
+#include "base/UntilUnload.h"
 #include "contracts/zelKit.h"
 #include "platform/Shortage.h"
 #include "platform/WindowsApi.h"
@@ -29,16 +30,23 @@ struct SmartCacheEntry
     PI::_IDE_SMART_DATA data;
 };
 
-std::vector<SmartCacheEntry> SmartCache;
 std::mutex SmartCacheLock; ///< for moments: several instances may scan at once
+
+/// Under the lock.
+std::vector<SmartCacheEntry>& SmartPages()
+{
+    static Base::UntilUnload<std::vector<SmartCacheEntry>> pages;
+    return *pages;
+}
 
 /// Null for a drive that has none. Under the lock.
 SmartCacheEntry* CachedPage(std::uint8_t driveNumber)
 {
-    const auto found = std::find_if(SmartCache.begin(), SmartCache.end(),
+    auto& pages = SmartPages();
+    const auto found = std::find_if(pages.begin(), pages.end(),
                                     [driveNumber](const SmartCacheEntry& entry)
                                     { return entry.driveNumber == driveNumber; });
-    return found == SmartCache.end() ? nullptr : &*found;
+    return found == pages.end() ? nullptr : &*found;
 }
 
 /// @return whether the drive has a page that is good still
@@ -60,7 +68,7 @@ void KeepPage(std::uint8_t driveNumber, const PI::_IDE_SMART_DATA& page)
     if (SmartCacheEntry* cached = CachedPage(driveNumber))
         *cached = {driveNumber, readTime, page};
     else
-        SmartCache.push_back({driveNumber, readTime, page});
+        SmartPages().push_back({driveNumber, readTime, page});
 }
 
 constexpr IDEREGS Registers(BYTE features, BYTE cylinderLow, BYTE cylinderHigh, BYTE command)
