@@ -26,16 +26,6 @@ template <std::size_t N> Vocabulary::NameMap MapOf(const Row (&rows)[N])
 #define VOCABULARY_REPEAT(number, name) {number, #name},
 #define VOCABULARY_PARAMETER(number, name) {number, #name},
 
-const Vocabulary::NameMap errors = MapOf({
-#include "vocabulary/rows/errors.inc"
-});
-const Vocabulary::NameMap operations = MapOf({
-#include "vocabulary/rows/operations.inc"
-});
-const Vocabulary::NameMap properties = MapOf({
-#include "vocabulary/rows/properties.inc"
-});
-std::mutex valuesLock; // of whoever asks for a name: a new number is entered
 Vocabulary::NameMap& Values()
 {
     static Base::UntilUnload<Vocabulary::NameMap> values(MapOf({
@@ -43,32 +33,34 @@ Vocabulary::NameMap& Values()
     }));
     return *values;
 }
-const Vocabulary::NameMap events = MapOf({
-#include "vocabulary/rows/events.inc"
-});
-const Vocabulary::NameMap objectTypes = MapOf({
-#include "vocabulary/rows/object-types.inc"
-});
-const Vocabulary::NameMap units = MapOf({
-#include "vocabulary/rows/units.inc"
-});
+std::mutex valuesLock; // of whoever asks for a name: a new number is entered
 
 } // namespace
 
+// Each map is made when it is first asked for, where a lack of memory can be reported.
 namespace Vocabulary
 {
 
 const NameMap& errorNames()
 {
-    return errors;
+    static Base::UntilUnload<NameMap> names(MapOf({
+#include "vocabulary/rows/errors.inc"
+    }));
+    return *names;
 }
 const NameMap& operationNames()
 {
-    return operations;
+    static Base::UntilUnload<NameMap> names(MapOf({
+#include "vocabulary/rows/operations.inc"
+    }));
+    return *names;
 }
 const NameMap& propertyNames()
 {
-    return properties;
+    static Base::UntilUnload<NameMap> names(MapOf({
+#include "vocabulary/rows/properties.inc"
+    }));
+    return *names;
 }
 const NameMap& valueNames()
 {
@@ -76,15 +68,24 @@ const NameMap& valueNames()
 }
 const NameMap& eventNames()
 {
-    return events;
+    static Base::UntilUnload<NameMap> names(MapOf({
+#include "vocabulary/rows/events.inc"
+    }));
+    return *names;
 }
 const NameMap& objectTypeNames()
 {
-    return objectTypes;
+    static Base::UntilUnload<NameMap> names(MapOf({
+#include "vocabulary/rows/object-types.inc"
+    }));
+    return *names;
 }
 const NameMap& unitNames()
 {
-    return units;
+    static Base::UntilUnload<NameMap> names(MapOf({
+#include "vocabulary/rows/units.inc"
+    }));
+    return *names;
 }
 
 } // namespace Vocabulary

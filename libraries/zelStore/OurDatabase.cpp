@@ -1,5 +1,6 @@
 #include "libraries/zelStore/OurDatabase.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -72,17 +73,39 @@ State Examine(sqlite3* database, const std::vector<Definition>& definitions)
     return state;
 }
 
+/// Examines a file beside which a transaction is still to be carried out or taken back. One of ours
+/// may look as if it were cut off while it was made.
+void ExamineUnfinished(sqlite3* database, const std::vector<Definition>& definitions)
+{
+    try
+    {
+        const std::int64_t application = ReadNumber(database, "PRAGMA application_id");
+        const std::int64_t version = ReadNumber(database, "PRAGMA user_version");
+        if (application != 0 || version != 0)
+            return CheckVersion(application, version);
+        for (const auto& [name, sql] : ReadContents(database))
+            if (!sql.empty() && std::none_of(definitions.begin(), definitions.end(),
+                                             [&name = name](const Definition& definition)
+                                             { return definition.name == name; }))
+                CheckVersion(application, version);
+    }
+    catch (const Failure& failure)
+    {
+        if (failure.code != SQLITE_CORRUPT)
+            throw;
+    }
+}
+
 } // namespace
 
 void CheckDatabase(sqlite3* database, const std::vector<Definition>& definitions,
                    bool hasUnfinished)
 {
     const Transaction reading(database, "BEGIN");
-    if (!hasUnfinished)
-        Examine(database, definitions);
+    if (hasUnfinished)
+        ExamineUnfinished(database, definitions);
     else
-        CheckVersion(ReadNumber(database, "PRAGMA application_id"),
-                     ReadNumber(database, "PRAGMA user_version"));
+        Examine(database, definitions);
 }
 
 void AdoptDatabase(sqlite3* database, const std::vector<Definition>& definitions)

@@ -15,7 +15,7 @@ inline constexpr std::int64_t applicationId = 0x54524E53;
 
 /// Checks a file without writing to it, and fails as AdoptDatabase does.
 /// @param hasUnfinished  changes to the file lie beside it: only what was in it from its beginning
-///                       is looked at, and an empty one is not free
+///                       is looked at, and it may be cut off
 void CheckDatabase(sqlite3* database, const std::vector<Definition>& definitions,
                    bool hasUnfinished);
 

@@ -371,6 +371,13 @@ TEST_F(Linux, ADiskIsReadAgainWhenItMayHoldSomethingNew)
         ASSERT_EQ(parts.size(), 2u);
         EXPECT_EQ(parts[0].m_PartitionName + parts[1].m_PartitionName, "sda1sda10");
     }
+    // Something was mounted from it.
+    Put("sys/block/sda/stat", "_1_1_1_1_1_1_1"), tablesRead = 0;
+    std::vector<ZKTX::CSystemPartition> parts;
+    contents.AppendPartitions(
+        disk, std::make_shared<const MountTable>("1 2 8:1 / /m rw - ext4 /dev/sda1\n", ""), now,
+        parts);
+    EXPECT_EQ(parts.at(0).m_Text1 + std::to_string(tablesRead), "/m1");
 }
 
 TEST_F(Linux, APictureIsTrustedForAMinuteUnlessAChangeIsAnnounced)
@@ -426,6 +433,24 @@ TEST_F(Linux, NumbersOfDisksAreThoseOfTheKernel)
         EXPECT_EQ(DiskNumberOfName(name),
                   number < 0 ? std::nullopt : std::optional(static_cast<DWORD>(number)))
             << name;
+}
+
+TEST_F(Linux, PartitionsStandInTheOrderOfTheirNumbersAndANewOneMakesANewDisk)
+{
+    SystemTables tables({folder.File("sys"), folder.File("proc"), folder.File("dev")});
+    const auto now = std::chrono::steady_clock::now();
+    Put("sys/block/sda/diskseq", "7");
+    const auto before = tables.Refresh(now)->disks.at(0);
+    folder.Write("sys/kernel/uevent_seqnum", "1");
+    EXPECT_EQ(tables.Refresh(now)->disks.at(0), before) << "nothing is new";
+    for (const auto& [name, text] :
+         {std::pair{"size", "16"}, {"start", "8"}, {"dev", "8:2"}, {"partition", "2"}})
+        Put(std::string("sys/block/sda/sda2/") + name, text);
+    folder.Write("sys/kernel/uevent_seqnum", "2");
+    std::string names;
+    for (const KernelPartition& partition : tables.Refresh(now)->disks.at(0)->partitions)
+        names += partition.name + ' ';
+    EXPECT_EQ(names, "sda1 sda2 sda10 ");
 }
 
 TEST_F(Linux, AShortageIsNoWordOnADisk)

@@ -120,7 +120,7 @@ TEST_F(Unload, LeavesNothing)
         const auto files = OpenFiles();
         const auto mapped = Mapped();
         const std::size_t used = mallinfo2().uordblks;
-        for (int i = 0; i < 60; ++i)
+        for (int i = 0; i < 20; ++i)
             load(machine);
         EXPECT_EQ(OpenFiles(), files);
         EXPECT_EQ(Mapped(), mapped);
