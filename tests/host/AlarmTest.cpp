@@ -216,7 +216,8 @@ TEST_F(AlarmVerb, FailuresAreToldAndLeaveTheTroubleUntold)
     std::ofstream(*BookFile()) << R"({"version": 1, "drives": [7]})";
     Running watch(Watch({"--exec", NotingScript()}));
     EXPECT_TRUE(Holds(watch.LineWith("tarnisctl-watch-"), "told once more"));
-    EXPECT_EQ(CountLines(CallsOnce(3)), 3U);
+    EXPECT_EQ(CallsOnce(3),
+              "started trouble disk0\nstarted trouble disk0\nstarted trouble disk0\n");
 }
 
 TEST_F(AlarmVerb, ValuesAreSafeForAShell)

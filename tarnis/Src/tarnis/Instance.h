@@ -16,6 +16,7 @@
 #include "tarnis/Src/tarnis/SourceLocation.h"
 #include "tarnis/Src/tarnisAdapter/Adapter.h"
 #include "tarnis/Src/tarnisPhysicalDrive/PhysicalDrive.h"
+#include "tarnis/Src/tarnisPlugin/DisksOfTree.h"
 #include "tarnis/Src/tarnisPlugin/KnownDrives.h"
 #include "tarnis/Src/tarnisPlugin/Plugin.h"
 
@@ -179,6 +180,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     std::string m_DriverName; ///< written by Initialize before any query runs
     std::string m_DriverVersion;
     RowsInStep m_RowsInStep TARNIS_GUARDED_BY(m_DataLock);
+    DisksOfTree m_DisksOfTree TARNIS_GUARDED_BY(m_DataLock); ///< as the last scan found them
     std::set<std::int32_t>
         m_DrivesGone TARNIS_GUARDED_BY(m_DataLock); ///< numbers, until they are back
     KnownDrives m_KnownDrives TARNIS_GUARDED_BY(m_DataLock);

@@ -3,7 +3,6 @@
 #include "tarnis/Src/tarnis/RowOperation.h"
 #include "tarnis/Src/tarnisPhysicalDrive/EndOfLife.h"
 #include "tarnis/Src/tarnisPhysicalDrive/PartitionRows.h"
-#include "tarnis/Src/tarnisPlugin/Discovery.h"
 #include "tarnis/Src/tarnisPlugin/Identity.h"
 #include "vocabulary/Names.h"
 
@@ -58,19 +57,6 @@ void SetHealth(PD& row, const CAHCIPhysicalDrive& drive)
     if (drive.m_RemainingLifeTimeHours != NoReading64)
         row.endOfLifeDate = EndOfLifeDate(drive.m_RemainingLifeTimeHours);
 }
-
-/// A drive that does not answer this process may answer another one, which keeps its row.
-struct DisksOfTree
-{
-    std::vector<std::uint32_t> numbers;
-    bool isComplete = true;
-
-    bool Lacks(std::int32_t number) const
-    {
-        return isComplete && std::find(numbers.begin(), numbers.end(),
-                                       static_cast<std::uint32_t>(number)) == numbers.end();
-    }
-};
 
 /// Lets out what the database throws.
 void WritePartitionRow(DatabaseORM::storage_t& database, const PartitionChange& change)
@@ -261,13 +247,10 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::DeleteObjectFromDatabase(const CAHCIPhysicalDri
 void IPLUGINAPI_IMPL::RemoveStaleDriveRows(const CAHCIAdapter& adapter)
 {
     std::vector<PD> rows;
-    DisksOfTree present;
     RunRowOperation(
         m_RowsInStep,
         [&]
         {
-            std::string driverName;
-            FindStorageDriver(driverName, present.numbers, &present.isComplete);
             rows = m_Database->select<PD>(
                 And{Equal(&PD::globalAdapterNumber, adapter.m_GlobalAdapterNumber),
                     Equal(&PD::hostName, RowHost)});
@@ -276,7 +259,7 @@ void IPLUGINAPI_IMPL::RemoveStaleDriveRows(const CAHCIAdapter& adapter)
          "Storage query exception thrown during looking for rows of removed PDs in DB. (%s)"});
     for (const PD& row : rows)
     {
-        if (m_DrivesGone.count(row.deviceNumber) == 0 && !present.Lacks(row.deviceNumber))
+        if (m_DrivesGone.count(row.deviceNumber) == 0 && !m_DisksOfTree.Lacks(row.deviceNumber))
             continue;
         CAHCIPhysicalDrive gone;
         gone.m_AdapterNumber = adapter.m_AdapterNumber;

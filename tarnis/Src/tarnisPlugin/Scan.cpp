@@ -139,13 +139,13 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     CAHCIAdapter adapter = MakeAdapter(firstScan);
 
     std::string driverName; // the instance keeps the one that Initialize found
-    std::vector<std::uint32_t> diskNumbers;
-    FindStorageDriver(driverName, diskNumbers);
-    m_KnownDrives.Keep(diskNumbers);
-    drives.reserve(diskNumbers.size());
-    adapter.GetChildren().reserve(diskNumbers.size());
+    DisksOfTree disks;
+    FindStorageDriver(driverName, disks.numbers, &disks.isComplete);
+    m_KnownDrives.Keep(disks.numbers);
+    drives.reserve(disks.numbers.size());
+    adapter.GetChildren().reserve(disks.numbers.size());
     const DriveIndex last(m_PhysicalDrives);
-    for (const std::uint32_t diskNumber : diskNumbers)
+    for (const std::uint32_t diskNumber : disks.numbers)
     {
         CAHCIPhysicalDrive& drive = drives.emplace_back();
         if (!MakePhysicalDrive(diskNumber, adapter, drive))
@@ -170,6 +170,7 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     for (CAHCIPhysicalDrive& drive : drives)
         drive.m_GlobalAdapterNumber = adapter.m_GlobalAdapterNumber;
     adapters.push_back(std::move(adapter));
+    m_DisksOfTree = std::move(disks);
     ids.Keep();
 
     Trace(TRACE_FLOW, "LEAVE ScanSystem() -> %d", PI::ERR_SUCCESS);
