@@ -35,8 +35,8 @@ class Built:
         self.header = readelf(path, "-h")
         self.segments = readelf(path, "-l")
         self.dynamic = readelf(path, "-d")
-        self.wanted = {name.partition("@")[0] for name in
-                       re.findall(r" UND (\S+)", readelf(path, "--dyn-syms"))}
+        self.symbols = readelf(path, "--dyn-syms")
+        self.wanted = {name.partition("@")[0] for name in re.findall(r" UND (\S+)", self.symbols)}
         with open(path, "rb") as file:
             self.code = file.read()
 
@@ -65,6 +65,8 @@ def faults_of_code(built):
             yield f"does not check its {what}"
     if built.wanted & UNCHECKED:
         yield "formats texts without checks"
+    if re.search(r" UNIQUE +\w+ +\d+ ", built.symbols):
+        yield "cannot be unloaded"
     if "X86-64" in built.header and built.code.count(ENDBR64) <= FOREIGN_PLACES:
         yield "has no marked places to jump to"
 
