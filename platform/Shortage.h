@@ -32,11 +32,7 @@ constexpr bool IsShortage(DWORD error)
 
 /// Thrown where a result has no room for the cause. Needs no memory, and is caught as exhausted
 /// memory is.
-class Shortage : public std::bad_alloc
-{
-  public:
-    const char* what() const noexcept override { return "no memory or descriptor left"; }
-};
+using Shortage = std::bad_alloc;
 
 /// @throws Shortage
 inline void ThrowShortage(DWORD error)

@@ -231,7 +231,7 @@ TEST_F(Watch, AStopLeavesASlowPassItsTimeWhateverTheClockShows)
     nlohmann::json machine = MachineHolding(Drives{{1, {"A"}}});
     machine["disks"][0]["delay_ms"] = {{"identify", 1000}};
     Hang(UseMachine(machine), 1);
-    Stop([step = Day]() mutable { AdvanceClock(step = -2 * step); });
+    Stop([step = Day]() mutable { AdvanceClock(step = -step); });
     EXPECT_EQ(Collected(), Texts{Came(1, "A")});
 }
 
