@@ -19,19 +19,40 @@ thread_local long t_blocksLeft = -1; ///< until no block is given; negative: the
 
 } // namespace
 
-void* operator new(std::size_t size)
+// Every form has one, for AddressSanitizer brings its own of those that are missing.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     if (t_blocksLeft >= 0 && t_blocksLeft-- == 0)
-        throw std::bad_alloc();
-    if (void* block = std::malloc(size))
+        return nullptr;
+    return std::malloc(size);
+}
+void* operator new(std::size_t size)
+{
+    if (void* block = operator new(size, std::nothrow))
         return block;
     throw std::bad_alloc();
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    return operator new(size, std::nothrow);
+}
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
 }
 void operator delete(void* block) noexcept
 {
     std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+void operator delete[](void* block) noexcept
+{
+    std::free(block);
+}
+void operator delete[](void* block, std::size_t) noexcept
 {
     std::free(block);
 }
