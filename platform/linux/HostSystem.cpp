@@ -61,8 +61,8 @@ FileStamp StampOf(const std::string& path)
 
 std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& content)
 {
-    // Of a file that cannot be opened, too: it is not read again until it changes.
     file.stamp = StampOf(file.path);
+    file.isFresh = true; // what cannot be read is tried again, whether it changes or not
     // Without O_NONBLOCK, a FIFO would hold us until somebody writes.
     const FileDescriptor descriptor(
         open(file.path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
@@ -78,7 +78,6 @@ std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& con
     if (!S_ISREG(status.st_mode))
         return "is not a regular file";
     file.stamp = MakeStamp(status);
-    file.isFresh = IsFresh(file.stamp);
 
     content.clear();
     if (file.stamp.size <= limit)
@@ -94,7 +93,10 @@ std::string ReadWholeFile(WatchedFile& file, std::size_t limit, std::string& con
         if (count < 0)
             return "cannot be read (" + Reason(errno) + ")";
         if (count == 0)
+        {
+            file.isFresh = IsFresh(file.stamp);
             return "";
+        }
         content.append(block, 0, static_cast<std::size_t>(count));
         if (content.size() > limit)
             return TooLarge(limit);
