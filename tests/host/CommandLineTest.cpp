@@ -195,7 +195,7 @@ TEST(CommandLine, SystemCallsThatFailAreTold)
     for (const auto& [call, said] : cases)
         ExpectComplaint(RunTarnisctl({"--json", "--machine", machine},
                                      {{"LD_PRELOAD", TARNIS_BIN_DIR "/preload.so"},
-                                      {"FAILING", call},
+                                      {"FAULTS", call + ":1:always"},
                                       {"ASAN_OPTIONS", "verify_asan_link_order=0"}}),
                         3, said);
 }

@@ -305,30 +305,6 @@ TEST(Machine, MemoryThatRunsOutIsOneLine)
     EXPECT_TRUE(failed);
 }
 
-TEST(Machine, MemoryMayEndAtAnyStepOfTheAnswer)
-{
-    if (!isMemoryLimitable)
-        GTEST_SKIP() << "skipped: a sanitizer has its own memory";
-    const std::string file = ManyDrives(100, R"({"id": 194, "raw": 23})");
-    const auto run = [&](long allocations)
-    {
-        return RunTarnisctl({"--json", "--machine", file},
-                            {{"LD_PRELOAD", TARNIS_BIN_DIR "/little_memory.so"},
-                             {"ALLOCATIONS", std::to_string(allocations)}});
-    };
-    long enough = 1 << 14;
-    while (run(enough).exitCode != 0 && enough < 1 << 24)
-        enough += enough / 4;
-    // In its second half the program has the drives and writes.
-    constexpr long steps = 64;
-    for (long step = steps / 2; step < steps; ++step)
-    {
-        const Outcome outcome = run(enough * step / steps);
-        ASSERT_TRUE(outcome.exitCode == 0 || outcome.exitCode == 3) << step << outcome.err;
-        EXPECT_EQ(outcome.err, outcome.exitCode == 0 ? "" : "tarnisctl: memory ran out\n");
-    }
-}
-
 TEST(Machine, AWatchWithoutMemoryEndsInOneLine)
 {
     if (!isMemoryLimitable)

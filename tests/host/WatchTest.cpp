@@ -195,7 +195,7 @@ TEST(WatchVerb, WithoutAThreadNothingIsWatched)
 {
     const std::string machine = PutNumbers({0});
     Environment environment = ShiftedClock();
-    environment.emplace_back("FAILING", "pthread_create");
+    environment.emplace_back("FAULTS", "pthread_create:1:always");
     const Outcome outcome = RunTarnisctl({"watch", "--machine", machine}, environment);
     ExpectComplaint(outcome, 3, "nothing is watched: the system gave no thread");
     EXPECT_EQ(RunTarnisctl({"show", "--machine", machine}, environment).exitCode, 0);
