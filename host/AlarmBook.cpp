@@ -2,11 +2,10 @@
 
 #include "host/Identity.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <limits>
 #include <set>
+#include <stdexcept>
 #include <utility>
 
 namespace Host
@@ -14,8 +13,6 @@ namespace Host
 
 namespace
 {
-
-using nlohmann::json;
 
 constexpr const char* goneCause = "gone";
 constexpr std::uint64_t aDay = 24 * 3600 * 1000;
@@ -29,61 +26,61 @@ AlarmBook::AlarmBook(std::uint32_t remindSeconds, Filter isChosen)
 {
 }
 
-AlarmBook::Record AlarmBook::RecordOf(const json& entry)
+AlarmBook::Record AlarmBook::RecordOf(const StateEntry& entry)
 {
     Record record;
-    record.drive.label = entry.at("label");
-    record.drive.model = entry.at("model");
-    record.drive.serial = entry.at("serial");
-    record.drive.firmware = entry.at("firmware");
-    record.drive.state = entry.at("state");
-    record.drive.unended = entry.at("unended").get<std::vector<std::string>>();
-    record.isGone = entry.at("gone");
-    record.isTold = entry.at("told");
+    record.drive.label = ValueOf<std::string>(entry, "label");
+    record.drive.model = ValueOf<std::string>(entry, "model");
+    record.drive.serial = ValueOf<std::string>(entry, "serial");
+    record.drive.firmware = ValueOf<std::string>(entry, "firmware");
+    record.drive.state = ValueOf<std::string>(entry, "state");
+    record.drive.unended = ValueOf<StateTexts>(entry, "unended");
+    record.isGone = ValueOf<bool>(entry, "gone");
+    record.isTold = ValueOf<bool>(entry, "told");
     record.isTroubled = record.isTold;
     record.isEarlier = true;
-    for (const auto& [cause, time] : entry.at("times").get<std::map<std::string, std::uint64_t>>())
+    for (const auto& [cause, time] : ValueOf<StateNumbers>(entry, "times"))
         record.tellings[cause] = {time, true};
     return record;
 }
 
-bool AlarmBook::Load(const json& content)
+bool AlarmBook::Load(const State& state)
 {
     try
     {
         Records records;
-        for (const json& entry : content.at("drives"))
+        for (const StateEntry& entry : state.drives)
             records.emplace(++m_LastNumber, RecordOf(entry));
         m_Records = std::move(records);
         return true;
     }
-    catch (const json::exception&)
+    catch (const std::invalid_argument&)
     {
         return false;
     }
 }
 
-json AlarmBook::Save() const
+State AlarmBook::Save() const
 {
-    json drives = json::array();
+    State state;
     for (const auto& [number, record] : m_Records)
     {
-        json times = json::object();
+        StateNumbers times;
         for (const auto& [cause, telling] : record.tellings)
             if (telling.isTold)
                 times[cause] = telling.time;
         const KnownDrive& drive = record.drive;
-        drives.push_back({{"label", drive.label},
-                          {"model", drive.model},
-                          {"serial", drive.serial},
-                          {"firmware", drive.firmware},
-                          {"state", drive.state},
-                          {"unended", drive.unended},
-                          {"gone", record.isGone},
-                          {"told", record.isTold},
-                          {"times", times}});
+        state.drives.push_back({{"label", drive.label},
+                                {"model", drive.model},
+                                {"serial", drive.serial},
+                                {"firmware", drive.firmware},
+                                {"state", drive.state},
+                                {"unended", drive.unended},
+                                {"gone", record.isGone},
+                                {"told", record.isTold},
+                                {"times", times}});
     }
-    return {{"drives", drives}};
+    return state;
 }
 
 void AlarmBook::Look(const std::vector<KnownDrive>& present)

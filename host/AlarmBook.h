@@ -2,8 +2,7 @@
 #pragma once
 
 #include "host/Changes.h"
-
-#include <nlohmann/json_fwd.hpp>
+#include "host/StateText.h"
 
 #include <cstdint>
 #include <functional>
@@ -47,8 +46,8 @@ class AlarmBook
     AlarmBook(std::uint32_t remindSeconds, Filter isChosen);
 
     /// Takes over what an earlier run has told. @return false when it is not what Save gives
-    bool Load(const nlohmann::json& content);
-    nlohmann::json Save() const;
+    bool Load(const State& state);
+    State Save() const;
 
     /// @param present  all drives that there are
     void Look(const std::vector<KnownDrive>& present);
@@ -81,7 +80,7 @@ class AlarmBook
     };
     using Records = std::map<std::uint64_t, Record>;
 
-    static Record RecordOf(const nlohmann::json& entry);
+    static Record RecordOf(const StateEntry& entry);
     void Meet(Record& record, const KnownDrive& drive);
     /// @param hasSuccessor  whether a drive that was not known has its number
     void Miss(Record& record, bool hasSuccessor);

@@ -8,7 +8,6 @@
 #include "host/System.h"
 
 #include <boost/crc.hpp>
-#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cstddef>
@@ -139,7 +138,7 @@ void Alarms::Load()
 {
     try
     {
-        if (const auto content = m_File.Read(); content && !m_Book.Load(*content))
+        if (const auto state = m_File.Read(); state && !m_Book.Load(*state))
             m_File.FailContent();
     }
     catch (const Failure& failure)
@@ -150,15 +149,15 @@ void Alarms::Load()
 
 void Alarms::Save()
 {
-    nlohmann::json content = m_Book.Save();
-    content["command"] = m_Options.command;
-    std::string text = JsonText(content);
+    State state = m_Book.Save();
+    state.facts["command"] = m_Options.command;
+    std::string text = StateText(state);
     if (text == m_Saved)
         return;
     std::string trouble;
     try
     {
-        m_File.Write(std::move(content));
+        m_File.Write(std::move(state));
         m_Saved = std::move(text);
     }
     catch (const Failure& failure)

@@ -2,10 +2,9 @@
 
 #include "host/StateFile.h"
 
-#include <nlohmann/json.hpp>
-
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 
 namespace Host
 {
@@ -13,21 +12,22 @@ namespace Host
 namespace
 {
 
-using nlohmann::json;
-
 StateFile File()
 {
     return {"tarnisctl-check.json", "check --forget begins it anew"};
 }
 
-json CountJson(const std::optional<std::uint64_t>& count)
+StateValue ValueOfCount(const std::optional<std::uint64_t>& count)
 {
-    return count ? json(*count) : json(nullptr);
+    return count ? StateValue(*count) : StateValue(nullptr);
 }
 
-std::optional<std::uint64_t> CountOf(const json& count)
+std::optional<std::uint64_t> CountOf(const StateEntry& entry, const std::string& name)
 {
-    return count.is_null() ? std::nullopt : std::optional(count.get<std::uint64_t>());
+    const auto found = entry.find(name);
+    if (found != entry.end() && found->second == StateValue(nullptr))
+        return std::nullopt;
+    return ValueOf<std::uint64_t>(entry, name);
 }
 
 Identity IdentityOf(const Drive& drive)
@@ -47,43 +47,39 @@ std::vector<std::optional<std::size_t>> Find(const std::vector<Drive>& drives,
     return FindAgain(present, remembered);
 }
 
-SeenDrive DriveOf(const json& entry)
+SeenDrive DriveOf(const StateEntry& entry)
 {
-    return {{entry.at("label"), entry.at("model"), entry.at("serial")},
-            {CountOf(entry.at("pending")), CountOf(entry.at("uncorrectable"))}};
+    return {{ValueOf<std::string>(entry, "label"), ValueOf<std::string>(entry, "model"),
+             ValueOf<std::string>(entry, "serial")},
+            {CountOf(entry, "pending"), CountOf(entry, "uncorrectable")}};
 }
 
 } // namespace
 
 std::vector<SeenDrive> ReadSeenDrives()
+try
 {
-    const StateFile file = File();
-    const std::optional<json> content = file.Read();
     std::vector<SeenDrive> drives;
-    if (!content)
-        return drives;
-    try
-    {
-        for (const json& entry : content->at("drives"))
+    if (const auto state = File().Read())
+        for (const StateEntry& entry : state->drives)
             drives.push_back(DriveOf(entry));
-    }
-    catch (const json::exception&)
-    {
-        file.FailContent();
-    }
     return drives;
+}
+catch (const std::invalid_argument&)
+{
+    File().FailContent();
 }
 
 void WriteSeenDrives(const std::vector<SeenDrive>& drives)
 {
-    json entries = json::array();
+    State state;
     for (const SeenDrive& drive : drives)
-        entries.push_back({{"label", drive.identity.label},
-                           {"model", drive.identity.model},
-                           {"serial", drive.identity.serial},
-                           {"pending", CountJson(drive.errors.pendingSectors)},
-                           {"uncorrectable", CountJson(drive.errors.uncorrectableErrors)}});
-    File().Write({{"drives", entries}});
+        state.drives.push_back({{"label", drive.identity.label},
+                                {"model", drive.identity.model},
+                                {"serial", drive.identity.serial},
+                                {"pending", ValueOfCount(drive.errors.pendingSectors)},
+                                {"uncorrectable", ValueOfCount(drive.errors.uncorrectableErrors)}});
+    File().Write(state);
 }
 
 SeenChanges CompareWithSeen(const std::vector<Drive>& drives, const std::vector<SeenDrive>& seen)

@@ -5,11 +5,11 @@
 #include "contracts/zelStore/RowState.h"
 #include "host/Failure.h"
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
+#include <utility>
 
 namespace Host
 {
@@ -18,9 +18,8 @@ namespace
 {
 
 namespace fs = std::filesystem;
-using nlohmann::json;
-
-constexpr int version = 1;
+constexpr const char* versionName = "version";
+constexpr std::uint64_t version = 1;
 constexpr std::size_t largest = 16 << 20;
 
 /// What sets the files of a machine file apart from those of the computer, in whose folder they lie
@@ -34,16 +33,13 @@ std::string PrefixOf(const fs::path& database)
 
 } // namespace
 
-std::string JsonText(const json& content)
-{
-    constexpr int indent = 2;
-    return content.dump(indent, ' ', true, json::error_handler_t::replace) + "\n";
-}
-
 std::string KeptText(const std::string& text)
 {
     const bool isPlain = std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
-    return isPlain ? text : json::parse(JsonText(text)).get<std::string>();
+    if (isPlain)
+        return text;
+    const auto kept = ParseState(StateText({{{"text", text}}, {}}));
+    return ValueOf<std::string>(kept.value().state.facts, "text");
 }
 
 StateFile::StateFile(const std::string& name, const std::string& remedy) : m_Remedy("; " + remedy)
@@ -58,7 +54,7 @@ void StateFile::FailContent() const
     throw Failure(EXIT_PLUGIN, m_Path + " does not hold what is kept there" + m_Remedy);
 }
 
-std::optional<json> StateFile::Read() const
+std::optional<State> StateFile::Read() const
 {
     if (m_Path.empty())
         return std::nullopt;
@@ -79,20 +75,22 @@ std::optional<json> StateFile::Read() const
     case PI::FileState::Unreadable:
         throw Failure(EXIT_PLUGIN, m_Path + " cannot be read" + m_Remedy);
     }
-    json content = json::parse(text, nullptr, false);
-    if (!content.is_object() || !content.contains("version"))
+    auto parsed = ParseState(text);
+    if (!parsed || !parsed->state.facts.contains(versionName))
         FailContent();
-    if (content["version"] != version)
+    if (parsed->state.facts[versionName] != StateValue(version))
         throw Failure(EXIT_PLUGIN, m_Path + " is of another version" + m_Remedy);
-    return content;
+    if (!parsed->isWhole)
+        FailContent();
+    return std::move(parsed->state);
 }
 
-void StateFile::Write(json content) const
+void StateFile::Write(State state) const
 {
     if (m_Path.empty())
         return;
-    content["version"] = version;
-    if (!PI::ReplaceWholeFile(m_Path, JsonText(content)))
+    state.facts[versionName] = version;
+    if (!PI::ReplaceWholeFile(m_Path, StateText(state)))
         throw Failure(EXIT_PLUGIN, m_Path + ": what was seen cannot be kept, the file cannot be "
                                             "written; let this user write there, or name a "
                                             "database elsewhere with --database");

@@ -1,16 +1,13 @@
 // What is remembered from one run to the next: a JSON file beside the database.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
+#include "host/StateText.h"
 
 #include <optional>
 #include <string>
 
 namespace Host
 {
-
-/// The content as the file has it: what is not UTF-8 becomes U+FFFD.
-std::string JsonText(const nlohmann::json& content);
 
 /// A text as it comes back from the file. What is compared with it has to be so, too.
 std::string KeptText(const std::string& text);
@@ -25,10 +22,10 @@ class StateFile
 
     /// @return nothing when there is no file yet. @throws Failure for one that cannot be read or is
     ///         not of this version
-    std::optional<nlohmann::json> Read() const;
+    std::optional<State> Read() const;
 
     /// Puts a new file in the place of the old one, in one step and with mode 0640. @throws Failure
-    void Write(nlohmann::json content) const;
+    void Write(State state) const;
 
     /// For a file that holds JSON, but not what is kept there. @throws Failure
     [[noreturn]] void FailContent() const;

@@ -117,11 +117,22 @@ TEST(CheckVerb, OneLineAndItsCode)
     const std::string failing = PutMachine({HardDisk(0, Page(36, 0))});
     EXPECT_EQ(RunTarnisctl({"check", "--quiet", "--machine", failing}).out, "");
     // Whatever is wrong with check itself is unknown, and hides no drive that fails.
-    testFolder.Write("tarnisctl-check.json", "{");
-    const Outcome both = RunTarnisctl({"check", "--machine", failing});
-    EXPECT_EQ(both.exitCode, 2);
-    EXPECT_TRUE(Holds(both.out, "check.json does not hold what is kept there; check --forget"))
-        << both.out;
+    const std::string drive = R"("label": "disk0", "model": "", "serial": "", "pending": null)";
+    const std::string inVersion1 = R"(, "version": 1})";
+    for (const std::string& content :
+         {std::string("{"), std::string(4 << 20, '['), R"({"drives": [])" + inVersion1 + "]",
+          R"([{"drives": [])" + inVersion1 + "]", R"({"drives": [3])" + inVersion1,
+          R"({"drives": [{)" + drive + "}]" + inVersion1,
+          R"({"drives": [{)" + drive + R"(, "uncorrectable": -1}])" + inVersion1,
+          R"({"drives": [], "more": {"version": 1})" + inVersion1, R"({"x": 0)" + inVersion1})
+    {
+        testFolder.Write("tarnisctl-check.json", content);
+        const Outcome both = RunTarnisctl({"check", "--machine", failing});
+        EXPECT_EQ(both.exitCode, 2);
+        EXPECT_TRUE(Holds(both.out, "check.json does not hold what is kept there; check --forget"))
+            << content.substr(0, 200) << '\n'
+            << both.out;
+    }
     const std::string machine = PutMachine({well});
     EXPECT_EQ(RunTarnisctl({"check", "--expect", "1", "--machine", machine}).exitCode, 0);
     for (const Arguments& wrong :
