@@ -203,7 +203,7 @@ void AlarmBook::Finish(const Alarm& alarm, bool isTold, std::uint64_t now)
     record.isUnderWay = false;
     if (alarm.kind == AlarmKind::Ended)
     {
-        record.isTold = false; // told or failed: the end is tried once
+        record.isTold = false; // for an end the command is run once, even if it fails
         return;
     }
     record.isTold = record.isTold || isTold;

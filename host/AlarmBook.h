@@ -40,8 +40,9 @@ class AlarmBook
   public:
     using Filter = std::function<bool(const KnownDrive&)>;
 
-    /// @param remindSeconds  0: a reminder never comes; what ended and begins again is then told
-    ///                       again after a day
+    /// @param remindSeconds  0: no reminders; trouble that ended and returns is then told again
+    /// when
+    ///                       a day has passed
     /// @param isChosen       of which drives alarms are wanted
     AlarmBook(std::uint32_t remindSeconds, Filter isChosen);
 

@@ -13,8 +13,8 @@ namespace Host
 /// One line without its end: when, how bad, which drive, what it was and what it is, and why.
 std::string ChangeLine(const Change& change);
 
-/// "was in use, is failing: endurance used 99 %". Texts of a drive stand in it as they are.
-/// @param from  empty, or as the new one: there is nothing to say of it
+/// "was in use, is failing: endurance used 99 %". Texts of a drive are not escaped.
+/// @param from  left out when it is empty or the same as `to`
 std::string StatesText(const std::string& from, const std::string& to, const std::string& readings);
 
 /// Its members but for the time, without the object around them.

@@ -24,7 +24,7 @@ boost::system::error_code MakeFolders(const boost::filesystem::path& folder);
 /// Makes an empty file that is not there yet: 0640, with the group of its folder, whatever the
 /// umask is. On Windows it inherits its rights.
 /// @param path  resolved
-/// @return errc::file_exists where something stands
+/// @return errc::file_exists when there is a file already, or anything else of that name
 boost::system::error_code MakeFile(const boost::filesystem::path& path);
 
 #if !defined(_WIN32)

@@ -31,8 +31,7 @@ class ZELKIT_API CWaiter
     /// Needs no memory.
     /// @param waitForAll  wait until all are signalled at once; all are consumed then
     /// @return 1-based position of the signalled handle (1 for all); RESULT_TIMEOUT;
-    /// RESULT_STOPPED,
-    ///         with nothing consumed, once the calling thread was asked to stop;
+    ///         RESULT_STOPPED, with nothing consumed, once the calling thread was asked to stop;
     ///         RESULT_NOT_INITIALISED when an event was never initialised; RESULT_INVALID for no
     ///         handles, or so many that a position could be taken for a result
     std::uint32_t Wait(std::uint32_t milliseconds, bool waitForAll);

@@ -17,8 +17,8 @@ namespace PI
 /// stands behind the first "=", blanks included, without the line's end (LF or CR LF). Of a
 /// repeated key the first line holds. Lines without "=", lines that begin with "#", ";" or "[", and
 /// a byte order mark at the start are no keys and are kept. A file of more than 64 MiB, or one that
-/// is not a regular file, counts as unreadable, and so does one that a symbolic link leads to which
-/// others may have made: a link is followed unless it lies in a folder that they may write to.
+/// is not a regular file, counts as unreadable. Symbolic links are followed, except those in a
+/// folder that other users may write to: they may have made them, and the file is unreadable.
 ///
 /// A bare file name is looked for in the folder TARNIS_CONFIG_DIR; without it in /etc/tarnis if
 /// that exists, else in $XDG_CONFIG_HOME/tarnis ($HOME/.config/tarnis).

@@ -83,7 +83,7 @@ class ZELPLUG_API CSmartValues
     ///         reading; they are untouched otherwise
     bool Evaluate(const _IDE_SMART_DATA& page);
 
-    /// Tells which attributes of the page the readings of Evaluate come from.
+    /// Names the attributes of the page from which Evaluate takes its readings.
     /// @return false, with the attributes alone, when no family fits the page
     bool Explain(const _IDE_SMART_DATA& page, CSmartExplanation& explanation) const;
 

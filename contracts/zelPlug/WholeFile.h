@@ -14,7 +14,7 @@ enum class FileState
     Missing,
     NoFile,  ///< a folder, a pipe, a device
     TooLong, ///< than the limit
-    Link,    ///< a link on its way lies in a folder that others may write to, or has no end
+    Link,    ///< reached by a link in a folder that others may write to, or by links in a circle
     Unreadable,
 };
 

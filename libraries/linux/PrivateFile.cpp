@@ -31,7 +31,7 @@ path FolderOf(const path& place)
     return place.has_parent_path() ? place.parent_path() : path(".");
 }
 
-/// Also when it cannot be told.
+/// @return true also when the rights of the folder cannot be read
 bool MayOthersWrite(const path& folder)
 {
     struct stat status = {};
