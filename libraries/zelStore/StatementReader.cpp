@@ -96,7 +96,7 @@ bool StatementReader::SkipComment()
     std::size_t end;
     if (rest.starts_with("--"))
         end = rest.find('\n');
-    else if (rest.starts_with("/*"))
+    else if (rest.starts_with("/*") && rest.size() > 2) // at the very end it is none for SQLite
     {
         end = rest.find("*/", 2);
         if (end != rest.npos)

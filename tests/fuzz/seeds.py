@@ -37,7 +37,7 @@ def main(folder, rows, out):
     drives = list(pages_of_drives(folder))
     if not drives:
         print(f"fuzz: no pages of drives in {os.path.normpath(folder)}, so none among the seeds")
-    for target in ("smart_page", "identify_page", "system_tree"):
+    for target in ("smart_page", "identify_page", "settings", "statement", "system_tree"):
         os.makedirs(os.path.join(out, target), exist_ok=True)
     for place, kind in itertools.product(range(25), range(8)):
         with open(os.path.join(out, "system_tree", f"fault{place}-{kind}"), "wb") as file:
