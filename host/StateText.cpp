@@ -18,7 +18,7 @@ using nlohmann::json;
 
 constexpr const char* drivesName = "drives";
 
-/// How deep in the text something stands: the number of objects and lists around its values.
+/// Nesting depth: the number of objects and arrays around a value.
 enum Depth : unsigned
 {
     InFile = 1,

@@ -1,5 +1,5 @@
-// What a state file holds, and its text. The JSON is taken in piece by piece: a tree of values
-// would need memory for its own end, where nobody can be told that there is none.
+// What a state file holds, and its text. The JSON is read by events, not into nlohmann::json: its
+// destructor allocates, and ends the program when there is no memory.
 #pragma once
 
 #include <cstddef>

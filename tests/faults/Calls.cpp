@@ -1,5 +1,5 @@
 // Takes the place of the system's calls, in the program that it is linked into or loaded before.
-// They have other names here, so that no header's declaration stands against them.
+// They have other names in the source: the headers declare some of them with other types.
 #include "tests/faults/Faults.h"
 #include "tests/faults/Interposed.h"
 
