@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <vector>
 
 namespace Platform
 {
@@ -102,15 +103,15 @@ void NoteDiskLength(DWORD number, std::uint64_t bytes)
     keeper.Of(number).bytes = bytes;
 }
 
-std::vector<DiskAnswer> LastDiskAnswers()
+void ForEachDiskAnswer(const std::function<void(const DiskAnswer&)>& call)
 {
     Keeper& keeper = TheKeeper();
     const std::lock_guard guard(keeper.lock);
-    std::vector<DiskAnswer> answers = keeper.silent;
+    for (const DiskAnswer& answer : keeper.silent)
+        call(answer);
     for (const auto& [number, kept] : keeper.disks)
         if (kept.walk == keeper.walk)
-            answers.push_back(kept.answer);
-    return answers;
+            call(kept.answer);
 }
 
 void ForgetDiskAnswers()

@@ -5,9 +5,9 @@
 #include "platform/Machine.h"
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace Platform
 {
@@ -52,9 +52,9 @@ void NoteDiskAnswer(DWORD number, DiskQuestion question, DWORD error);
 void NoteSmartPage(DWORD number, const Sector& page);
 void NoteDiskLength(DWORD number, std::uint64_t bytes);
 
-/// The disks of the last walk, by number; those without one come first. It is complete when no
-/// plug-in walks meanwhile.
-std::vector<DiskAnswer> LastDiskAnswers();
+/// Calls for each disk of the last walk, by number; those without one come first. They are complete
+/// when no plug-in walks meanwhile. What is called must not note an answer.
+void ForEachDiskAnswer(const std::function<void(const DiskAnswer&)>& call);
 
 /// Forgets them all, for another machine.
 void ForgetDiskAnswers();

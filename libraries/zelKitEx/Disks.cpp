@@ -42,12 +42,12 @@ std::string WhyNot(DWORD error)
     }
 }
 
-CSystemDisk Told(Platform::DiskAnswer& answer)
+CSystemDisk Told(const Platform::DiskAnswer& answer)
 {
     using namespace std::chrono;
     CSystemDisk disk;
     disk.m_Number = answer.number;
-    disk.m_Path = std::move(answer.interfacePath);
+    disk.m_Path = answer.interfacePath;
     if (answer.number)
         disk.m_Name = Platform::CurrentMachine().DiskName(*answer.number);
     if (answer.failed)
@@ -74,10 +74,8 @@ CSystemDisk Told(Platform::DiskAnswer& answer)
 void CSystemDisks::GetDisks(std::vector<CSystemDisk>& disks)
 {
     disks.clear();
-    std::vector<Platform::DiskAnswer> answers = Platform::LastDiskAnswers();
-    disks.reserve(answers.size());
-    for (Platform::DiskAnswer& answer : answers)
-        disks.push_back(Told(answer));
+    Platform::ForEachDiskAnswer([&disks](const Platform::DiskAnswer& answer)
+                                { disks.push_back(Told(answer)); });
 }
 
 } // namespace ZKTX

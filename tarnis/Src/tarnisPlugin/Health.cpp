@@ -46,17 +46,6 @@ std::uint8_t TemperatureOf(const PI::_IDE_SMART_DATA& page)
     return temperature;
 }
 
-void ForgetReadings(CAHCIPhysicalDrive& drive)
-{
-    const CAHCIPhysicalDrive unread;
-    drive.m_Temperature = unread.m_Temperature;
-    drive.m_PowerOnHours = unread.m_PowerOnHours;
-    drive.m_BytesWritten = unread.m_BytesWritten;
-    drive.m_RemainingReserve = unread.m_RemainingReserve;
-    drive.m_RatedEndurancePercent = unread.m_RatedEndurancePercent;
-    drive.m_RemainingLifeTimeHours = unread.m_RemainingLifeTimeHours;
-}
-
 void EvaluateSmartPage(const PI::_IDE_SMART_DATA& page, PI::CSmartValues values,
                        CAHCIPhysicalDrive& drive)
 {

@@ -14,9 +14,6 @@ namespace NAMESPACE_tarnis
 /// last in page order stands.
 std::uint8_t TemperatureOf(const PI::_IDE_SMART_DATA& page);
 
-/// Puts the health fields back to "no reading".
-void ForgetReadings(CAHCIPhysicalDrive& drive);
-
 /// Fills the drive's health fields from its page, as far as its model is known.
 /// @param values  those of its model, without a reading
 void EvaluateSmartPage(const PI::_IDE_SMART_DATA& page, PI::CSmartValues values,

@@ -2,7 +2,7 @@
 
 #include "tarnis/Src/tarnisPlugin/Health.h"
 
-#include <cstring>
+#include <algorithm>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -33,28 +33,16 @@ CAHCIPhysicalDrive MakeRecord(const IdentifyData& words, std::uint32_t diskNumbe
     return drive;
 }
 
-bool IsSame(const SmartPage& one, const SmartPage& other)
-{
-    return one.has_value() == other.has_value() &&
-           (!one || std::memcmp(&*one, &*other, sizeof *one) == 0);
-}
-
 } // namespace
 
-const CAHCIPhysicalDrive& KnownDrives::RecordOf(std::uint32_t diskNumber, const IdentifyData& words,
-                                                const SmartPage& page, const CAHCIAdapter& adapter)
+CAHCIPhysicalDrive KnownDrives::RecordOf(std::uint32_t diskNumber, const IdentifyData& words,
+                                         const SmartPage& page, const CAHCIAdapter& adapter)
 {
-    KnownDrive& known = DriveOf(diskNumber, words, adapter);
-    if (!IsSame(known.page, page))
-    {
-        CAHCIPhysicalDrive record = known.record;
-        ForgetReadings(record);
-        if (page)
-            EvaluateSmartPage(*page, known.smartValues, record);
-        known.record = std::move(record);
-        known.page = page;
-    }
-    return known.record;
+    const KnownDrive& known = DriveOf(diskNumber, words, adapter);
+    CAHCIPhysicalDrive record = known.record;
+    if (page)
+        EvaluateSmartPage(*page, known.smartValues, record);
+    return record;
 }
 
 void KnownDrives::Keep(const std::vector<std::uint32_t>& diskNumbers)
@@ -65,17 +53,19 @@ void KnownDrives::Keep(const std::vector<std::uint32_t>& diskNumbers)
     std::erase_if(m_Drives, [&](const auto& known) { return !kept.contains(known.first); });
 }
 
-KnownDrives::KnownDrive& KnownDrives::DriveOf(std::uint32_t diskNumber, const IdentifyData& words,
-                                              const CAHCIAdapter& adapter)
+const KnownDrives::KnownDrive& KnownDrives::DriveOf(std::uint32_t diskNumber,
+                                                    const IdentifyData& words,
+                                                    const CAHCIAdapter& adapter)
 {
     const auto known = m_Drives.find(diskNumber);
-    if (known != m_Drives.end() && known->second.words == words)
+    if (known != m_Drives.end() && std::ranges::equal(known->second.words, words))
         return known->second;
     const CAHCIPhysicalDrive record = MakeRecord(words, diskNumber, adapter);
     const PI::CSmartValues smartValues(record.m_Vendor, record.m_Product);
-    return m_Drives
-        .insert_or_assign(diskNumber, KnownDrive{words, smartValues, std::nullopt, record})
-        .first->second;
+    KnownDrive fresh{{}, smartValues, record}; // copied, so that each text has the room it needs
+    std::ranges::transform(words, fresh.words.begin(),
+                           [](std::uint32_t word) { return static_cast<std::uint16_t>(word); });
+    return m_Drives.insert_or_assign(diskNumber, std::move(fresh)).first->second;
 }
 
 } // namespace NAMESPACE_tarnis

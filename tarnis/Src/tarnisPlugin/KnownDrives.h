@@ -1,6 +1,6 @@
-// What follows from a drive's answers alone, worked out once. Most polls bring the same answers
-// again, and to make texts of them and to choose among the SMART families would take most of a
-// poll's own time.
+// What follows from a drive's identity alone, worked out once. Most polls bring the same identity
+// again, and to make texts of it and to choose among the SMART families would take most of a poll's
+// own time.
 #pragma once
 
 #include "contracts/zelPlug.h"
@@ -8,6 +8,7 @@
 #include "tarnis/Src/tarnisPhysicalDrive/PhysicalDrive.h"
 #include "tarnis/Src/tarnisPlugin/IdentifyPage.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <unordered_map>
@@ -18,16 +19,15 @@ namespace NAMESPACE_tarnis
 
 using SmartPage = std::optional<PI::_IDE_SMART_DATA>;
 
-/// The drives by disk number, each with what it answered last. Has no lock of its own.
+/// The drives by disk number, each with what it said of itself last. Has no lock of its own.
 class KnownDrives
 {
   public:
     /// The record of a drive that gave these answers: texts, numbers, media type and readings; no
     /// id, no size, no partitions.
     /// @param adapter  the one that all drives hang on
-    /// @return stands until the next call
-    const CAHCIPhysicalDrive& RecordOf(std::uint32_t diskNumber, const IdentifyData& words,
-                                       const SmartPage& page, const CAHCIAdapter& adapter);
+    CAHCIPhysicalDrive RecordOf(std::uint32_t diskNumber, const IdentifyData& words,
+                                const SmartPage& page, const CAHCIAdapter& adapter);
 
     /// Forgets all drives but these.
     void Keep(const std::vector<std::uint32_t>& diskNumbers);
@@ -35,14 +35,13 @@ class KnownDrives
   private:
     struct KnownDrive
     {
-        IdentifyData words;
+        std::array<std::uint16_t, std::tuple_size_v<IdentifyData>> words;
         PI::CSmartValues smartValues; ///< of its model, without a reading
-        SmartPage page;
-        CAHCIPhysicalDrive record;
+        CAHCIPhysicalDrive record;    ///< without a reading
     };
 
-    KnownDrive& DriveOf(std::uint32_t diskNumber, const IdentifyData& words,
-                        const CAHCIAdapter& adapter);
+    const KnownDrive& DriveOf(std::uint32_t diskNumber, const IdentifyData& words,
+                              const CAHCIAdapter& adapter);
 
     std::unordered_map<std::uint32_t, KnownDrive> m_Drives;
 };
