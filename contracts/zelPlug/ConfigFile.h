@@ -35,6 +35,7 @@ class ZELPLUG_API CConfigFile
     /// a whole. No other form is in use: any other place is not found, and is refused with 20006.
     /// @return 0; 20014 (CONFIG_VALUE_NOT_FOUND) with `value` untouched when there is no such key,
     ///         no such file, or no way to read it
+    /// @throws std::bad_alloc, which tells nothing of the file
     _ERROR_CODE ReadKeyValue(const std::string& key, std::string& value, int section,
                              int index) const;
 

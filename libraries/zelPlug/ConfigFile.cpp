@@ -14,6 +14,7 @@
 #include <exception>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string_view>
 
 namespace PI
@@ -257,6 +258,10 @@ _ERROR_CODE CConfigFile::ReadKeyValue(const std::string& key, std::string& value
             return ERR_CONFIG_VALUE_NOT_FOUND;
         value = content.text.substr(place.begin, place.length);
         return ERR_SUCCESS;
+    }
+    catch (const std::bad_alloc&)
+    {
+        throw;
     }
     catch (const std::exception&)
     {

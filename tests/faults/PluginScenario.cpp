@@ -200,6 +200,10 @@ class Life
         if (begun != 0)
             return;
         Look();
+        PI::CProperty interval(PI::PROP_POLL_INTERVAL, true);
+        if (firstStep == 0 && // later lives find what was set
+            Command("interval", PI::COMMAND_GET_PROPERTY, m_PluginId, &interval) == 0)
+            m_Told["interval"] = Support::ValueText(interval);
         Steps::Get().Begin();
         if (Command("start", PI::COMMAND_SET_ADAPTER_IDS, 0, &ids) != 0 ||
             ZKT::Threading::CThread::HasCreateFailed())
@@ -380,6 +384,8 @@ void JudgeAnswers(const json& right, const json& seen, const std::string& kind, 
         if (isMemory && code[0] != "set" && code[1] != 0 && code[1] != PI::ERR_MEMORY_ERROR &&
             code[1] != PI::ERR_LOCK_INITIALIZATION_FAILED)
             wrong.push_back("command " + code.dump());
+    if (isMemory && seen.contains("interval") && seen["interval"] != right["interval"])
+        wrong.push_back("the interval of the settings file was not read");
     std::size_t place = 0;
     const json& pictures = right["pictures"];
     for (const json& picture : seen["pictures"])
