@@ -5,7 +5,9 @@
 #include "platform/DiskAnswers.h"
 #include "platform/WindowsApi.h"
 
+#include <algorithm>
 #include <cstring>
+#include <deque>
 #include <limits>
 #include <mutex>
 #include <utility>
@@ -19,32 +21,45 @@ namespace
 constexpr ULONG HighestProperty = 0x25;
 constexpr ULONG TextType = 1; // REG_SZ
 
-struct LastPictureHolder
+/// The last pictures, the last one first. A walk goes on in the picture in which it began, although
+/// another one may have found a change meanwhile: else it would miss disks that are there.
+struct Pictures
 {
+    static constexpr std::size_t Kept = 8;
+
     std::mutex lock;
-    std::shared_ptr<const DeviceTreePicture> picture;
+    std::deque<std::shared_ptr<const DeviceTreePicture>> last;
     DEVINST next = 1;
+
+    void Add(std::shared_ptr<const DeviceTree> tree)
+    {
+        // Numbers go on from the last tree's, so that nobody takes an old node for a new one.
+        const auto size = static_cast<DEVINST>(tree->size());
+        if (next > std::numeric_limits<DEVINST>::max() - size)
+        {
+            last.clear();
+            next = 1;
+        }
+        last.push_front(std::make_shared<const DeviceTreePicture>(std::move(tree), next));
+        next += size;
+        if (last.size() > Kept)
+            last.pop_back();
+    }
+
+    /// The picture that gave a node its number; null when there is none any more.
+    const DeviceTreePicture* Of(DEVINST node) const
+    {
+        const auto found =
+            std::ranges::find_if(last, [node](const auto& picture)
+                                 { return picture->PositionOf(node) != DeviceNode::None; });
+        return found == last.end() ? nullptr : found->get();
+    }
 };
 
-LastPictureHolder& Holder()
+Pictures& ThePictures()
 {
-    static Base::UntilUnload<LastPictureHolder> holder;
-    return *holder;
-}
-
-/// The last picture as it stands under the lock, which is left locked.
-const std::shared_ptr<const DeviceTreePicture>&
-PictureUnderLock(std::unique_lock<std::mutex>& guard)
-{
-    LastPictureHolder& holder = Holder();
-    guard = std::unique_lock(holder.lock);
-    if (!holder.picture)
-    {
-        guard.unlock();
-        TakePicture();
-        guard.lock();
-    }
-    return holder.picture;
+    static Base::UntilUnload<Pictures> pictures;
+    return *pictures;
 }
 
 /// Checks the arguments that all node calls share, in the order of Windows.
@@ -60,14 +75,11 @@ CONFIGRET RunNodeCall(const char* name, DEVINST node, bool hasPointers, ULONG fl
                                       return CR_INVALID_DEVNODE;
                                   if (flags != 0)
                                       return CR_INVALID_FLAG;
-                                  std::unique_lock<std::mutex> guard; // until the answer is there
-                                  const auto& picture = PictureUnderLock(guard);
-                                  if (!picture)
+                                  const std::lock_guard guard(ThePictures().lock);
+                                  const DeviceTreePicture* picture = ThePictures().Of(node);
+                                  if (picture == nullptr)
                                       return CR_NO_SUCH_DEVNODE;
-                                  const std::size_t position = picture->PositionOf(node);
-                                  if (position == DeviceNode::None)
-                                      return CR_NO_SUCH_DEVNODE;
-                                  return body(*picture, picture->Tree()[position]);
+                                  return body(*picture, picture->Tree()[picture->PositionOf(node)]);
                               });
 }
 
@@ -112,33 +124,29 @@ std::size_t DeviceTreePicture::PositionOf(const std::string& deviceId) const
 std::shared_ptr<const DeviceTreePicture> TakePicture()
 {
     std::shared_ptr<const DeviceTree> tree = CurrentMachine().ReadDeviceTree();
-    LastPictureHolder& holder = Holder();
-    const std::lock_guard guard(holder.lock);
+    Pictures& pictures = ThePictures();
+    const std::lock_guard guard(pictures.lock);
     if (!tree || tree->empty())
-        holder.picture = nullptr;
-    else if (!holder.picture || !holder.picture->Shows(tree))
-    {
-        // Numbers go on from the last tree's, so that nobody takes an old node for a new one.
-        const auto size = static_cast<DEVINST>(tree->size());
-        if (holder.next > std::numeric_limits<DEVINST>::max() - size)
-            holder.next = 1;
-        holder.picture = std::make_shared<const DeviceTreePicture>(std::move(tree), holder.next);
-        holder.next += size;
-    }
-    return holder.picture;
+        return nullptr;
+    if (pictures.last.empty() || !pictures.last.front()->Shows(tree))
+        pictures.Add(std::move(tree));
+    return pictures.last.front();
 }
 
 std::shared_ptr<const DeviceTreePicture> LastPicture()
 {
-    std::unique_lock<std::mutex> guard;
-    return PictureUnderLock(guard);
+    {
+        const std::lock_guard guard(ThePictures().lock);
+        if (!ThePictures().last.empty())
+            return ThePictures().last.front();
+    }
+    return TakePicture();
 }
 
 void ForgetPicture()
 {
-    LastPictureHolder& holder = Holder();
-    const std::lock_guard guard(holder.lock);
-    holder.picture = nullptr;
+    const std::lock_guard guard(ThePictures().lock);
+    ThePictures().last.clear();
 }
 
 CONFIGRET CM_Locate_DevNodeA(DEVINST* node, CHAR* deviceId, ULONG flags)

@@ -48,6 +48,41 @@ class Scan : public PluginTest
     }
 };
 
+TEST_F(Scan, GoesOnInTheTreeThatItBeganWith)
+{
+    const nlohmann::json before = MachineOf(3);
+    nlohmann::json after = before; // the other disks stand elsewhere in it
+    nlohmann::json& nodes = after["devices"][0]["children"];
+    nodes.insert(nodes.begin(), nlohmann::json{{"id", "NEW"}});
+    Platform::SimulatedMachine& machine = UseMachine(before);
+    LoadedPlugin plugin;
+    bool isReached = true;
+    int changes = 0;
+    for (int changing = 1; isReached; ++changing)
+    {
+        std::string message;
+        machine.Replace(before.dump(), message);
+        int calls = 0;
+        Platform::SetCallGate(
+            [&](const char*)
+            {
+                if (++calls == changing) // another plug-in of the process walks now
+                {
+                    changes += machine.Replace(after.dump(), message);
+                    DEVINST root = 0;
+                    Platform::CM_Locate_DevNodeA(&root, nullptr, 0);
+                }
+                return true;
+            });
+        plugin.Renew();
+        EXPECT_EQ(plugin.Initialize(), PI::ERR_SUCCESS) << changing;
+        EXPECT_EQ(Drives(plugin.Topology()).size(), 3U) << changing;
+        isReached = calls >= changing;
+        Platform::SetCallGate({});
+    }
+    EXPECT_GT(changes, 50);
+}
+
 TEST_F(Scan, FindsDisksBelowSupportedControllersInWalkOrder)
 {
     std::vector<nlohmann::json> disks;
