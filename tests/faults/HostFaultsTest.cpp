@@ -57,7 +57,8 @@ class HostFaults : public testing::TestWithParam<const char*>
                std::string(other, seen.end()).substr(0, 100) + "'\n";
     }
 
-    /// Whether it is what the program says when nothing fails, or a failure that it tells.
+    /// @return what is wrong; empty when the output is as without a fault, or the program told of a
+    ///         failure
     static std::string Judge(const Outcome& right, const Outcome& seen, bool isCheck)
     {
         const bool isTold = Holds(seen.err, "tarnisctl: ") || Holds(seen.err, ": warning: ");

@@ -124,7 +124,7 @@ std::uint64_t g_time = 1770000000000; // early in 2026
 constexpr unsigned Changes = 3;
 constexpr int Interval = 40; ///< seconds, set by the host
 
-/// Objects as text. Ids are told by their place: a pass that was given up may have used some.
+/// Objects as text, with their places for ids: a pass that was given up may have used some ids.
 std::string PictureOf(const std::vector<PI::CObject>& objects, bool withCounts)
 {
     std::map<std::uint64_t, std::size_t> places;

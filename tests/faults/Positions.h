@@ -32,7 +32,7 @@ struct Drawn
 /// Draws some positions, by a seed that it prints and TARNIS_TEST_FAULTS can name. Where that is
 /// "all" takes one after the other until there is no such call any more.
 /// @param calls  of each scenario when nothing fails
-/// @param run  carries a Drawn out, and returns whether there was such a call
+/// @param run  plays the scenario with this fault, and returns whether the call was reached
 template <class Run> void ForPositions(const std::vector<long>& calls, unsigned few, Run run)
 {
     const char* const text = std::getenv("TARNIS_TEST_FAULTS");
