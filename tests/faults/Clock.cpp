@@ -51,8 +51,8 @@ long Shift()
     return std::strtol(text, nullptr, 10);
 }
 
-/// Converts a moment of the program's fast clock to the system's clock. Both clocks come here: a time
-/// of day is larger than a time since the computer's start.
+/// Converts a moment of the program's fast clock to the system's clock. Both clocks come here: a
+/// time of day is larger than a time since the computer's start.
 timespec SystemMoment(const timespec& time)
 {
     const long start = g_start[time.tv_sec > Second ? CLOCK_REALTIME : CLOCK_MONOTONIC];
