@@ -55,11 +55,11 @@ bool GiveRights(int file, const path& folder, mode_t mode)
 }
 
 /// Removes nothing when that fails: somebody else may have put something else there.
-error_code GiveRightsAndClose(int file, const path& place, mode_t mode)
+error_code GiveRightsAndClose(int file, const path& folder, mode_t mode)
 {
     if (file < 0)
         return LastError();
-    const error_code error = GiveRights(file, FolderOf(place), mode) ? error_code() : LastError();
+    const error_code error = GiveRights(file, folder, mode) ? error_code() : LastError();
     close(file);
     return error;
 }
@@ -104,12 +104,14 @@ error_code MakeFolders(const path& folder)
         return failure;
     if (mkdir(folder.c_str(), S_IRWXU) != 0)
         return errno == EEXIST && is_directory(folder, error) ? error_code() : LastError();
-    return GiveRightsAndClose(Open(folder, O_RDONLY | O_DIRECTORY), folder, folderMode);
+    const path above = FolderOf(folder); // takes memory, which must not end with the file open
+    return GiveRightsAndClose(Open(folder, O_RDONLY | O_DIRECTORY), above, folderMode);
 }
 
 error_code MakeFile(const path& place)
 {
-    return GiveRightsAndClose(Open(place, O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR), place,
+    const path folder = FolderOf(place);
+    return GiveRightsAndClose(Open(place, O_WRONLY | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR), folder,
                               fileMode);
 }
 

@@ -30,7 +30,7 @@ struct Drawn
 };
 
 /// Draws some positions, by a seed that it prints and TARNIS_TEST_FAULTS can name. Where that is
-/// "all" takes one after the other until there is no such call any more.
+/// "all" takes one after the other until there is no such call any more; "all:5000" begins there.
 /// @param calls  of each scenario when nothing fails
 /// @param run  plays the scenario with this fault, and returns whether the call was reached
 template <class Run> void ForPositions(const std::vector<long>& calls, unsigned few, Run run)
@@ -38,11 +38,12 @@ template <class Run> void ForPositions(const std::vector<long>& calls, unsigned 
     const char* const text = std::getenv("TARNIS_TEST_FAULTS");
     const std::string wanted = text != nullptr ? text : "";
     long runs = 0;
-    if (wanted == "all")
+    if (wanted.starts_with("all"))
     {
+        const long first = wanted == "all" ? 1 : std::strtol(text + sizeof "all", nullptr, 10);
         for (std::size_t scenario = 0; scenario < calls.size(); ++scenario)
             for (const Times times : AllTimes)
-                for (long position = 1; run(Drawn{scenario, position, times}); ++position)
+                for (long position = first; run(Drawn{scenario, position, times}); ++position)
                     ++runs;
         std::cout << "faults: " << runs << " calls failed in turn\n";
         return;
