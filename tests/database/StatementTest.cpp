@@ -134,20 +134,6 @@ struct Statement : testing::Test
     const std::locale before = std::locale::global(std::locale({}, new Punctuation));
 };
 
-/// A letter for the kind of each field of a model, small where it is not named after its place.
-template <class T> std::string KindsOf()
-{
-    std::string kinds;
-    ModelFields<T>::Walk(
-        [&](auto kind, auto, const FieldRow& row)
-        {
-            const char letter = "TLIUR"[static_cast<int>(kind.code)];
-            const std::string name = row.name, place = std::to_string(kinds.size() + 1);
-            kinds += name.ends_with(place) ? letter : static_cast<char>(std::tolower(letter));
-        });
-    return kinds;
-}
-
 } // namespace
 
 TEST_F(Statement, Texts)
@@ -241,15 +227,4 @@ TEST_F(Statement, CellsBecomeRecordsAndNewIds)
     ASSERT_EQ(rows.size(), 2U); // the row that breaks off is dropped
     EXPECT_EQ(rows[1].name, "b");
     EXPECT_EQ(items.selectColumn<Item>(&Item::id, IsX), (std::vector<int>{1, 0, 2, 0, 3}));
-}
-
-TEST(Models, Fields)
-{
-    EXPECT_EQ(KindsOf<Plugin>(), "iTutitIIttt");
-    EXPECT_EQ(KindsOf<Adapter>(),
-              "TLITLTTITTTIITTTTTITITTTIIITUITTTTTITIIIITtTTtTTTTTTITTTTTTITLIIiTTTTTItIi"
-              "TUuTTIIIiITUTTIIIIIItTTIITIITIITIIITTITItLITITTIITTITITITTTIItTTLTITITUttTT");
-    EXPECT_EQ(KindsOf<PD>(),
-              "TILTIuTTIiItTtTiLItiuTIItIttTuIiiIITtiIrIIITTTtIiItiUrIIItttiITIIITTT");
-    EXPECT_EQ(KindsOf<Partition>(), "itItiTTututitttt");
 }

@@ -305,11 +305,14 @@ class Life
         std::vector<PI::CProperty> all;
         std::vector<PI::COperation> operations;
         PI::CProperty name(PI::PROP_NAME, false);
-        Command("properties", PI::COMMAND_GET_PROPERTIES, m_PluginId, &all);
-        m_Told["properties"] = all.size();
+        const auto isWhole = [](std::int32_t code, bool isEmpty) { return code == 0 || isEmpty; };
+        m_Told["whole"] =
+            isWhole(Command("properties", PI::COMMAND_GET_PROPERTIES, m_PluginId, &all),
+                    all.empty()) &&
+            isWhole(Command("operations", PI::COMMAND_GET_OPERATIONS, m_PluginId, &operations),
+                    operations.empty());
         if (Command("property", PI::COMMAND_GET_PROPERTY, m_PluginId, &name) == 0)
             m_Told["name"] = Support::ValueText(name);
-        Command("operations", PI::COMMAND_GET_OPERATIONS, m_PluginId, &operations);
         m_Told["set"] = SetInterval() == 0;
         std::ifstream file(m_Folder + "/tarnis.ini");
         m_Told["settings"] = std::string(std::istreambuf_iterator<char>(file), {});
@@ -386,6 +389,8 @@ void JudgeAnswers(const json& right, const json& seen, const std::string& kind, 
             wrong.push_back("command " + code.dump());
     if (isMemory && seen.contains("interval") && seen["interval"] != right["interval"])
         wrong.push_back("the interval of the settings file was not read");
+    if (seen.contains("whole") && seen["whole"] != true)
+        wrong.push_back("a command that failed left something in its record");
     std::size_t place = 0;
     const json& pictures = right["pictures"];
     for (const json& picture : seen["pictures"])

@@ -185,21 +185,6 @@ TEST(CommandLine, HelpFitsTheScreen)
         EXPECT_LE(line.size(), 80U) << line;
 }
 
-TEST(CommandLine, SystemCallsThatFailAreTold)
-{
-    const std::pair<std::string, std::string> cases[] = {
-        {"setenv", "TARNIS_MACHINE cannot be set"},
-        {"dup2", "standard output: Device or resource busy"},
-    };
-    const std::string machine = testFolder.Write("one.json", Support::MachineOf(1).dump());
-    for (const auto& [call, said] : cases)
-        ExpectComplaint(RunTarnisctl({"--json", "--machine", machine},
-                                     {{"LD_PRELOAD", TARNIS_BIN_DIR "/preload.so"},
-                                      {"FAULTS", call + ":1:always"},
-                                      {"ASAN_OPTIONS", "verify_asan_link_order=0"}}),
-                        3, said);
-}
-
 TEST(CommandLine, OutputThatCannotBeWrittenIsAnError)
 {
     for (const Stdout kind : {Stdout::Full, Stdout::Limited})

@@ -305,26 +305,4 @@ TEST(Machine, MemoryThatRunsOutIsOneLine)
     EXPECT_TRUE(failed);
 }
 
-TEST(Machine, AWatchWithoutMemoryEndsInOneLine)
-{
-    if (!isMemoryLimitable)
-        GTEST_SKIP() << "skipped: a sanitizer needs more memory than there would be";
-    // Worn drives, of which the first pass tells.
-    const std::string file = ManyDrives(1500, R"({"id": 177, "value": 1, "worst": 1, "raw": 23})");
-    bool failed = false;
-    for (rlim_t memory = 24 << 20; memory <= 72 << 20; memory += 4 << 20)
-    {
-        const Outcome outcome = RunTarnisctl({"watch", "--json", "--for", "1", "--machine", file},
-                                             {}, Stdout::Pipe, memory);
-        SCOPED_TRACE(memory);
-        ASSERT_TRUE(outcome.exitCode == 0 || outcome.exitCode == 3) << outcome.err;
-        EXPECT_EQ(Holds(outcome.err, "tarnisctl: "), outcome.exitCode == 3) << outcome.err;
-        failed = failed || outcome.exitCode == 3;
-        std::istringstream lines(outcome.out);
-        for (std::string line; std::getline(lines, line);)
-            EXPECT_TRUE(json::accept(line)) << line;
-    }
-    EXPECT_TRUE(failed);
-}
-
 } // namespace

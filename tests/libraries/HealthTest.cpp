@@ -14,16 +14,6 @@ namespace
 
 using PI::CPluginHelper;
 
-/// Number, model, leading characters, rating, flag.
-std::string RowOf(std::span<const PI::CSATALifeTimeData> table, std::size_t number)
-{
-    std::ostringstream text;
-    const PI::CSATALifeTimeData& row = table[number - 1];
-    text << number << ' ' << row.m_Model << ' ' << row.m_CompareLength << ' '
-         << row.m_RatedEndurance << ' ' << row.m_LifeTimeFlag;
-    return text.str();
-}
-
 TEST(LifeTimeTables, HoldTheirRows)
 {
     const auto sata = PI::SataLifeTimeTable();
@@ -31,28 +21,8 @@ TEST(LifeTimeTables, HoldTheirRows)
     const auto sas = PI::SasLifeTimeTable();
     ASSERT_EQ(std::tuple(sata.size(), sas.size(), nvme.size()), std::tuple(104U, 86U, 50U));
     EXPECT_EQ(std::ranges::count(sata, 1U, &PI::CSATALifeTimeData::m_LifeTimeFlag), 10);
-    for (const std::string text :
-         {"1 SSDSC2BB120G4C 13 70 0", "19 SSDSC2BB240G7 13 600 0", "29 SSDPEDMD800G4C 13 14258 0",
-          "36 SATADOM-ML 3ME 0 3000 0", "40 SATADOM-ML 3SE3 0 60000 1",
-          "45 M.2 (S42) 3IE4 0 20000 1", "52 MZ7KM1T9HAJM-000FU 10 121500 0",
-          "104 MZ7L33T8HBNA-00A03 10 21024 0"})
-        EXPECT_EQ(RowOf(sata, std::stoul(text)), text);
-    for (const std::string text : {"1 SSDPEDMD800G4C 14 14600 0", "33 SSDPF21Q032TB 13 584000 0",
-                                   "50 KCM61VUL12T8 12 70080 0"})
-        EXPECT_EQ(RowOf(nvme, std::stoul(text)), text);
-    for (const auto& [number, model, rating] : {std::tuple(5, "PX04SMB320", 57600U),
-                                                {45, "PX05SRQ384B", 7008},
-                                                {86, "XS15360SE70084", 28032}})
-        EXPECT_EQ(std::tuple(sas[number - 1].m_Model, sas[number - 1].m_RatedEndurance),
-                  std::tuple(model, rating));
-
-    // Rows 59 to 62 repeat rows 55 to 58; no other model stands twice.
-    std::set<std::string> models;
-    for (const PI::CSATALifeTimeData& data : sata)
-        models.insert(data.m_Model);
-    EXPECT_EQ(models.size(), 100U);
-    for (std::size_t number = 55; number < 59; ++number)
-        EXPECT_EQ(RowOf(sata, number).substr(3), RowOf(sata, number + 4).substr(3));
+    EXPECT_EQ(nvme.back().m_RatedEndurance, 70080U);
+    EXPECT_EQ(sas.back().m_RatedEndurance, 28032U);
 }
 
 TEST(LifeTimeTables, FindEveryFormOfAModel)

@@ -6,56 +6,10 @@
 #include "tests/support/RecordingDatabase.h"
 #include "tests/support/SteppedPlugin.h"
 
-#include <cstdlib>
 #include <new>
 #include <set>
 
 using namespace Support;
-
-namespace
-{
-
-thread_local long t_blocksLeft = -1; ///< until no block is given; negative: there is no end
-
-} // namespace
-
-// Every form has one, for AddressSanitizer brings its own of those that are missing.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    if (t_blocksLeft >= 0 && t_blocksLeft-- == 0)
-        return nullptr;
-    return std::malloc(size);
-}
-void* operator new(std::size_t size)
-{
-    if (void* block = operator new(size, std::nothrow))
-        return block;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
-{
-    return operator new(size, std::nothrow);
-}
-void* operator new[](std::size_t size)
-{
-    return operator new(size);
-}
-void operator delete(void* block) noexcept
-{
-    std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
-void operator delete[](void* block) noexcept
-{
-    std::free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept
-{
-    std::free(block);
-}
 
 namespace
 {
@@ -305,47 +259,4 @@ TEST_F(ShortageTest, AStartThatRunsShortLeavesNothing)
         expect(PI::ERR_MEMORY_ERROR, call);
         expect(PI::ERR_SUCCESS, call);
     }
-}
-
-TEST_F(ShortageTest, ACommandWithoutMemorySaysSo)
-{
-    Use();
-    LoadedPlugin plugin;
-    ASSERT_EQ(plugin.Initialize(), PI::ERR_SUCCESS);
-    const std::string whole = PictureText(plugin.Topology());
-    std::vector<PI::CObject> objects;
-    std::vector<PI::CProperty> properties;
-    std::vector<PI::COperation> operations;
-    PI::CProperty name(PI::PROP_NAME, false);
-    const struct
-    {
-        std::int32_t command;
-        void* record;
-    } cases[] = {{PI::COMMAND_GET_TOPOLOGY, &objects},
-                 {PI::COMMAND_GET_PROPERTIES, &properties},
-                 {PI::COMMAND_GET_PROPERTY, &name},
-                 {PI::COMMAND_GET_OPERATIONS, &operations}};
-    for (const auto& [command, record] : cases)
-    {
-        bool isShort = true;
-        int refused = 0;
-        for (long blocks = 0; isShort; ++blocks)
-        {
-            objects = {}, properties = {}, operations = {};
-            t_blocksLeft = blocks;
-            const std::int32_t result = plugin.Command(command, PluginId, record);
-            isShort = std::exchange(t_blocksLeft, -1) < 0;
-            // What can do without a block does.
-            if (result == PI::ERR_SUCCESS)
-            {
-                EXPECT_EQ(objects.empty() ? whole : PictureText(objects), whole) << command;
-                continue;
-            }
-            EXPECT_EQ(result, PI::ERR_MEMORY_ERROR) << command;
-            EXPECT_EQ(objects.size() + properties.size() + operations.size(), 0U) << command;
-            ++refused;
-        }
-        EXPECT_GT(refused, 0) << command;
-    }
-    EXPECT_EQ(PictureText(plugin.Topology()), whole);
 }
