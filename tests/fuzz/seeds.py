@@ -14,6 +14,19 @@ import sys
 # All attributes that tell something of some drive.
 IDS = (9, 167, 169, 170, 173, 175, 177, 179, 180, 190, 194, 202, 225, 231, 232, 233, 241, 245, 246)
 
+# Every member of a machine file, in few bytes.
+MACHINES = (
+    '{"version": 1, "modules": {"storahci": "1"}, "devices": [{"id": "A", "service": "storahci",'
+    ' "children": [{"id": "B", "service": "disk", "disks": [0, 1], "children": [{"id": "C"}]},'
+    ' {"id": "D"}]}], "disks": [{"number": 0}]}',
+    '{"version": 1, "devices": [{"id": "A", "disks": [7]}], "disks": [{"number": 7, "bytes": 512,'
+    ' "identify": {"model": "M", "serial": "S", "firmware": "F", "rotation": 1, "fixed": true,'
+    ' "swapped": false}, "smart": {"attributes": [{"id": 9, "flags": 0, "value": 1, "worst": 1,'
+    ' "raw": [1, 2]}]}, "faults": ["identify"], "partitions": [{"name": "P", "start": 1,'
+    ' "bytes": 1, "index": 1, "mount": "/", "type": "t", "uuid": "u"}]}]}',
+    '{"version": 1, "disks": [{"number": 1, "identify": "a.bin", "smart": "b.bin"}]}',
+)
+
 
 def pages_of_table(rows):
     """Both pages of a drive of each model of the table, 100 in every attribute."""
@@ -37,8 +50,11 @@ def main(folder, rows, out):
     drives = list(pages_of_drives(folder))
     if not drives:
         print(f"fuzz: no pages of drives in {os.path.normpath(folder)}, so none among the seeds")
-    for target in ("smart_page", "identify_page", "settings", "statement", "system_tree"):
+    for target in ("smart_page", "identify_page", "settings", "machine_file", "statement", "system_tree"):
         os.makedirs(os.path.join(out, target), exist_ok=True)
+    for number, text in enumerate(MACHINES):
+        with open(os.path.join(out, "machine_file", f"machine{number}"), "w", encoding="utf-8") as file:
+            file.write(text)
     for place, kind in itertools.product(range(25), range(8)):
         with open(os.path.join(out, "system_tree", f"fault{place}-{kind}"), "wb") as file:
             file.write(bytes([1, place, place + 1, kind, 0]) + bytes(range(200)))
