@@ -477,13 +477,15 @@ TEST_F(Rows, OfDrivesThatAnswerOthers)
         return MachineWith({Disk(0), silent, Disk(2)});
     };
     const std::string numbers = "SELECT group_concat(pd_deviceNumber) FROM raid_pd";
-    Start(machine({}));
-    m_Plugin.reset();
     for (const char* fault : {"open", "device_number"})
     {
+        Start(machine({}));
+        m_Plugin.reset();
         Start(machine({fault}));
         Pass(); // catches up: the inserts of this start found the rows there
         EXPECT_EQ(Seen(numbers), Texts{"0,1,2"}) << fault;
+        Pass(MachineWith({Disk(0), Disk(2)}));
+        EXPECT_EQ(Seen(numbers), Texts{"0,2"}) << "gone, and never seen, by " << fault;
         m_Plugin.reset();
     }
     Start(MachineOf(1));

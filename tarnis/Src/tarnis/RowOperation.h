@@ -16,8 +16,9 @@ inline constexpr const char* RowHost = "localhost";
 /// Whether the rows may lag behind the picture.
 struct RowsInStep
 {
-    /// An operation failed since the last pass began, or an update found no row. At a start that
-    /// finds rows of an earlier run the inserts fail, so that the first pass catches up.
+    /// An operation failed since the last pass began, an update found no row, or a disk is gone
+    /// that was none of the drives. At a start that finds rows of an earlier run the inserts fail,
+    /// so that the first pass catches up.
     bool behind = false;
     /// The present pass makes up for it: it inserts rows that are missing, and removes rows of
     /// drives that are gone: not in the device tree, or seen to go by this instance.

@@ -15,6 +15,7 @@
 #include "tarnis/Src/tarnisPlugin/Identity.h"
 #include "tarnis/Src/tarnisPlugin/KnownDrives.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace NAMESPACE_tarnis
@@ -31,27 +32,6 @@ struct DriveAnswers
     IdentifyData words;
     SmartPage smartPage;
     std::optional<std::uint64_t> length;
-};
-
-/// Gives ids back that went to records which nobody will see.
-class IdsOnTrial
-{
-  public:
-    explicit IdsOnTrial(std::uint64_t& next) : m_Next(next), m_Before(next) {}
-    ~IdsOnTrial()
-    {
-        if (!m_AreKept)
-            m_Next = m_Before;
-    }
-    IdsOnTrial(const IdsOnTrial&) = delete;
-    IdsOnTrial& operator=(const IdsOnTrial&) = delete;
-
-    void Keep() { m_AreKept = true; }
-
-  private:
-    std::uint64_t& m_Next;
-    const std::uint64_t m_Before;
-    bool m_AreKept = false;
 };
 
 /// Opens a drive, asks it and closes it. False for a drive that cannot be opened, takes no SMART
@@ -92,6 +72,26 @@ template <class Record> bool InheritIdentity(const Record* old, Record& record)
     record.SetID(old->GetID());
     record.SetChangeCount(old->GetChangeCount());
     return true;
+}
+
+/// Whether a disk is gone that was none of the drives. Another process or an earlier run may have
+/// left its row.
+bool IsSilentDiskGone(const DisksOfTree& before, const DisksOfTree& now,
+                      const std::vector<CAHCIPhysicalDrive>& drives)
+{
+    if (before.numbers == now.numbers && before.isComplete == now.isComplete)
+        return false;
+    const auto isDrive = [&](std::uint32_t number)
+    {
+        return std::any_of(drives.begin(), drives.end(),
+                           [number](const CAHCIPhysicalDrive& drive)
+                           { return drive.m_DeviceNumber == static_cast<std::int32_t>(number); });
+    };
+    return (!before.isComplete && now.isComplete) ||
+           std::any_of(before.numbers.begin(), before.numbers.end(),
+                       [&](std::uint32_t number) {
+                           return now.Lacks(static_cast<std::int32_t>(number)) && !isDrive(number);
+                       });
 }
 
 } // namespace
@@ -135,7 +135,6 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     Trace(TRACE_FLOW, "ENTER ScanSystem(%d) PhyDrive=%d", firstScan, drives.size());
     adapters.clear();
     drives.clear();
-    IdsOnTrial ids(m_NextObjectId);
     CAHCIAdapter adapter = MakeAdapter(firstScan);
 
     std::string driverName; // the instance keeps the one that Initialize found
@@ -170,8 +169,9 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     for (CAHCIPhysicalDrive& drive : drives)
         drive.m_GlobalAdapterNumber = adapter.m_GlobalAdapterNumber;
     adapters.push_back(std::move(adapter));
+    if (IsSilentDiskGone(m_DisksOfTree, disks, m_PhysicalDrives))
+        m_RowsInStep.behind = true;
     m_DisksOfTree = std::move(disks);
-    ids.Keep();
 
     Trace(TRACE_FLOW, "LEAVE ScanSystem() -> %d", PI::ERR_SUCCESS);
     return PI::ERR_SUCCESS;
