@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Makes the inputs that the fuzz targets begin with: every model of the lifetime table, and the
-pages of real drives in DIR, if they are there; and a kernel with one fault, of every kind.
+pages of real drives in DIR, if they are there; a kernel with one fault, of every kind; and some
+sequences of commands.
 
 seeds.py DIR ROWS OUT     ROWS is SataLifeTime.inc; OUT gets a folder for each target
 """
@@ -8,11 +9,15 @@ seeds.py DIR ROWS OUT     ROWS is SataLifeTime.inc; OUT gets a folder for each t
 import glob
 import itertools
 import os
+import random
 import re
 import sys
 
 # All attributes that tell something of some drive.
 IDS = (9, 167, 169, 170, 173, 175, 177, 179, 180, 190, 194, 202, 225, 231, 232, 233, 241, 245, 246)
+
+TARGETS = ("smart_page", "identify_page", "settings", "machine_file", "statement", "row", "command",
+           "system_tree")
 
 # Every member of a machine file, in few bytes.
 MACHINES = (
@@ -50,11 +55,14 @@ def main(folder, rows, out):
     drives = list(pages_of_drives(folder))
     if not drives:
         print(f"fuzz: no pages of drives in {os.path.normpath(folder)}, so none among the seeds")
-    for target in ("smart_page", "identify_page", "settings", "machine_file", "statement", "system_tree"):
+    for target in TARGETS:
         os.makedirs(os.path.join(out, target), exist_ok=True)
     for number, text in enumerate(MACHINES):
         with open(os.path.join(out, "machine_file", f"machine{number}"), "w", encoding="utf-8") as file:
             file.write(text)
+    for number in range(4):
+        with open(os.path.join(out, "command", f"sequence{number}"), "wb") as file:
+            file.write(random.Random(number).randbytes(500))
     for place, kind in itertools.product(range(25), range(8)):
         with open(os.path.join(out, "system_tree", f"fault{place}-{kind}"), "wb") as file:
             file.write(bytes([1, place, place + 1, kind, 0]) + bytes(range(200)))

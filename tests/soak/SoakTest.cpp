@@ -3,7 +3,7 @@
 #include "tests/soak/NeighbourProcess.h"
 #include "tests/support/DriveModel.h"
 #include "tests/support/MachineBuilder.h"
-#include "tests/support/OtherProgram.h"
+#include "tests/support/ShownRows.h"
 #include "tests/support/SteppedPlugin.h"
 
 #include <array>
@@ -24,8 +24,6 @@ namespace
 
 unsigned passes = 300 / Slowness;
 unsigned seed = 0;
-
-using Texts = std::vector<std::string>;
 
 constexpr std::uint64_t Hour = 3600000;                // ms
 constexpr std::uint64_t Age = 15ULL * 365 * 24 * Hour; // between two times of the clock
@@ -87,49 +85,6 @@ void ExpectNoGrowth(const Holdings& first, const Holdings& now)
     EXPECT_LE(now.resident, first.resident + first.resident / (isWarm ? 10 : 2));
     EXPECT_LE(now.heap, first.heap + first.heap / (isWarm ? 100 : 33));
     EXPECT_LE(now.sqlite, isWarm ? first.sqlite + first.sqlite / 10 : 2 * first.sqlite);
-}
-
-/// The value alone, as a view of the database shows it.
-std::string Cell(const PI::CObject& object, PI::_PROPERTY_ID id)
-{
-    const std::string text = ValueText(object, id);
-    const std::size_t colon = text.find(':');
-    return colon == std::string::npos ? "NULL"
-                                      : text.substr(colon + 1, text.find(" in ") - colon - 1);
-}
-
-/// As the queries of RowTexts.
-Texts ExpectedRows(const std::vector<PI::CObject>& topology, const Drives& drives)
-{
-    Texts rows;
-    for (const PI::CObject& object : topology)
-    {
-        if (object.m_Type != PI::OBJECT_PHYSICAL_DRIVE)
-            continue;
-        std::string& row = rows.emplace_back();
-        for (const auto id :
-             {PI::PROP_DEVICE_NUMBER, PI::PROP_SERIAL_NUMBER, PI::PROP_FIRMWARE_VERSION,
-              PI::PROP_PHYSICAL_SIZE, PI::PROP_TEMPERATURE, PI::PROP_RATED_ENDURANCE_PERCENT})
-            row += Cell(object, id) + '|';
-        row += std::to_string(object.m_ID);
-    }
-    for (const auto& [number, drive] : Seen(drives))
-        if (drive.partitioned)
-            rows.push_back("Disk " + std::to_string(number) + "|240055746560");
-    return rows;
-}
-
-Texts RowTexts(const std::string& file)
-{
-    OtherProgram database(file);
-    Texts rows = database.Run("SELECT disk, serial, firmware, size_mib, temperature_c, "
-                              "coalesce(endurance_used_percent, 0), object_id FROM drives "
-                              "WHERE host = 'localhost' ORDER BY disk");
-    const Texts partitions = database.Run(
-        "SELECT os_device, size_bytes FROM partitions JOIN drives ON unique_id = drive_unique_id "
-        "ORDER BY disk");
-    rows.insert(rows.end(), partitions.begin(), partitions.end());
-    return rows;
 }
 
 } // namespace
@@ -223,7 +178,7 @@ class Soak : public SteppedTest
         for (const unsigned which : {3, 1, 2, 1})
             Pass(which);
         const auto topology = m_Instances[0].stepped.plugin.Topology();
-        EXPECT_EQ(RowTexts(m_Folder.File("rows.db")), ExpectedRows(topology, m_Machine.drives));
+        EXPECT_EQ(ShownRows(m_Folder.File("rows.db")), ExpectedRows(topology, m_Machine.drives));
         neighbour.GoOn();
     }
 

@@ -45,13 +45,14 @@ class RandomDrives
     explicit RandomDrives(unsigned seed) : m_Random(seed) {}
 
     void Change();
+    /// One drive comes, goes or changes, as one of 9 kinds has it.
+    void ChangeOne(unsigned number, unsigned kind);
     unsigned Pick(unsigned of) { return static_cast<unsigned>(m_Random() % of); }
 
     Drives drives;
 
   private:
     std::string NextSerial() { return "S" + std::to_string(++m_Serial); }
-    void ChangeOne(unsigned number, unsigned kind);
 
     std::mt19937 m_Random;
     int m_Serial = 0;
