@@ -141,6 +141,7 @@ void ExpectedInstance::Pass(const Drives& drives, bool isReport)
     if (isReport)
         Report();
     const auto old = std::exchange(m_Drives, {});
+    const std::string adapter = AdapterText(old);
     std::vector<std::pair<unsigned, std::uint64_t>> failing;
     for (const auto& [number, drive] : Seen(drives))
     {
@@ -160,6 +161,19 @@ void ExpectedInstance::Pass(const Drives& drives, bool isReport)
             Raise(Came(number, known.drive.serial), known.id);
     for (const auto& [number, id] : failing)
         Raise(Failing(number), id);
+    m_AdapterChanges += AdapterText(m_Drives) != adapter;
+}
+
+std::string ExpectedInstance::AdapterText(const std::map<unsigned, Known>& drives)
+{
+    std::string text;
+    bool isWarning = false;
+    for (const auto& [number, known] : drives)
+    {
+        text += std::to_string(known.id) + ' ';
+        isWarning = isWarning || known.drive.Status() == 2;
+    }
+    return text + (isWarning ? "warning" : "");
 }
 
 std::vector<std::string> ExpectedInstance::Texts(const std::vector<PI::CEvent>& events)
@@ -173,6 +187,7 @@ std::vector<std::string> ExpectedInstance::Texts(const std::vector<PI::CEvent>& 
 std::string ExpectedInstance::Text() const
 {
     std::ostringstream text;
+    text << "adapter " << m_AdapterChanges << '\n';
     for (const auto& [number, known] : m_Drives)
         text << number << ' ' << std::hex << known.id << std::dec << ' ' << known.changes << '\n';
     return text.str();
@@ -185,6 +200,8 @@ std::string ExpectedInstance::TextOf(const std::vector<PI::CObject>& topology)
         if (object.m_Type == PI::OBJECT_PHYSICAL_DRIVE)
             text << ValueText(object, PI::PROP_DEVICE_NUMBER).substr(7) << ' ' << std::hex
                  << object.m_ID << std::dec << ' ' << object.m_ChangeCount << '\n';
+        else if (object.m_Type == PI::OBJECT_ADAPTER)
+            text << "adapter " << object.m_ChangeCount << '\n';
     return text.str();
 }
 

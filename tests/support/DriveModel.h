@@ -79,7 +79,7 @@ class ExpectedInstance
     std::vector<std::string> TakeEvents() { return std::exchange(m_Events, {}); }
     static std::vector<std::string> Texts(const std::vector<PI::CEvent>& events);
 
-    /// "disk id changes", a line a drive.
+    /// "adapter changes", then "disk id changes", a line a drive.
     std::string Text() const;
     static std::string TextOf(const std::vector<PI::CObject>& topology);
 
@@ -94,8 +94,11 @@ class ExpectedInstance
     };
     void Raise(const std::string& text, std::uint64_t id);
     void Report();
+    /// What counts as a change of the adapter.
+    static std::string AdapterText(const std::map<unsigned, Known>& drives);
 
     std::map<unsigned, Known> m_Drives;
+    std::uint64_t m_AdapterChanges = 0;
     std::uint64_t m_NextId;
     std::vector<std::string> m_Events;
 };

@@ -141,7 +141,7 @@ class SteppedTest : public PluginTest
     std::int32_t SetInterval(int seconds) const
     {
         PI::CProperty interval(PI::PROP_POLL_INTERVAL, true);
-        interval.SetValue(seconds, 0, 1000, 1U);
+        interval.SetValue(seconds, 0, INT_MAX, 1U);
         return m_Plugin->plugin.Command(PI::COMMAND_SET_PROPERTY, PluginId, &interval);
     }
 

@@ -57,8 +57,9 @@ class Watch : public SteppedTest
     /// Lets the worker run into a disk that takes its time.
     void Hang(Platform::SimulatedMachine& simulated, unsigned disk)
     {
+        const auto before = simulated.JournalCount(disk, Platform::DriveCall::Identify);
         m_Plugin->Release();
-        while (simulated.JournalCount(disk, Platform::DriveCall::Identify) == 0)
+        while (simulated.JournalCount(disk, Platform::DriveCall::Identify) == before)
         {
             ZKT::Internals::SkipTime(30s);
             std::this_thread::sleep_for(10ms);
@@ -72,7 +73,7 @@ class Watch : public SteppedTest
         std::thread clock(
             [&]
             {
-                for (; !stopped; std::this_thread::sleep_for(10ms))
+                for (; !stopped; std::this_thread::sleep_for(1ms))
                     move();
             });
         m_Plugin->Stop();
@@ -119,6 +120,11 @@ TEST_F(Watch, ANewIntervalTakesEffectAtOnce)
     EXPECT_EQ(SetInterval(0), PI::ERR_SUCCESS);
     EXPECT_TRUE(m_Plugin->Rings(60s));
     EXPECT_FALSE(m_Plugin->Rings(300ms));
+    EXPECT_EQ(SetInterval(4294968), PI::ERR_SUCCESS); // its milliseconds do not fit
+    EXPECT_TRUE(m_Plugin->Rings(60s));
+    EXPECT_FALSE(m_Plugin->Rings(50ms));
+    ZKT::Internals::SkipTime(24h);
+    EXPECT_FALSE(m_Plugin->Rings(50ms));
 }
 
 TEST_F(Watch, StandingConditionsAtReportTimes)
@@ -237,12 +243,21 @@ TEST_F(Watch, AStopLeavesASlowPassItsTimeWhateverTheClockShows)
 
 TEST_F(Watch, ADriveThatHangsIsLeftBehind)
 {
-    Hang(StartWithADelay(60000), 1);
+    Platform::SimulatedMachine& machine = StartWithADelay(60000);
     const std::string before = Picture();
+    Hang(machine, 1);
     // The 25 seconds of patience pass on the toolkit's clock.
     const auto start = std::chrono::steady_clock::now();
-    Stop([] { ZKT::Internals::SkipTime(1s); });
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
+    std::chrono::milliseconds skipped = 0ms;
+    Stop(
+        [&]
+        {
+            ZKT::Internals::SkipTime(50ms);
+            skipped += 50ms;
+        });
+    const auto patience = skipped + (std::chrono::steady_clock::now() - start);
+    EXPECT_GT(patience, 24s);
+    EXPECT_LT(patience, 40s);
     EXPECT_EQ(Collected(), Texts()) << "what was not asked any more did not go";
     EXPECT_EQ(Picture(), before);
 }
