@@ -60,12 +60,6 @@ void ReadCell(const std::string& cell, std::string& value)
 
 void ReadCell(const std::string& cell, std::vector<std::string>& value)
 {
-    value.clear();
-    if (cell == RaidDataModels::unsetText)
-    {
-        value.push_back(cell);
-        return;
-    }
     boost::algorithm::split(value, cell, boost::algorithm::is_any_of("?"));
     std::erase(value, std::string());
 }

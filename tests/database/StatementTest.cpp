@@ -1,4 +1,5 @@
 // Records in, exact statements out, cells back to records.
+#include "database/SafeText.h"
 #include "database/Storage.h"
 
 #include <gtest/gtest.h>
@@ -25,6 +26,7 @@ using Texts = std::vector<std::string>;
 constexpr std::int32_t NoInt = std::numeric_limits<std::int32_t>::min();
 constexpr std::uint64_t AllOnes = std::numeric_limits<std::uint64_t>::max();
 constexpr double NoReal = 0x1p-126;
+constexpr std::uint32_t NoId = std::numeric_limits<std::uint32_t>::max();
 
 struct Item
 {
@@ -204,6 +206,17 @@ TEST_F(Statement, CellsBecomeRecordsAndNewIds)
         {"9223372036854775808", NoInt, AllOnes, {"9223372036854775808"}, 0x1p63, 0x7FFFFFFF, 0},
         {"1.5e3", 1, 1, {"1.5e3"}, 1500, 1, 1},
         {"1e400", 1, 1, {"1e400"}, NoReal, 1, 1},
+        {"\n\v7", 7, 7, {"\n\v7"}, 7, 7, 7},
+        {"+-5", NoInt, AllOnes, {"+-5"}, NoReal, 0, 0},
+        {"-4294967301",
+         NoInt,
+         AllOnes - 4294967300,
+         {"-4294967301"},
+         -4294967301,
+         0x80000000,
+         0xFFFFFFFB},
+        {"1e", 1, 1, {"1e"}, 1, 1, 1},
+        {"99999999999999999999", NoInt, AllOnes, {"99999999999999999999"}, 1e20, 0x7FFFFFFF, NoId},
     };
     for (const auto& c : cases)
     {
@@ -217,8 +230,9 @@ TEST_F(Statement, CellsBecomeRecordsAndNewIds)
         EXPECT_EQ(items.maxId<Item>(&Item::size), c.unsignedLargest) << c.cell;
         EXPECT_EQ(items.insert(Sample), 0U);
         key.cells = unsignedKey.cells = {c.cell};
-        EXPECT_EQ(key.insert(Sample), c.cell == "-1" ? 1 : c.largest + 1);
-        EXPECT_EQ(unsignedKey.insert(Sample), c.cell == "-1" ? 1 : c.unsignedLargest + 1);
+        const auto next = [](std::uint32_t last) { return last == NoId ? 1 : last + 1; };
+        EXPECT_EQ(key.insert(Sample), next(c.largest));
+        EXPECT_EQ(unsignedKey.insert(Sample), next(c.unsignedLargest));
     }
     Items items("i+n");
     EXPECT_EQ(items.insert(Sample), 1U); // into an empty table
@@ -227,4 +241,12 @@ TEST_F(Statement, CellsBecomeRecordsAndNewIds)
     ASSERT_EQ(rows.size(), 2U); // the row that breaks off is dropped
     EXPECT_EQ(rows[1].name, "b");
     EXPECT_EQ(items.selectColumn<Item>(&Item::id, IsX), (std::vector<int>{1, 0, 2, 0, 3}));
+}
+
+TEST(SafeText, WhatARowKeeps)
+{
+    EXPECT_EQ(ValueText(std::string("a\0\"'b", 5)), "a \"\"'b");
+    EXPECT_EQ(ConditionText(std::string("a\0\"'b", 5)), "a \"''b");
+    EXPECT_EQ(KeptNumber(AllOnes >> 1), AllOnes >> 1);
+    EXPECT_EQ(KeptNumber((AllOnes >> 1) + 1), AllOnes);
 }

@@ -66,13 +66,17 @@ std::optional<std::uint32_t> TermOf(const PageIndex& page, const ReserveReading&
     return margin;
 }
 
-/// Any family may meet any page. The first one that fits gives the drive its values.
+/// Any family may meet any page. The first one that fits gives the drive its values. It is looked
+/// for by both texts together, since either may hold both.
 void CheckFamilies(const PI::_IDE_SMART_DATA& page, const CAHCIPhysicalDrive& drive,
                    const PI::CSmartValues& values)
 {
     using namespace PI::Internals;
     const PageIndex index(page);
-    const ModelText vendor(drive.m_Vendor), product(drive.m_Product);
+    std::string vendorText, productText;
+    CPluginHelper::SplitSATAModelName(drive.m_Vendor + ' ' + drive.m_Product, vendorText,
+                                      productText);
+    const ModelText vendor(vendorText), product(productText);
     bool isFound = false;
     for (const SmartFamily& family : SmartFamilies())
     {

@@ -91,10 +91,16 @@ TEST_F(Entry, AdapterIdentifiersGoToTheHostAndComeBack)
     expected.replace(expected.find(name + "0)") + name.size(), 1, "9");
 
     // Of the entries that fit, the first with a number counts.
-    std::vector<PI::CAdapterID> ids(3, id);
-    ids[0].m_PciBus = 7;
-    ids[0].m_GlobalAdapterID = 5;
-    ids[2].m_GlobalAdapterID = 9;
+    std::vector<PI::CAdapterID> ids;
+    for (const auto place : {&PI::CAdapterID::m_PciSegment, &PI::CAdapterID::m_PciBus,
+                             &PI::CAdapterID::m_PciDevice, &PI::CAdapterID::m_PciFunction})
+    {
+        ids.push_back(id);
+        ids.back().*place = 7;
+        ids.back().m_GlobalAdapterID = 5;
+    }
+    ids.insert(ids.end(), 2, id);
+    ids.back().m_GlobalAdapterID = 9;
     EXPECT_EQ(plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &ids), PI::ERR_SUCCESS);
     EXPECT_EQ(PictureText(plugin.Topology()), expected); // which no change count tells
     EXPECT_EQ(plugin.Command(PI::COMMAND_DEINITIALIZE), PI::ERR_SUCCESS);

@@ -141,9 +141,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     PI::_ERROR_CODE DeleteObjectFromDatabase(const CAHCIPhysicalDrive& drive)
         TARNIS_REQUIRES(m_DataLock);
     void InsertDriveRow(const CAHCIPhysicalDrive& drive) TARNIS_REQUIRES(m_DataLock);
-    /// @param hasRow  false: the drive has no row, and gets none
-    PI::_ERROR_CODE UpdateDriveRow(const CAHCIPhysicalDrive& drive, bool& hasRow)
-        TARNIS_REQUIRES(m_DataLock);
+    PI::_ERROR_CODE UpdateDriveRow(const CAHCIPhysicalDrive& drive) TARNIS_REQUIRES(m_DataLock);
     /// What the system says, as rows. Left as they are when there is no memory for them.
     PI::_ERROR_CODE ReadPartitions(const CAHCIPhysicalDrive& drive,
                                    std::vector<RaidDataModels::Partition>& rows)

@@ -143,12 +143,11 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::InsertObjectToDatabase(const CAHCIPhysicalDrive
     return PI::ERR_SUCCESS;
 }
 
-PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateDriveRow(const CAHCIPhysicalDrive& drive, bool& hasRow)
+PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateDriveRow(const CAHCIPhysicalDrive& drive)
 {
     try
     {
         const std::vector<PD> rows = m_Database->select<PD>(IsDriveRow(drive));
-        hasRow = !rows.empty() || m_RowsInStep.catchUp;
         if (!rows.empty())
         {
             auto row = RowOf<PD>(drive);
@@ -195,8 +194,7 @@ std::size_t IPLUGINAPI_IMPL::CountPartitionRows(const CAHCIPhysicalDrive& drive)
 
 PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPhysicalDrive& drive)
 {
-    bool hasRow = true;
-    const PI::_ERROR_CODE result = UpdateDriveRow(drive, hasRow);
+    const PI::_ERROR_CODE result = UpdateDriveRow(drive);
     if (drive.m_OSDevice.empty())
         return result;
     std::vector<Partition> system;
@@ -205,12 +203,10 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateObjectInDatabase(const CAHCIPhysicalDrive
     if (CountPartitionRows(drive) == 0 && system.empty())
         return result;
 
-    // Rows of partitions need their drive's, which comes with the next pass.
-    RowsInStep notCounted;
     const bool removeFirst = m_RowsInStep.catchUp;
     std::string name; // of the partition in hand; empty while the rows are read
     const PI::_ERROR_CODE partitions = RunRowOperation(
-        hasRow ? m_RowsInStep : notCounted,
+        m_RowsInStep,
         [&]
         {
             std::vector<PartitionChange> changes =

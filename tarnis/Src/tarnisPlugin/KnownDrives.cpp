@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <string>
-#include <unordered_set>
 #include <utility>
 
 namespace NAMESPACE_tarnis
@@ -43,14 +42,6 @@ CAHCIPhysicalDrive KnownDrives::RecordOf(std::uint32_t diskNumber, const Identif
     if (page)
         EvaluateSmartPage(*page, known.smartValues, record);
     return record;
-}
-
-void KnownDrives::Keep(const std::vector<std::uint32_t>& diskNumbers)
-{
-    if (m_Drives.size() <= diskNumbers.size())
-        return;
-    const std::unordered_set<std::uint32_t> kept(diskNumbers.begin(), diskNumbers.end());
-    std::erase_if(m_Drives, [&](const auto& known) { return !kept.contains(known.first); });
 }
 
 const KnownDrives::KnownDrive& KnownDrives::DriveOf(std::uint32_t diskNumber,

@@ -29,9 +29,6 @@ class KnownDrives
     CAHCIPhysicalDrive RecordOf(std::uint32_t diskNumber, const IdentifyData& words,
                                 const SmartPage& page, const CAHCIAdapter& adapter);
 
-    /// Forgets all drives but these.
-    void Keep(const std::vector<std::uint32_t>& diskNumbers);
-
   private:
     struct KnownDrive
     {

@@ -140,7 +140,6 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::ScanSystem(std::vector<CAHCIAdapter>& adapters,
     std::string driverName; // the instance keeps the one that Initialize found
     DisksOfTree disks;
     FindStorageDriver(driverName, disks.numbers, &disks.isComplete);
-    m_KnownDrives.Keep(disks.numbers);
     drives.reserve(disks.numbers.size());
     adapter.GetChildren().reserve(disks.numbers.size());
     const DriveIndex last(m_PhysicalDrives);
