@@ -2,6 +2,7 @@
 
 #include "libraries/PrivateFile.h"
 #include "libraries/zelStore/Location.h"
+#include "libraries/zelStore/MovedFile.h"
 #include "libraries/zelStore/OurDatabase.h"
 
 #include <boost/filesystem/operations.hpp>
@@ -72,6 +73,15 @@ void SetUp(sqlite3* database, const std::vector<Definition>& definitions, int mi
     sqlite3_wal_hook(database, KeepLogSmall, nullptr);
     // The first look after the switch opens the log.
     ReadNumber(database, "PRAGMA schema_version");
+}
+
+/// A file that somebody made with a log has what makes it ours in the log alone. By what the file
+/// itself says, it is told from one that was overwritten.
+void WriteBackMarks(sqlite3* database)
+{
+    if (WasOverwritten(database) && sqlite3_db_readonly(database, "main") == 0)
+        Check(database, sqlite3_wal_checkpoint_v2(database, nullptr, SQLITE_CHECKPOINT_FULL,
+                                                  nullptr, nullptr));
 }
 
 std::string UriOf(const std::string& path, const char* option)
@@ -171,6 +181,7 @@ DatabaseHandle OpenDatabase(const std::string& path, const std::vector<Definitio
         !boost::filesystem::exists(place + "-journal", error))
         database = OpenFile(UriOf(place, frozen), reading);
     SetUp(database.get(), definitions, milliseconds);
+    WriteBackMarks(database.get());
     return database;
 }
 

@@ -479,7 +479,8 @@ TEST_F(File, IsFoundByTheEnvironment)
     EXPECT_EQ(Store(m_Folder.File("tarnis/tarnis.db")).Names(), Cells{"state"});
 
     // Each machine file has a database of its own, however the file is called.
-    for (const std::string machine : {"/a/lab.json", "/b/lab.json", "/a/\xC3\xA4 b.json"})
+    for (const std::string& machine : {std::string("/a/lab.json"), std::string("/b/lab.json"),
+                                       std::string("/a/\xC3\xA4 b.c.json"), std::string(99, 'x')})
     {
         setenv("TARNIS_MACHINE", machine.c_str(), 1);
         Store("").Add(machine);
@@ -489,6 +490,10 @@ TEST_F(File, IsFoundByTheEnvironment)
     }
     unsetenv("TARNIS_MACHINE");
     EXPECT_EQ(Store("").Names(), Cells{"state"});
+    for (const auto& entry : files::directory_iterator(m_Folder.File("tarnis")))
+        EXPECT_TRUE(std::regex_match(entry.path().filename().string(),
+                                     std::regex("(tarnis|machine-[\\w-]{1,60}-[0-9a-f]{8})\\.db")))
+            << entry;
     unsetenv("XDG_STATE_HOME");
     unsetenv("HOME");
     EXPECT_EQ(Store("").Refusal("SELECT 1"),
@@ -589,6 +594,26 @@ TEST_F(File, SharedByProcessesThatStartAtOnceAndLoseItTogether)
     const Store store(m_Path);
     EXPECT_EQ(store.Names().size(), std::size_t{rounds * processes * rows});
     EXPECT_EQ(store("PRAGMA integrity_check"), Cells{"ok"});
+}
+
+TEST_F(File, FirstUsedByTwoProcessesThatBothFindItEmpty)
+{
+    std::vector<Child> children; // first of all: no open database goes through a fork
+    for (const char* const name : {"one", "two"})
+        children.emplace_back(
+            [this, name]
+            {
+                while (!files::exists(m_Path + "-wal"))
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                Store(m_Path).Add(name);
+            });
+    const Outsider outsider(m_Path);
+    outsider.Do("PRAGMA journal_mode = WAL; BEGIN IMMEDIATE"); // both may look, and then wait
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    outsider.Do("COMMIT");
+    for (const Child& child : children)
+        EXPECT_TRUE(child.Succeeded());
+    EXPECT_EQ(Store(m_Path).Names().size(), 2U);
 }
 
 /// Runs a part in a process of its own that has a disk of so many kilobytes.
@@ -718,6 +743,7 @@ TEST_F(File, ThatMayOnlyBeReadAtFirst)
         Store(path).Add("one");
     const Outsider writer(used);
     writer.Do("INSERT INTO raid_plugin (plg_pluginName) VALUES('two')");
+    writer.Do("DROP VIEW drives"); // is made anew when it can be
     std::vector<files::path> places(files::directory_iterator(m_Folder.Path()), {});
     places.emplace_back(m_Folder.Path());
     constexpr uid_t nobody = 65534;
