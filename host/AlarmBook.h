@@ -41,8 +41,7 @@ class AlarmBook
     using Filter = std::function<bool(const KnownDrive&)>;
 
     /// @param remindSeconds  0: no reminders; trouble that ended and returns is then told again
-    /// when
-    ///                       a day has passed
+    ///                       when a day has passed
     /// @param isChosen       of which drives alarms are wanted
     AlarmBook(std::uint32_t remindSeconds, Filter isChosen);
 

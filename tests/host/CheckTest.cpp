@@ -73,6 +73,11 @@ TEST(CheckVerb, OneLineAndItsCode)
     const json well = HardDisk(0, Page(100, 0));
     const std::tuple<std::vector<json>, Arguments, int, std::string> cases[] = {
         {{well, Ssd(1, 50)}, {}, 0, "TARNIS OK - 2 drives well | drives=2;;;0 failing=0;;0;0"},
+        {{well, Ssd(1, 50)},
+         {},
+         0,
+         " warnings=0;0;;0 not_judged=0;;;0 'disk0_reserve'=100%;10:;10:;0;100"},
+        {{well, Ssd(1, 50)}, {}, 0, " 'disk1_used'=50%;95;95;0 'disk1_reserve'=100%;10:;10:;0;100"},
         {{well, Ssd(1, 50)}, {"--expect", "3"}, 2, "2 of 3 expected drives are there"},
         {{well, Ssd(1, 50)}, {"--expect", "1"}, 1, "TARNIS WARNING - 2 of 1 expected"},
         {{HardDisk(0, Page(36, 0))}, {"disk0"}, 2, "disk0 (spare sectors used up (attribute 5 at"},
@@ -90,7 +95,7 @@ TEST(CheckVerb, OneLineAndItsCode)
         {{well}, {"--forget"}, 0, "1 drive well"},
         {{well, Support::Disk(2)}, {}, 0, "1 drive not judged: disk2 (nothing in its SMART page"},
         {{well, Support::Disk(2)}, {"--strict"}, 3, "TARNIS UNKNOWN - 1 drive not judged"},
-        {{well}, {"disk7"}, 2, "disk7 is not there"},
+        {{well}, {"disk7", "a|b"}, 2, "disk7 is not there; a/b is not there; there are disk0 | "},
         // Two drives of one serial number are two.
         {{well, Ssd(1, 50), Twin(Ssd(2, 50))}, {"--forget"}, 0, "3 drives well"},
         {{well, Twin(Ssd(2, 50))}, {}, 2, "disk1 (INTEL SSDSC2BB240G7, serial SERIAL1) is gone"},

@@ -167,6 +167,8 @@ TEST(SmartValues, OfSolidStateDrives)
         // The hours of INTEL 520 start at 894784; what is beyond any life is no count of hours.
         {"INTEL", "SSDSC2CW120A3", "9:1:894790 233:86:0 241:1:1", "6 33554432 14 -1 0"},
         {"INTEL", "SSDSC2CW120A3", "9:1:894783 233:0:0", "0 0 -1 -1 0"},
+        {"INTEL", "SSDSC2CW120A3", "9:1:5000", "5000 0 -1 -1 0"},
+        {"INTEL", "SSDSC2CW120A3", "9:1:0 233:86:0 241:1:1", "0 33554432 14 -1 0"},
         {"INTEL", "SSDSC2KW120H6", "9:1:300000", "300000 0 -1 -1 0"},
         {"INTEL", "SSDSC2KW120H6", "9:1:300001", "0 0 -1 -1 0"},
         {"SAMSUNG", "MZ7KM960HMJP-00005", "177:94:1941 179:80:0 180:99:7 241:9:3 9:1:1",
@@ -218,6 +220,20 @@ TEST(SmartValues, OfSolidStateDrives)
         {"LITEON", "IT EBT-480N9S", "9:100:5005119", "83418 0 -1 -1 0"},
     };
     ExpectReadings(cases);
+}
+
+TEST(SmartValues, SayWhereTheyComeFrom)
+{
+    const PI::CSmartValues values("INTEL", "SSDSC2BB240G7");
+    PI::CSmartExplanation told;
+    EXPECT_TRUE(values.Explain(PageOf("170:55:0 232:55:0 232:9:0 233:90:0"), told));
+    EXPECT_EQ(told.m_ReserveID, 232) << "the first of the family's, where two are the same";
+    EXPECT_EQ(told.m_EnduranceID, 233);
+    EXPECT_EQ(told.m_HoursID, 0);
+    ASSERT_EQ(told.m_Attributes.size(), 4U);
+    EXPECT_EQ(told.m_Attributes[1].m_Threshold, 10);
+    EXPECT_EQ(told.m_Attributes[1].m_Margin, 55U);
+    EXPECT_EQ(told.m_Attributes[2].m_Threshold, 0) << "of an id that stands twice the first counts";
 }
 
 TEST(SmartValues, OfHardDisks)
