@@ -59,8 +59,9 @@ class SystemDisk : public Device
                 // A disk that slept when it was asked last is asked first whether it still does.
                 bool isAsleep = m_IsSuspended;
                 DWORD error = ERROR_SUCCESS;
+                Sector known;
                 if (!isAsleep && m_Disk->isAsleep &&
-                    m_State->identities.Find(m_Number, *m_Disk, page))
+                    m_State->identities.Find(m_Number, *m_Disk, known))
                     error = AskPowerMode(isAsleep);
                 if (error != ERROR_SUCCESS)
                     return error;

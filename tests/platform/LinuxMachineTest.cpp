@@ -236,6 +236,16 @@ TEST_F(Linux, ASleepingDiskAnswersWithItsLastPageAndASuspendedOneIsNotOpened)
                       row[4])
                 << row - rows.begin();
         }
+
+    folder.Write("sys/block/sda/device/power/runtime_status", "active\n");
+    for (const char* const answer :
+         {"desc,17=255", "desc,17=0", "call=5"}) // awake, asleep, nothing
+        answers = {{"sda e5", answer}}, Walk(), Ask(0);
+    std::unique_ptr<Device> device;
+    Sector page = {1};
+    ASSERT_EQ(machine->OpenDevice("\\\\.\\PhysicalDrive0", true, device), ERROR_SUCCESS);
+    EXPECT_NE(device->Identify(page), ERROR_SUCCESS);
+    EXPECT_EQ(page, Sector{1}) << "a question that fails leaves it alone";
 }
 
 TEST_F(Linux, AMissingRightIsToldUntilItIsThere)
