@@ -103,6 +103,7 @@ TEST(AlarmBook, WaitsForNoDriveThatWasGoneBefore)
     EXPECT_EQ(first.Look({}, Now + 10 * Minute), "reminder gone");
     Book second(10);
     EXPECT_TRUE(second.book.Load(first.book.Save()));
+    EXPECT_EQ(second.Look({}, Now + 15 * Minute), "");
     EXPECT_EQ(second.Look({}, Now + 30 * Minute), "");
     EXPECT_EQ(second.Look({Failing("wear")}, Now + 31 * Minute), "started trouble");
 }
