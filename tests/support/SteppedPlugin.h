@@ -22,12 +22,16 @@ class SteppedPlugin
     ~SteppedPlugin() { Stop(); }
 
     /// Commands 1 and 2. The first pass has not run then.
-    bool Start()
+    /// @param adapter  the host's number of the adapter
+    bool Start(std::uint32_t adapter = PI::CAdapterID::NoGlobalID)
     {
         plugin.Interface()->m_HostContext = this;
         plugin.Interface()->m_HostCallback = &SteppedPlugin::Ring;
-        m_Running = plugin.Command(PI::COMMAND_INITIALIZE, 0, &plugin.adapterIDs) == 0 &&
-                    plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs) == 0;
+        m_Running = plugin.Command(PI::COMMAND_INITIALIZE, 0, &plugin.adapterIDs) == 0;
+        for (PI::CAdapterID& id : plugin.adapterIDs)
+            id.m_GlobalAdapterID = adapter;
+        m_Running =
+            m_Running && plugin.Command(PI::COMMAND_SET_ADAPTER_IDS, 0, &plugin.adapterIDs) == 0;
         return m_Running;
     }
 

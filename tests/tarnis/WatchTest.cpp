@@ -102,6 +102,18 @@ TEST_F(Watch, EveryEventExactlyOnce)
     }
 }
 
+TEST_F(Watch, TheHostsNumberStaysInTheAdaptersName)
+{
+    UseMachine(MachineHolding(Drives()));
+    m_Plugin = std::make_unique<SteppedPlugin>();
+    ASSERT_TRUE(m_Plugin->Start(9));
+    UseMachine(MachineHolding(Drives{{1, {"A"}}}));
+    const std::string name = "Windows Advanced Host Controller Interface (9)";
+    EXPECT_EQ(Pass(), Texts{Came(1, "A")});
+    EXPECT_EQ(m_Events.at(0).GetPlaceHolder1(), name);
+    EXPECT_EQ(ValueText(m_Plugin->plugin.Topology().at(1), PI::PROP_NAME), "text:" + name);
+}
+
 TEST_F(Watch, ANewIntervalTakesEffectAtOnce)
 {
     EXPECT_EQ(Start(MachineHolding({{0, {"A"}}})), Texts());

@@ -180,7 +180,7 @@ class IPLUGINAPI_IMPL : public IPLUGINAPI
     RowsInStep m_RowsInStep TARNIS_GUARDED_BY(m_DataLock);
     DisksOfTree m_DisksOfTree TARNIS_GUARDED_BY(m_DataLock); ///< as the last scan found them
     std::set<std::int32_t>
-        m_DrivesGone TARNIS_GUARDED_BY(m_DataLock); ///< numbers, until they are back
+        m_DrivesGone TARNIS_GUARDED_BY(m_DataLock); ///< numbers of all that ever went
     KnownDrives m_KnownDrives TARNIS_GUARDED_BY(m_DataLock);
 };
 

@@ -79,8 +79,6 @@ PI::_ERROR_CODE IPLUGINAPI_IMPL::UpdateSystem(std::vector<CAHCIAdapter>& adapter
 
     for (const CAHCIPhysicalDrive& drive : removed)
         m_DrivesGone.insert(drive.m_DeviceNumber);
-    for (const CAHCIPhysicalDrive& drive : drives)
-        m_DrivesGone.erase(drive.m_DeviceNumber);
 
     // Memory may have run out up to here, and then nothing has happened. From here on it cannot:
     // picture and events are taken over together.
