@@ -45,6 +45,9 @@ TEST(MachineFile, WrongTextsAreNamedWithTheirPlace)
     std::string attributes = "{\"id\": 1}";
     for (int count = 1; count <= 30; ++count)
         attributes += ", {\"id\": 1}";
+    std::string zeros(2 * 4000000, '0'); // a value is left for the end
+    for (std::size_t i = 1; i < zeros.size(); i += 2)
+        zeros[i] = ',';
     // With the beginnings of their messages, behind the file's name.
     const std::vector<std::pair<std::string, std::string>> table = {
         // Not JSON
@@ -57,6 +60,8 @@ TEST(MachineFile, WrongTextsAreNamedWithTheirPlace)
         {"{\"version\": 2}", "version: found 2; this program reads version 1"},
         {Top("\"_a\": [], \"_a\": {\"b\": [{}]}"), "_a: this name stands twice"},
         {Top("\"disk\": []"), "disk: unknown member"},
+        {Top("\"modules\": [" + zeros + "0]"),
+         "modules[3999996]: more than 4000000 values besides the disks"},
         {Top("\"modules\": {\"a\": \"1\", \"A\": \"2\"}"), "modules.a: this service stands twice"},
         {Top("\"modules\": {\"a\\nb\\u009b\": 1}"), "modules.a\\x0ab\\u009b: expected"},
         // The device tree
@@ -64,6 +69,7 @@ TEST(MachineFile, WrongTextsAreNamedWithTheirPlace)
         {Node("\"id\": \"a\\u0000\""), "devices[1].id: the text \"a\\x00\" holds a NUL"},
         {Node("\"id\": \"" + std::string(201, 'x') + "\""),
          "devices[1].id: the text \"" + std::string(40, 'x') + "...\" has 201 bytes"},
+        {Node("\"id\": \"a\""), "devices[1].id: the id \"a\" stands twice in the tree"},
         {Node("\"id\": \"htree\\\\root\\\\0\""), "devices[1].id: the id"},
         {Node("\"id\": \"B\", \"disks\": [0, 2147483648]"), "devices[1].disks[1]: 2147483648"},
         // Disks
@@ -134,8 +140,9 @@ TEST(MachineFile, PagesAreBuiltAsDrivesLayThemOut)
         "identify": {"model": "INTEL SSD7", "rotation": 1},
         "smart": {"attributes": [
             {"id": 194, "flags": 34, "value": 70, "worst": 60, "raw": 281474976710655},
-            {"id": 9, "raw": [1, 2, 3, 4, 5, 6], "_x": 2}]}, "comment": 1, "delay_ms": {"_y": "z"}},
-        {"number": 1, "identify": {"model": "INTEL SSD7", "swapped": true}})"));
+            {"id": 9, "value": 90, "raw": [1, 2, 3, 4, 5, 6], "_x": 2}]}, "comment": 1, "delay_ms": {"_y": "z"}},
+        {"number": 1, "identify": {"model": "INTEL SSD7", "serial": "SERIAL-OF-20-LETTERS",
+                                   "firmware": "FIRMWARE", "swapped": true}})"));
     Platform::Sector page = {};
     const auto at = [&](std::size_t offset, std::size_t count)
     { return std::string(page.begin(), page.end()).substr(offset, count); };
@@ -148,11 +155,13 @@ TEST(MachineFile, PagesAreBuiltAsDrivesLayThemOut)
 
     ASSERT_EQ(Open(*machine, 0)->SmartData(page), ERROR_SUCCESS);
     EXPECT_EQ(at(2, 12), std::string("\xc2\x22\0\x46\x3c\xff\xff\xff\xff\xff\xff\0", 12));
-    EXPECT_EQ(at(14, 12), std::string("\x09\0\0\x64\x64\1\2\3\4\5\6\0", 12));
+    EXPECT_EQ(at(14, 12), std::string("\x09\0\0\x5a\x5a\1\2\3\4\5\6\0", 12));
     EXPECT_EQ(std::accumulate(page.begin(), page.end(), 0u) % 256, 0u);
 
     ASSERT_EQ(Open(*machine, 1)->Identify(page), ERROR_SUCCESS);
     EXPECT_EQ(at(54, 12), "INTEL SSD7  ");
+    EXPECT_EQ(at(20, 20), "SERIAL-OF-20-LETTERS");
+    EXPECT_EQ(at(46, 8), "FIRMWARE");
 }
 
 TEST(MachineFile, RandomMutationsNeverCrash)

@@ -164,6 +164,13 @@ void ExpectedInstance::Pass(const Drives& drives, bool isReport)
     m_AdapterChanges += AdapterText(m_Drives) != adapter;
 }
 
+void ExpectedInstance::Start(const Drives& drives)
+{
+    Pass(drives, false);
+    m_Events.clear();
+    m_AdapterChanges = 0;
+}
+
 std::string ExpectedInstance::AdapterText(const std::map<unsigned, Known>& drives)
 {
     std::string text;

@@ -71,6 +71,9 @@ class ExpectedInstance
   public:
     ExpectedInstance();
 
+    /// Drives that are there when it starts are no news.
+    void Start(const Drives& drives);
+
     /// @param drives    as the machine holds them in the pass
     /// @param isReport  whether standing conditions are told in the pass
     void Pass(const Drives& drives, bool isReport);
