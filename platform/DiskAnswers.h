@@ -2,6 +2,7 @@
 // once more. Safe from any thread.
 #pragma once
 
+#include "contracts/Export.h"
 #include "platform/Machine.h"
 
 #include <chrono>
@@ -40,23 +41,23 @@ struct DiskAnswer
 };
 
 /// A walk of the device tree begins. Disks that are not asked in it are not there any more.
-void BeginDiskWalk();
+PLATFORM_API void BeginDiskWalk();
 
 /// Notes that a disk could not be asked for its number at one of its interfaces.
 /// @param number  as the machine knows it all the same
-void NoteSilentInterface(const std::string& path, std::optional<DWORD> number,
-                         DiskQuestion question, DWORD error);
+PLATFORM_API void NoteSilentInterface(const std::string& path, std::optional<DWORD> number,
+                                      DiskQuestion question, DWORD error);
 
 /// Notes how a disk answered that was opened by its number, for reading and writing.
-void NoteDiskAnswer(DWORD number, DiskQuestion question, DWORD error);
-void NoteSmartPage(DWORD number, const Sector& page);
-void NoteDiskLength(DWORD number, std::uint64_t bytes);
+PLATFORM_API void NoteDiskAnswer(DWORD number, DiskQuestion question, DWORD error);
+PLATFORM_API void NoteSmartPage(DWORD number, const Sector& page);
+PLATFORM_API void NoteDiskLength(DWORD number, std::uint64_t bytes);
 
 /// Calls for each disk of the last walk, by number; those without one come first. They are complete
 /// when no plug-in walks meanwhile. What is called must not note an answer.
-void ForEachDiskAnswer(const std::function<void(const DiskAnswer&)>& call);
+PLATFORM_API void ForEachDiskAnswer(const std::function<void(const DiskAnswer&)>& call);
 
 /// Forgets them all, for another machine.
-void ForgetDiskAnswers();
+PLATFORM_API void ForgetDiskAnswers();
 
 } // namespace Platform

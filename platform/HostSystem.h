@@ -51,7 +51,7 @@ extern const char* const FolderSeparators;
 std::size_t DriveSize(const std::string& path);
 
 /// The folder of a file, with the separator that ends it; empty for a name alone.
-std::string FolderOf(const std::string& path);
+PLATFORM_API std::string FolderOf(const std::string& path);
 
 /// A path that starts at a folder, unless it starts at a drive or a root.
 std::string PathFrom(const std::string& folder, const std::string& path);

@@ -215,14 +215,13 @@ std::shared_ptr<const DeviceTree> SimulatedMachine::ReadDeviceTree()
 {
     Source& source = *m_Source;
     const std::lock_guard guard(source.lock);
-    const bool hasChanged = source.HasChanged();
-    if (hasChanged || source.IsAnyFresh())
+    if (source.HasChanged() || source.IsAnyFresh())
     {
         // Taken over together: a version for which memory runs out meanwhile is read again.
         std::string message;
         std::vector<WatchedFile> files;
         auto record = source.Read(files, message);
-        if (!record && (hasChanged || message != source.complaint))
+        if (!record && message != source.complaint)
             Warn(message + " (the last good version stays in force)");
         if (record)
             m_State->Set(std::move(record));

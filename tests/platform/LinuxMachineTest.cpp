@@ -1,5 +1,7 @@
 // This computer: over files as a kernel shows them, and disks that answer as told.
 #include "platform/linux/LinuxMachine.h"
+#include "platform/DiskAnswers.h"
+#include "platform/WindowsApi.h"
 #include "platform/linux/DiskContents.h"
 #include "platform/linux/DiskNames.h"
 #include "platform/linux/SystemTables.h"
@@ -267,6 +269,20 @@ TEST_F(Linux, AMissingRightIsToldUntilItIsThere)
     Put("sys/block/sdb", "|"), Put("sys/block/sda", "x"), Ask(0), Ask(1);
     EXPECT_FALSE(contains(machine->MissingRight(), "sdb")) << "not there at all";
     EXPECT_FALSE(contains(Walk(2).append(machine->MissingRight()), "sda "));
+
+    // Nine disks that cannot be read, of which eight are named.
+    for (const std::string letter : {"e", "f", "g", "h", "i", "j", "k", "l", "m"})
+    {
+        std::filesystem::copy(folder.File("sys/devices/usb/sdc"),
+                              folder.File("sys/devices/usb/sd" + letter));
+        Put("sys/block/sd" + letter, "->../devices/usb/sd" + letter);
+        answers["open sd" + letter] = "2";
+    }
+    Walk();
+    for (int disk = 4; disk < 13; ++disk)
+        Ask(disk);
+    EXPECT_TRUE(contains(machine->MissingRight(), "sdk, sdl and 1 more cannot be read"))
+        << machine->MissingRight();
 }
 
 TEST_F(Linux, WhatMakesNoSenseDropsItsNodeAndNothingElse)
@@ -388,6 +404,11 @@ TEST_F(Linux, ADiskIsReadAgainWhenItMayHoldSomethingNew)
         disk, std::make_shared<const MountTable>("1 2 8:1 / /m rw - ext4 /dev/sda1\n", ""), now,
         parts);
     EXPECT_EQ(parts.at(0).m_Text1 + std::to_string(tablesRead), "/m1");
+
+    // A whole disk holds something itself only when it has no table.
+    disk = ReadKernelPicture(folders).disks.at(1);
+    contents.AppendPartitions(disk, mounts, now, parts);
+    EXPECT_EQ(parts.size(), 2u);
 }
 
 TEST_F(Linux, APictureIsTrustedForAMinuteUnlessAChangeIsAnnounced)
@@ -413,6 +434,13 @@ TEST_F(Linux, APictureIsTrustedForAMinuteUnlessAChangeIsAnnounced)
             << announcement << ' ' << milliseconds;
         EXPECT_EQ(tables.Last(), picture);
     }
+    // A driver's name from elsewhere leads nowhere else.
+    Put("sys/module/ahci/version", "3.0"), Put("sys/version", "4.0"), Put("sys/m/version", "5.0");
+    std::string version;
+    for (const char* const service : {"", "..", ".", "../m"})
+        EXPECT_FALSE(machine->ModuleVersion(service, version)) << service;
+    EXPECT_TRUE(machine->ModuleVersion("storahci", version));
+    EXPECT_EQ(version, "3.0");
 }
 
 TEST_F(Linux, ADiskThatSomebodyChangesIsLeftAlone)
@@ -490,6 +518,21 @@ TEST_F(Linux, AShortageIsNoWordOnADisk)
         }
         EXPECT_EQ(isShort, expected != ERROR_IO_DEVICE) << error;
     }
+    // Nor does it stand among the answers that explain a disk.
+    SetCurrentMachine(machine);
+    ForgetDiskAnswers();
+    for (const char* const error : {"24", "5"})
+    {
+        answers = {{"open sda", error}};
+        EXPECT_EQ(Platform::CreateFileA("\\\\.\\PhysicalDrive0", GENERIC_READ | GENERIC_WRITE, 3,
+                                        nullptr, OPEN_EXISTING, 128, nullptr),
+                  INVALID_HANDLE_VALUE);
+        std::size_t count = 0;
+        ForEachDiskAnswer([&](const DiskAnswer&) { ++count; });
+        EXPECT_EQ(count, std::string(error) == "5" ? 1u : 0u);
+    }
+    SetCurrentMachine(nullptr);
+
     // No picture was ever taken.
     LinuxMachine fresh({folder.File("sys"), folder.File("proc"), folder.File("dev")},
                        std::shared_ptr<DiskPort>(std::shared_ptr<void>(), this));

@@ -2,6 +2,7 @@
 #include "tests/platform/Support.h"
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -28,7 +29,10 @@ TEST(SimulatedMachine, MissingPartsFailTheirCommandAndAreAskedAllTheSame)
     EXPECT_EQ(machine->JournalEntries().size(), 5u);
     for (std::size_t asks = 0; asks < Journal::EntriesKept; ++asks)
         device->SmartVersion();
-    EXPECT_EQ(machine->JournalEntries().size(), Journal::EntriesKept) << "and no more";
+    const auto entries = machine->JournalEntries();
+    EXPECT_EQ(entries.size(), Journal::EntriesKept) << "and no more";
+    EXPECT_EQ(entries.front().call, DriveCall::SmartVersion) << "the last ones";
+    EXPECT_EQ(machine->JournalCount(0, DriveCall::SmartVersion), Journal::EntriesKept + 1);
 }
 
 TEST(SimulatedMachine, DisksAreFoundByNumberAndByInterface)
@@ -56,6 +60,8 @@ TEST(SimulatedMachine, DisksAreFoundByNumberAndByInterface)
         EXPECT_EQ(machine->OpenDevice(path, false, device), error) << path;
 
     std::string version;
+    EXPECT_TRUE(machine->ModuleVersion("STORahci", version));
+    EXPECT_EQ(version, "10.0");
     EXPECT_FALSE(machine->ModuleVersion("storahc", version));
     EXPECT_FALSE(machine->ModuleVersion("_a", version)) << "a remark";
 }
@@ -108,6 +114,28 @@ TEST(SimulatedMachine, ADelayedCallHoldsNobodyElseAndItsThreadCanBeStopped)
     EXPECT_EQ(call.second, ERROR_OPERATION_ABORTED);
     EXPECT_EQ(OpenHandleCount(), openBefore);
     SetCurrentMachine(nullptr);
+}
+
+TEST(SimulatedMachine, ADiskThatGoesWhileItIsAskedIsGone)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto machine = MachineOf(MachineText("0", R"({"number": 0, "partitions": [],
+        "delay_ms": {"identify": 300, "partitions": 300}})"));
+    const auto device = Open(*machine, 0);
+    std::vector<ZKTX::CSystemPartition> partitions;
+    const auto before = Clock::now();
+    EXPECT_TRUE(machine->Partitions(0, partitions));
+    EXPECT_GE(Clock::now() - before, std::chrono::milliseconds(300));
+
+    Sector page = {};
+    DWORD error = ERROR_SUCCESS;
+    std::jthread asking([&] { error = device->Identify(page); });
+    while (machine->JournalCount(0, DriveCall::Identify) == 0)
+        std::this_thread::yield();
+    std::string message;
+    EXPECT_TRUE(machine->Replace(MachineText("", ""), message)) << message;
+    asking.join();
+    EXPECT_EQ(error, ERROR_NOT_READY);
 }
 
 TEST(CurrentMachine, ComesFromTheEnvironmentAndComplainsOnce)

@@ -1,7 +1,9 @@
 #include "tests/platform/Support.h"
 
 #include "platform/CallGate.h"
+#include "platform/DiskAnswers.h"
 #include "platform/Handles.h"
+#include "platform/HostSystem.h"
 
 #include <set>
 #include <tuple>
@@ -157,6 +159,18 @@ TEST_F(WindowsApi, InterfacesOfOneDeviceAreListed)
     ASSERT_EQ(NumberError(disk.Get(), number), ERROR_SUCCESS);
     EXPECT_EQ(number.DeviceNumber, 1u);
 
+    // Asked for one device alone, a list of all has none of another's.
+    const DeviceInfoList all(DiskInterfaces(nullptr));
+    const std::pair<DEVINST, DWORD> devices[] = {{m_Disk, ERROR_SUCCESS},
+                                                 {m_Controller, ERROR_NO_MORE_ITEMS}};
+    for (const auto& [node, error] : devices)
+    {
+        SP_DEVINFO_DATA device = {sizeof(device), {}, node, 0};
+        EXPECT_EQ(Error(Platform::SetupDiEnumDeviceInterfaces(all.Get(), &device,
+                                                              &DiskInterfaceClass, 1, &data)),
+                  error);
+    }
+
     const GUID other = {1, 2, 3, {4}};
     const DeviceInfoList empty(Platform::SetupDiGetClassDevsA(&other, "SCSI\\DISK", nullptr, 18));
     EXPECT_EQ(enumerate(empty, other, 0), ERROR_NO_MORE_ITEMS);
@@ -236,6 +250,45 @@ TEST_F(WindowsApi, OnlyReadingDriveCommandsPassAndTheReplyMayOverlayThem)
     block = DriveCommand(0xB0, 0xD0);
     ASSERT_EQ(send(block), ERROR_SUCCESS);
     EXPECT_EQ(block[16 + 2], 9u);
+}
+
+TEST_F(WindowsApi, AnswersAreThoseOfTheLastWalk)
+{
+    const auto answers = []
+    {
+        std::string text;
+        ForEachDiskAnswer(
+            [&](const DiskAnswer& answer)
+            {
+                text += (answer.number ? std::to_string(*answer.number) : answer.interfacePath) +
+                        (answer.failed ? '!' : ' ');
+            });
+        return text;
+    };
+    DEVINST node = 0;
+    char id[] = "SCSI\\DISK";
+    NoteDiskAnswer(1, DiskQuestion::Identify, ERROR_IO_DEVICE);
+    NoteDiskAnswer(0, DiskQuestion::Identify, ERROR_IO_DEVICE);
+    NoteSilentInterface("path", std::nullopt, DiskQuestion::Open, ERROR_NOT_READY);
+    EXPECT_EQ(CM_Locate_DevNodeA(&node, id, 0), CR_SUCCESS);
+    EXPECT_EQ(answers(), "path!0!1!") << "one node alone is no walk";
+    EXPECT_TRUE(CloseHandle(OpenDisk(ReadWrite)));
+    EXPECT_EQ(answers(), "path!0 1!") << "it is asked anew";
+
+    EXPECT_EQ(CM_Locate_DevNodeA(&node, nullptr, 0), CR_SUCCESS);
+    EXPECT_EQ(answers(), "");
+    NoteDiskLength(1, 512);
+    EXPECT_EQ(answers(), "1 ") << "what failed in an older walk";
+    ForgetDiskAnswers();
+    EXPECT_EQ(answers(), "");
+}
+
+TEST(Paths, TheFolderOfAFileEndsWithOneSeparator)
+{
+    const std::pair<const char*, const char*> table[] = {
+        {"", ""}, {"a", ""}, {"/", "/"}, {"/a", "/"}, {"a/b", "a/"}, {"a//b", "a/"}, {"///a", "/"}};
+    for (const auto& [path, folder] : table)
+        EXPECT_EQ(FolderOf(path), folder) << path;
 }
 
 TEST_F(WindowsApi, ARefusedCallFailsButStillReleases)
