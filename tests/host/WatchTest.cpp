@@ -75,7 +75,7 @@ TEST(WatchVerb, TellsOnceOfTroubleAndItsEnd)
     std::filesystem::create_directory(folder);
     Running watch({"watch", "--for", "60", "--machine", machine, "--database", folder});
     EXPECT_TRUE(watch.LineWith("").starts_with("tarnisctl: " + folder + ": not a regular file; "));
-    watch.LineWith("watching 1 drive");
+    watch.LineWith("watching 1 drive every 2 s, ");
     watch.LineWith("No drive can be judged");
     std::ofstream(machine) << "{"; // a pass later the database has been refused again
     const std::string warning = watch.LineWith("");
