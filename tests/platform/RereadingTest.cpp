@@ -105,6 +105,7 @@ TEST_F(Rereading, AWrongVersionLeavesTheLastGoodOneWithOneWarning)
     EXPECT_EQ(Letter(), 'b');
 
     // The file no longer counts behind a text. What is wrong with that one is told of again.
+    folder.Write("m.json", OneDisk("M"));
     const std::string page = folder.File("other page");
     for (const char letter : {'s', 't'})
     {
