@@ -64,6 +64,13 @@ TEST_F(Rereading, ChangesAreTakenUpAtAWalk)
         EXPECT_EQ(machine->ReadDeviceTree(), tree) << "an equal tree is the same tree";
         ASSERT_EQ(Letter(), model[0]);
     }
+    // One that the file system's clock does not tell from the last.
+    folder.Write("m.json", OneDisk("X"));
+    const auto written = std::filesystem::last_write_time(file);
+    EXPECT_EQ(Letter(), 'X');
+    folder.Write("m.json", OneDisk("Y"));
+    std::filesystem::last_write_time(file, written);
+    EXPECT_EQ(Letter(), 'Y');
     // By rename, with another tree.
     std::filesystem::rename(folder.Write("new", MachineText("5, 6", "{\"number\": 5}")), file);
     EXPECT_EQ(device->SmartVersion(), ERROR_SUCCESS) << "no walk yet";
