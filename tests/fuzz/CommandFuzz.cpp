@@ -230,8 +230,10 @@ class Sequence : public SteppedTest
             return false;
         if (const auto drive = m_Shown.find(number); drive != m_Shown.end())
             return !drive->second.fails.empty();
-        return std::ranges::any_of(m_Shown, [](const auto& entry)
-                                   { return entry.second.fails == "device_number"; });
+        // One that cannot be opened does not tell its number either.
+        return std::ranges::any_of(
+            m_Shown, [](const auto& entry)
+            { return entry.second.fails == "device_number" || entry.second.fails == "open"; });
     }
 
     /// Rows that another instance left are in step with the second pass. Those of drives that never
