@@ -113,12 +113,13 @@ TEST_F(Rereading, AWrongVersionLeavesTheLastGoodOneWithOneWarning)
 
     // The file no longer counts behind a text. What is wrong with that one is told of again.
     folder.Write("m.json", OneDisk("M"));
-    const std::string page = folder.File("other page");
+    const std::filesystem::path page = folder.File("other page");
     for (const char letter : {'s', 't'})
     {
         folder.Write("other page", std::string(512, letter));
         EXPECT_TRUE(machine->Replace(
-            MachineText("0", R"({"number": 0, "identify": ")" + page + "\"}"), message));
+            MachineText("0", R"({"number": 0, "identify": ")" + page.generic_string() + "\"}"),
+            message));
         std::filesystem::remove(page);
         ExpectWarnings(1, [&] { EXPECT_EQ(Letter(), letter); });
         ExpectWarnings(0, [&] { EXPECT_EQ(Letter(), letter); });
